@@ -231,6 +231,9 @@ public:
     }
     void take(size_t size) { used_ += size; }
 
+    /// False once standard output has refused something.
+    bool ok() const { return ok_; }
+
     /// Hands everything to standard output. Returns false when some of it, now or before, was not taken.
     bool flush() {
         if (ok_ && used_ != 0)
@@ -438,6 +441,8 @@ int regdump_decode_chip(const regdump_map_t *map_startp, const void *src_buf, ui
         const regdump_map_t *mapp = regdump_stack_get_map(&stack);
         if (!isDumped(mapp))
             continue;
+        if (!sink.ok())
+            return ASIC_RESOURCE_FULL;
         const uint32_t size = regdump_mapp_get_size(mapp);
         // The row's own offset counts here, not the absolute one.
         if (src_buf_size < uint64_t{size} + mapp->dump_offset) {
