@@ -214,6 +214,8 @@ char *regdump_stack_name_str(const regdump_stack_t *stackp, char *buf, size_t bu
 static constexpr size_t ASIC_OFF_COLUMN = 2;
 static constexpr size_t VALUE_COLUMN = 15;
 static constexpr size_t NAME_COLUMN = 25;
+static constexpr char COLUMNS[] = "0x00000000:  0x00000000  ";
+static_assert(sizeof(COLUMNS) == NAME_COLUMN + 1);
 
 /// The longest a line can be: the columns, a full name, the dump offset in debug form and the line end.
 static constexpr size_t MAX_LINE = NAME_COLUMN + REGDUMP_NAME_SIZE + 32;
@@ -223,7 +225,7 @@ namespace {
 /// Standard output behind one large buffer. After a failed write everything is dropped.
 class LineSink {
 public:
-    /// Room for `size` more characters, of at most `MAX_LINE`; `take` says how many of them were used.
+    /// Room for one more line, of at most `MAX_LINE` characters; `take` says how many of them were used.
     char *room() {
         if (used_ + MAX_LINE > sizeof(buf_))
             flush();
@@ -345,7 +347,7 @@ static void listWords(LineSink &sink, const regdump_stack_t *stackp, const uint8
     for (uint64_t k = 0; k < size; k += 4) {
         char *line = sink.room();
         const bool inside = dump_off + k + 4 <= image_size;
-        std::memcpy(line, "0x00000000:  0x00000000  ", NAME_COLUMN);
+        std::copy_n(COLUMNS, NAME_COLUMN, line);
         putHex(line + ASIC_OFF_COLUMN, asic_off + static_cast<uint32_t>(k));
         putHex(line + VALUE_COLUMN, inside ? image + dump_off + k : NOTHING);
         regdump_stack_name_str(stackp, line + NAME_COLUMN, REGDUMP_NAME_SIZE, static_cast<uint32_t>(k));
@@ -373,7 +375,8 @@ static void listCounted(LineSink &sink, const regdump_stack_t *stackp, const uin
     const size_t inner = counters.num - 1;
     uint32_t number[REGDUMP_MAX_DIMS + 1] = {};
     char *start[REGDUMP_MAX_DIMS + 2];
-    char head[MAX_LINE] = "0x00000000:  0x00000000  ";
+    char head[MAX_LINE] = {};
+    std::copy_n(COLUMNS, NAME_COLUMN, head);
     CutText levels(head + NAME_COLUMN, REGDUMP_NAME_SIZE);
     addLevelNames(levels, stackp);
     start[0] = levels.end();
