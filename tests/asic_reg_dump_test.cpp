@@ -309,6 +309,22 @@ TEST(RegdumpList, CountsThroughEveryNumberOfDigits) {
     EXPECT_EQ(rval, 0);
 }
 
+TEST(RegdumpList, CountsThroughEveryDimension) {
+    const regdump_map_t map[] = {
+        {"a", nullptr, 0, 0, 4, 4, {2, 3, 1, 11}, 0, 0}, {"b", nullptr, 0x1000, 264, 8, 8, {2, 2, 2}, 0, 0}, {}};
+    const std::vector<uint8_t> image = countingImage(264 + 64);
+    const auto sub = [](uint32_t number) { return "[" + std::to_string(number) + "]"; };
+    std::string expected;
+    for (uint32_t i = 0; i < 66; ++i)
+        expected += line(4 * i, 4 * i, "a" + sub(i / 33) + sub(i / 11 % 3) + "[0]" + sub(i % 11));
+    for (uint32_t i = 0; i < 16; ++i)
+        expected += line(0x1000 + 4 * i, 264 + 4 * i,
+                         "b" + sub(i / 8) + sub(i / 4 % 2) + sub(i / 2 % 2) + ".w" + std::to_string(i % 2));
+    int rval = -1;
+    EXPECT_EQ(printed(&rval, [&] { return regdump_decode_chip(map, image.data(), 264 + 64, 0); }), expected);
+    EXPECT_EQ(rval, 0);
+}
+
 TEST(RegdumpList, ElementsOfBrokenWordsAreNamedByTheirBytes) {
     const regdump_map_t map[] = {{"odd", nullptr, 0, 0, 6, 6, {2}, 0, 0}, {}};
     const std::vector<uint8_t> image = countingImage(12);

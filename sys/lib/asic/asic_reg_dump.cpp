@@ -340,6 +340,7 @@ static inline void putHex(char *text, uint32_t value) {
 /// is 0.
 static void listWords(LineSink &sink, const regdump_stack_t *stackp, const uint8_t *image, uint32_t image_size,
                       bool debug) {
+    static constexpr char DUMP_COLUMN[] = " (dmp 0x00000000)";
     static constexpr uint8_t NOTHING[4] = {};
     const uint32_t size = regdump_mapp_get_size(regdump_stack_get_map(stackp));
     const uint32_t asic_off = regdump_stack_get_asic_off(stackp);
@@ -353,9 +354,9 @@ static void listWords(LineSink &sink, const regdump_stack_t *stackp, const uint8
         regdump_stack_name_str(stackp, line + NAME_COLUMN, REGDUMP_NAME_SIZE, static_cast<uint32_t>(k));
         char *end = line + NAME_COLUMN + std::strlen(line + NAME_COLUMN);
         if (debug) {
-            std::memcpy(end, " (dmp 0x00000000)", 17);
+            std::copy_n(DUMP_COLUMN, sizeof(DUMP_COLUMN) - 1, end);
             putHex(end + 8, dump_off + static_cast<uint32_t>(k));
-            end += 17;
+            end += sizeof(DUMP_COLUMN) - 1;
         }
         *end++ = '\n';
         sink.take(static_cast<size_t>(end - line));
@@ -515,7 +516,7 @@ void regdump_copy_last_word(const char *name, char *short_patt) {
             last = c + 1;
         }
     }
-    if (last != name && last[0] == 'w' && last[1] >= '0' && last[1] <= '9')
+    if (last[0] == 'w' && last[1] >= '0' && last[1] <= '9')
         last = previous;
     const size_t size = std::strcspn(last, "[.");
     std::memcpy(short_patt, last, size);
