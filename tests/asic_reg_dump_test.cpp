@@ -91,6 +91,12 @@ std::vector<uint8_t> countingImage(uint32_t size) {
     return image;
 }
 
+std::string sub(uint32_t number) {
+    char text[16];
+    std::snprintf(text, sizeof(text), "[%u]", number);
+    return text;
+}
+
 std::string line(uint32_t asic_off, uint32_t dump_off, const std::string &name) {
     char text[64];
     std::snprintf(text, sizeof(text), "0x%08x:  0x%08x  ", asic_off, 0xabc00000 + dump_off);
@@ -267,7 +273,7 @@ TEST(RegdumpList, PrintsEveryDumpedWord) {
     for (uint32_t i = 0; i < 3; ++i) {
         const uint32_t asic = 0x2000 + 0x800 * i;
         const uint32_t dump = 4 + 0x28 * i;
-        const std::string quad = "quad[" + std::to_string(i) + "].";
+        const std::string quad = std::string("quad") + sub(i) + ".";
         expected += line(asic, dump, quad + "cfg");
         if (i < 2)
             expected += line(asic + 4, dump + 4, quad + "limited");
@@ -275,11 +281,10 @@ TEST(RegdumpList, PrintsEveryDumpedWord) {
         expected += line(asic + 0x44, dump + 12, quad + "inner.deep[1]");
         for (uint32_t w = 0; w < 6; ++w)
             expected += line(asic + 0x50 + 4 * w, dump + 16 + 4 * w,
-                             quad + "inner.wide[" + std::to_string(w / 3) + "].w" + std::to_string(w % 3));
+                             quad + "inner.wide" + sub(w / 3) + ".w" + std::to_string(w % 3));
     }
     for (uint32_t w = 0; w < 6; ++w)
-        expected +=
-            line(0x9000 + 4 * w, 0x7c + 4 * w, "grid[" + std::to_string(w / 3) + "][" + std::to_string(w % 3) + "]");
+        expected += line(0x9000 + 4 * w, 0x7c + 4 * w, std::string("grid") + sub(w / 3) + sub(w % 3));
     int rval = -1;
     EXPECT_EQ(printed(&rval, [&] { return regdump_decode_chip(CHIP_MAP, image.data(), CHIP_SIZE, 0); }), expected);
     EXPECT_EQ(rval, 0);
@@ -303,7 +308,7 @@ TEST(RegdumpList, CountsThroughEveryNumberOfDigits) {
     const std::vector<uint8_t> image = countingImage(4 * NUM);
     std::string expected;
     for (uint32_t i = 0; i < NUM; ++i)
-        expected += line(4 * i, 4 * i, "a[" + std::to_string(i) + "]");
+        expected += line(4 * i, 4 * i, std::string("a") + sub(i));
     int rval = -1;
     EXPECT_TRUE(expected == printed(&rval, [&] { return regdump_decode_chip(map, image.data(), 4 * NUM, 0); }));
     EXPECT_EQ(rval, 0);
@@ -313,13 +318,13 @@ TEST(RegdumpList, CountsThroughEveryDimension) {
     const regdump_map_t map[] = {
         {"a", nullptr, 0, 0, 4, 4, {2, 3, 1, 11}, 0, 0}, {"b", nullptr, 0x1000, 264, 8, 8, {2, 2, 2}, 0, 0}, {}};
     const std::vector<uint8_t> image = countingImage(264 + 64);
-    const auto sub = [](uint32_t number) { return "[" + std::to_string(number) + "]"; };
     std::string expected;
     for (uint32_t i = 0; i < 66; ++i)
-        expected += line(4 * i, 4 * i, "a" + sub(i / 33) + sub(i / 11 % 3) + "[0]" + sub(i % 11));
+        expected += line(4 * i, 4 * i, std::string("a") + sub(i / 33) + sub(i / 11 % 3) + "[0]" + sub(i % 11));
     for (uint32_t i = 0; i < 16; ++i)
-        expected += line(0x1000 + 4 * i, 264 + 4 * i,
-                         "b" + sub(i / 8) + sub(i / 4 % 2) + sub(i / 2 % 2) + ".w" + std::to_string(i % 2));
+        expected +=
+            line(0x1000 + 4 * i, 264 + 4 * i,
+                 std::string("b") + sub(i / 8) + sub(i / 4 % 2) + sub(i / 2 % 2) + ".w" + std::to_string(i % 2));
     int rval = -1;
     EXPECT_EQ(printed(&rval, [&] { return regdump_decode_chip(map, image.data(), 264 + 64, 0); }), expected);
     EXPECT_EQ(rval, 0);
@@ -340,7 +345,7 @@ TEST(RegdumpList, LongNamesAreCutAt159Characters) {
         const std::vector<uint8_t> image = countingImage(44);
         std::string expected;
         for (uint32_t i = 0; i < 11; ++i)
-            expected += line(4 * i, 4 * i, (name + "[" + std::to_string(i) + "]").substr(0, 159));
+            expected += line(4 * i, 4 * i, (name + sub(i)).substr(0, 159));
         int rval = -1;
         EXPECT_EQ(printed(&rval, [&] { return regdump_decode_chip(map, image.data(), 44, 0); }), expected);
     }

@@ -127,8 +127,7 @@ public:
             const uint32_t asic_off = asic_base + row->asic_offset;
             if (row->child != nullptr) {
                 for (uint32_t i = 0; i < row->depth[0]; ++i)
-                    expectTable(row->child,
-                                prefix + row->name + (row->depth[0] == 1 ? "." : "[" + std::to_string(i) + "]."),
+                    expectTable(row->child, prefix + row->name + (row->depth[0] == 1 ? "" : subscript(i)) + ".",
                                 asic_off + i * row->asic_size, dump_off + i * tableSize(row->child), i);
             } else if (row->parent_depth == 0 || instance < row->parent_depth) {
                 asic_off_ = asic_off;
@@ -160,10 +159,16 @@ private:
         return size;
     }
 
+    static std::string subscript(uint32_t number) {
+        char text[16];
+        std::snprintf(text, sizeof(text), "[%u]", number);
+        return text;
+    }
+
     void expectElements(const regdump_map_t *row, size_t dim, const std::string &name) {
         if (dim < 6 && row->depth[dim] != 0) {
             for (uint32_t i = 0; i < row->depth[dim] && ok_; ++i)
-                expectElements(row, dim + 1, name + "[" + std::to_string(i) + "]");
+                expectElements(row, dim + 1, name + subscript(i));
         } else if (row->asic_size == 4) {
             expectWord(name);
         } else {
