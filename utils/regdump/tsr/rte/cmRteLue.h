@@ -1,0 +1,71 @@
+#pragma once
+// The lookup stage (LUE): its sub-stages in the order in which a frame meets them, and what they share.
+
+#include "cmRte.h"
+
+/// The four results of a path selection.
+enum RTE_RSLT_TYP : uint32_t { RSLT_DROP = 0, RSLT_TRAP = 1, RSLT_FWD = 2, RSLT_FWD_A_TRAP = 3 };
+
+// cmRteLue
+void L2CtrlCls(CmRteStat *statPtr);
+void TypLu(CmRteStat *statPtr);
+void L2MtuCls(CmRteStat *statPtr);
+/// Whether the frame's type may be routed from its port and VLAN.
+void RteEnCk(CmRteStat *statPtr);
+
+// cmRteLueL2Cls
+void MacCls(CmRteStat *statPtr);
+void L2VidCls(CmRteStat *statPtr);
+void CloudCls(CmRteStat *statPtr);
+/// Adds `incr` to the 64-bit counter with its high word at `dwPtr[0]`, and ANDs each word with its half of `msk`.
+void IncrSts(uint32_t *dwPtr, uint64_t msk, uint32_t incr);
+
+// cmRteLueL2Exm
+void L2Exm(CmRteStat *statPtr);
+/// The tests for the special egids; `gid` is a 17-bit group word. Each returns 1 or 0, and at most one of them 1.
+uint32_t CmRteCkAclDropEgid(const CmRteStat *statPtr, uint32_t gid);
+uint32_t CmRteCkTrapEgid(const CmRteStat *statPtr, uint32_t gid);
+uint32_t CmRteCkNorDropEgid(const CmRteStat *statPtr, uint32_t gid);
+uint32_t CmRteCkPthEgid(const CmRteStat *statPtr, uint32_t gid);
+uint32_t CmRteCkRteRqdEgid(const CmRteStat *statPtr, uint32_t gid);
+
+// cmRteLueL2Lrn
+void L2Lrn(CmRteStat *statPtr);
+void L2DaLrn(CmRteStat *statPtr);
+
+// cmRteLueL2Psel
+void L2Psel(CmRteStat *statPtr);
+void l2MultipathProcess(CmRteStat *statPtr, uint32_t isDaLu);
+/// Choose one path of a LAG, a multipath group or a multicast tree; each returns the address in its path memory.
+uint32_t L2PselLgid(uint32_t lgid, CmRteStat *statPtr);
+uint32_t L2PselMpid(uint32_t mpid, CmRteStat *statPtr);
+uint32_t MctMpid(uint32_t mctId, uint32_t npath, CmRteStat *statPtr);
+/// Count the frame at an address of the path memories.
+void LagSts(uint32_t lag_addr, CmRteStat *statPtr);
+void L2MpidSts(uint32_t mp_addr, CmRteStat *statPtr);
+void MctMpSts(uint32_t mct_addr, CmRteStat *statPtr);
+void IncL2AclSts(CmRteStat *statPtr);
+void checkFinalEgid(CmRteStat *statPtr);
+
+// cmRteLueTrill
+void TrillMyRbLu(CmRteStat *statPtr);
+void trillRpf(CmRteStat *statPtr);
+void TrillTtlAndLrnEnCheck(CmRteStat *statPtr, uint32_t rslt_typ, uint32_t egid_mgid, uint32_t is_mgid);
+
+// cmRteLueFcoe
+void FcoeCls(CmRteStat *statPtr);
+void FcoeLu(CmRteStat *statPtr);
+
+// cmRteLueL3
+void L3Ipv4(CmRteStat *statPtr);
+void L3Ipv6(CmRteStat *statPtr);
+void L3FeatureCtrl(CmRteStat *statPtr);
+void L3Flt(CmRteStat *statPtr);
+void L3Psel(CmRteStat *statPtr);
+/// Reads the next-hop record of the DA (`isDa` 1) or of the SA (0).
+void L3NextHopLu(CmRteStat *statPtr, uint32_t isDa);
+void L3McuidLu(CmRteStat *statPtr);
+
+// cmRteRocL3
+/// Layer-3 filters between the lookups and the layer-3 path selection.
+void L3PreRoc(CmRteStat *statPtr);
