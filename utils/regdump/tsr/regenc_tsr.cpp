@@ -10,11 +10,12 @@
 #include <unistd.h>
 
 #include "regdump_util.h"
+#include "regenc_tsr_text.h"
 
 // ----------------------------------------------------------------------------------------------- the dump in memory
 
 static std::string systemError() {
-    return std::string(" (") + std::strerror(errno) + ")";
+    return regencText(" (", std::strerror(errno), ")");
 }
 
 RegencDump::RegencDump() : image_(static_cast<tsr_dmp_t *>(std::calloc(1, sizeof(tsr_dmp_t)))) {
@@ -56,7 +57,7 @@ static constexpr size_t HDR_WORDS = sizeof(asic_dump_hdr_t) / 4;
 bool RegencDump::load(const std::string &path, std::string &error) {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
-        error = path + ": cannot open" + systemError();
+        error = regencText(path, ": cannot open", systemError());
         return false;
     }
     uint32_t hdr[HDR_WORDS] = {};
@@ -66,10 +67,10 @@ bool RegencDump::load(const std::string &path, std::string &error) {
         count = imageCount < 0 ? imageCount : count + imageCount;
     }
     if (count < 0)
-        error = path + ": cannot read" + systemError();
+        error = regencText(path, ": cannot read", systemError());
     else if (count != static_cast<ssize_t>(sizeof(hdr) + sizeof(tsr_dmp_t)))
-        error = path + ": too short for a dump: " + std::to_string(count) + " bytes of " +
-                std::to_string(sizeof(hdr) + sizeof(tsr_dmp_t));
+        error = regencText(path, ": too short for a dump: ", std::to_string(count), " bytes of ",
+                           std::to_string(sizeof(hdr) + sizeof(tsr_dmp_t)));
     close(fd);
     if (!error.empty())
         return false;
@@ -82,13 +83,13 @@ bool RegencDump::load(const std::string &path, std::string &error) {
 bool RegencDump::write(const std::string &path, std::string &error) const {
     struct stat old;
     if (stat(path.c_str(), &old) == 0 && !S_ISREG(old.st_mode)) {
-        error = path + ": not a regular file";
+        error = regencText(path, ": not a regular file");
         return false;
     }
     std::string temp = path + ".XXXXXX";
     const int fd = mkstemp(temp.data());
     if (fd < 0) {
-        error = path + ": cannot create" + systemError();
+        error = regencText(path, ": cannot create", systemError());
         return false;
     }
     const mode_t mask = umask(0);
@@ -100,13 +101,13 @@ bool RegencDump::write(const std::string &path, std::string &error) const {
     bool ok = fchmod(fd, 0666 & ~mask) == 0 && writeAll(fd, hdr, sizeof(hdr)) &&
               writeAll(fd, image_.get(), sizeof(tsr_dmp_t));
     if (!ok)
-        error = path + ": cannot write" + systemError();
+        error = regencText(path, ": cannot write", systemError());
     if (close(fd) != 0 && ok) {
-        error = path + ": cannot write" + systemError();
+        error = regencText(path, ": cannot write", systemError());
         ok = false;
     }
     if (ok && std::rename(temp.c_str(), path.c_str()) != 0) {
-        error = path + ": cannot create" + systemError();
+        error = regencText(path, ": cannot create", systemError());
         ok = false;
     }
     if (!ok)
@@ -167,7 +168,7 @@ static bool readValue(std::string_view text, uint32_t &value, std::string &error
     for (const char c : digits) {
         const int digit = hexDigit(c);
         if (digit < 0 || static_cast<uint64_t>(digit) >= base) {
-            error = "bad value '" + std::string(text) + "'";
+            error = regencText("bad value '", text, "'");
             return false;
         }
         sum = sum * base + static_cast<uint64_t>(digit);
@@ -177,11 +178,11 @@ static bool readValue(std::string_view text, uint32_t &value, std::string &error
         }
     }
     if (digits.empty()) {
-        error = "bad value '" + std::string(text) + "'";
+        error = regencText("bad value '", text, "'");
         return false;
     }
     if (tooWide) {
-        error = "value " + std::string(text) + " does not fit 32 bits";
+        error = regencText("value ", text, " does not fit 32 bits");
         return false;
     }
     value = static_cast<uint32_t>(sum);
@@ -226,7 +227,7 @@ template <typename Visit> static bool forEachWord(const RegencWords &words, Visi
 }
 
 static std::string contradiction(std::string_view name, uint32_t before) {
-    return "'" + std::string(name) + "' is set again with another value (before: " + hex(before) + ")";
+    return regencText("'", name, "' is set again with another value (before: ", hex(before), ")");
 }
 
 bool RegencAssembler::setWord(const RegencWords &words, std::string_view name, uint32_t value, std::string &error) {
@@ -269,14 +270,14 @@ bool RegencAssembler::setFields(const RegencWords &words, std::string_view name,
         unsigned hi = 0;
         unsigned lo = 0;
         if (!regencFindField(chipOff, words.field, hi, lo)) {
-            error = "unknown name '" + std::string(name) + "': the register at " + hex(chipOff) + " has no field " +
-                    std::string(words.field);
+            error =
+                regencText("unknown name '", name, "': the register at ", hex(chipOff), " has no field ", words.field);
             return false;
         }
         const uint32_t mask = UINT32_MAX >> (31 - (hi - lo));
         if (value > mask) {
-            error = "value " + hex(value) + " does not fit the " + std::to_string(hi - lo + 1) + " bits of '" +
-                    std::string(name) + "'";
+            error = regencText("value ", hex(value), " does not fit the ", std::to_string(hi - lo + 1), " bits of '",
+                               name, "'");
             return false;
         }
         const uint32_t before = dump_.word(dumpOff);
@@ -307,7 +308,7 @@ bool RegencAssembler::setHdr(std::string_view name, uint32_t value, std::string 
         if (HDR_FIELDS[i] != name)
             continue;
         if ((hdrClaims_ >> i & 1) != 0 && words[i] != value) {
-            error = contradiction("header." + std::string(name), words[i]);
+            error = contradiction(regencText("header.", name), words[i]);
             return false;
         }
         hdrClaims_ |= 1u << i;
@@ -315,7 +316,7 @@ bool RegencAssembler::setHdr(std::string_view name, uint32_t value, std::string 
         std::memcpy(&dump_.hdr(), words, sizeof(words));
         return true;
     }
-    error = "unknown name 'header." + std::string(name) + "'";
+    error = regencText("unknown name 'header.", name, "'");
     return false;
 }
 
@@ -361,11 +362,11 @@ bool RegencAssembler::listingLine(std::string_view text, std::string &error) {
     if (!names_.find(name, words, error))
         return false;
     if (words.ranged || !words.field.empty()) {
-        error = "'" + std::string(name) + "' is no word of a listing";
+        error = regencText("'", name, "' is no word of a listing");
         return false;
     }
     if (words.chipOff != chipOff) {
-        error = "'" + std::string(name) + "' is at " + hex(words.chipOff) + ", not at " + hex(chipOff);
+        error = regencText("'", name, "' is at ", hex(words.chipOff), ", not at ", hex(chipOff));
         return false;
     }
     return setWord(words, name, value, error);
@@ -406,7 +407,7 @@ bool RegencAssembler::line(std::string_view text, std::string &error) {
         if (!hdrBlockLine(text, taken, error))
             return false;
         if (!taken)
-            error = "cannot read '" + std::string(text.substr(0, 80)) + "'";
+            error = regencText("cannot read '", text.substr(0, 80), "'");
         return taken;
     }
     uint32_t value = 0;
@@ -419,7 +420,7 @@ bool RegencAssembler::file(const std::string &path, std::string &error) {
 
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
-        error = path + ": cannot open" + systemError();
+        error = regencText(path, ": cannot open", systemError());
         return false;
     }
     beginText();
@@ -431,7 +432,7 @@ bool RegencAssembler::file(const std::string &path, std::string &error) {
         const ssize_t count = readAll(fd, buf.get() + used, BLOCK - used);
         if (count < 0) {
             close(fd);
-            error = path + ": cannot read" + systemError();
+            error = regencText(path, ": cannot read", systemError());
             return false;
         }
         used += static_cast<size_t>(count);
@@ -457,7 +458,7 @@ bool RegencAssembler::file(const std::string &path, std::string &error) {
     close(fd);
     if (message.empty())
         return true;
-    error = path + ":" + std::to_string(lineNumber) + ": " + message;
+    error = regencText(path, ":", std::to_string(lineNumber), ": ", message);
     return false;
 }
 

@@ -1,7 +1,8 @@
 #include "regenc_tsr.h"
 
 #include <cctype>
-#include <cstring>
+
+#include "regenc_tsr_text.h"
 
 static bool isWordChar(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
@@ -26,10 +27,6 @@ static bool takeNumber(std::string_view name, size_t &pos, uint32_t &number) {
             return false;
     }
     return pos != start;
-}
-
-static std::string quoted(std::string_view text) {
-    return "'" + std::string(text) + "'";
 }
 
 /// One piece of a name: a row with its subscripts.
@@ -82,16 +79,16 @@ bool RegencNames::findLevel(std::string_view name, size_t &pos, Level &level, st
     const std::string_view word = takeWord(name, pos);
     level.row = word.empty() ? nullptr : findRow(*level.table, word);
     if (level.row == nullptr) {
-        error = "unknown name " + quoted(name);
+        error = regencText("unknown name '", name, "'");
         return false;
     }
     if ((level.row->flags & REGDUMP_FLAGS_NO_DUMP) != 0) {
-        error = quoted(name) + " is not part of a dump";
+        error = regencText("'", name, "' is not part of a dump");
         return false;
     }
     if (level.row->parent_depth != 0 && level.parentEnd > level.row->parent_depth) {
-        error = "unknown name " + quoted(name) + ": only the instances 0 to " +
-                std::to_string(level.row->parent_depth - 1) + " have this register";
+        error = regencText("unknown name '", name, "': only the instances 0 to ",
+                           std::to_string(level.row->parent_depth - 1), " have this register");
         return false;
     }
     const bool single = level.row->depth[0] == 1 && level.row->depth[1] == 0;
@@ -100,8 +97,8 @@ bool RegencNames::findLevel(std::string_view name, size_t &pos, Level &level, st
     while (pos < name.size() && name[pos] == '[') {
         ++pos;
         if (level.numSubs == level.numDims) {
-            error = "unknown name " + quoted(name) + ": " + std::string(word) + " has " +
-                    std::to_string(level.numDims) + (level.numDims == 1 ? " subscript" : " subscripts");
+            error = regencText("unknown name '", name, "': ", word, " has ", std::to_string(level.numDims),
+                               (level.numDims == 1 ? " subscript" : " subscripts"));
             return false;
         }
         uint32_t &lo = level.lo[level.numSubs];
@@ -114,14 +111,18 @@ bool RegencNames::findLevel(std::string_view name, size_t &pos, Level &level, st
             level.ranged = true;
         }
         if (!ok || pos >= name.size() || name[pos] != ']') {
-            error = "bad subscript in " + quoted(name);
+            error = regencText("bad subscript in '", name, "'");
             return false;
         }
         ++pos;
         const uint32_t dim = level.row->depth[level.numSubs];
-        if (lo > hi || hi >= dim) {
-            error = "unknown name " + quoted(name) + ": " + (lo > hi ? "the range is empty" : "a subscript of ") +
-                    (lo > hi ? "" : std::string(word) + " is 0 to " + std::to_string(dim - 1));
+        if (lo > hi) {
+            error = regencText("bad subscript in '", name, "': the range is empty");
+            return false;
+        }
+        if (hi >= dim) {
+            error =
+                regencText("unknown name '", name, "': a subscript of ", word, " is at most ", std::to_string(dim - 1));
             return false;
         }
         ++level.numSubs;
@@ -151,7 +152,7 @@ bool RegencNames::find(std::string_view name, RegencWords &words, std::string &e
         if (level.row->child == nullptr)
             break;
         if (level.numSubs != level.numDims || pos >= name.size() || name[pos] != '.') {
-            error = quoted(name) + " is a group, not a word";
+            error = regencText("'", name, "' is a group, not a word");
             return false;
         }
         ++pos;
@@ -177,8 +178,8 @@ bool RegencNames::find(std::string_view name, RegencWords &words, std::string &e
         pos += 2;
         uint32_t number = 0;
         if (!takeNumber(name, pos, number) || number >= row->dump_size / 4) {
-            error = "unknown name " + quoted(name) + ": a word number of " + row->name + " is 0 to " +
-                    std::to_string(row->dump_size / 4 - 1);
+            error = regencText("unknown name '", name, "': a word number of ", row->name, " is 0 to ",
+                               std::to_string(row->dump_size / 4 - 1));
             return false;
         }
         if (level.numSubs == level.numDims) {
@@ -186,7 +187,7 @@ bool RegencNames::find(std::string_view name, RegencWords &words, std::string &e
             words.dumpOff += 4 * number;
             words.run = 1;
         } else {
-            error = "subscripts are missing in " + quoted(name);
+            error = regencText("subscripts are missing in '", name, "'");
             return false;
         }
     }
@@ -195,12 +196,12 @@ bool RegencNames::find(std::string_view name, RegencWords &words, std::string &e
         words.field = takeWord(name, pos);
     }
     if (pos != name.size()) {
-        error = "unknown name " + quoted(name);
+        error = regencText("unknown name '", name, "'");
         return false;
     }
     if (words.run != 1 && !words.ranged) {
-        error = quoted(name) + " is " + std::to_string(words.run) + " words: give all subscripts" +
-                (row->asic_size > 4 ? " and the word number" : "") + ", or a range";
+        error = regencText("'", name, "' is ", std::to_string(words.run), " words: give all subscripts",
+                           (row->asic_size > 4 ? " and the word number" : ""), ", or a range");
         return false;
     }
     return true;
