@@ -490,6 +490,8 @@ TEST(RegencTwice, FieldRefinesItsWord) {
     EXPECT_EQ(dump.image()->ephy_reg[0].rte_prc_l2_ctl, __builtin_bswap32(0xfffff83f));
     EXPECT_EQ(assemble({reg + " = 0xffffffff", port + " = 0", reg + " = 0xfffff83f"}),
               "'" + reg + "' is set again with another value (before: 0xffffffff)");
+    const std::string range = "ephy_reg[0..1].rte_prc_l2_ctl.rte_prc_l2_psel_port";
+    EXPECT_EQ(assemble({reg + " = 0xffffffff", range + " = 1", port + " = 2", reg + " = 0xffffffff"}), "");
     EXPECT_EQ(assemble({port + " = 1", reg + " = 0x40"}), "");
     EXPECT_EQ(assemble({port + " = 1", reg + " = 0x80"}),
               "'" + reg + "' is set again with another value (before: 0x00000040)");

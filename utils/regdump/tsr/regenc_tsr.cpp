@@ -150,12 +150,24 @@ static std::string hex(uint32_t value) {
     return text;
 }
 
-static int hexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
+namespace {
+
+/// The value of every character as a hexadecimal digit; 255 for those that are none.
+struct DigitTable {
+    constexpr DigitTable() {
+        for (unsigned c = 0; c < 256; ++c)
+            value[c] = 255;
+        for (unsigned digit = 0; digit < 16; ++digit) {
+            value[static_cast<unsigned char>("0123456789abcdef"[digit])] = static_cast<uint8_t>(digit);
+            value[static_cast<unsigned char>("0123456789ABCDEF"[digit])] = static_cast<uint8_t>(digit);
+        }
+    }
+    uint8_t value[256] = {};
+};
+
+} // namespace
+
+static constexpr DigitTable DIGITS;
 
 /// Reads a decimal or 0x hexadecimal number, which must be all of `text`. Returns false after storing a message in
 /// `error` when it is no number or has more than 32 bits.
@@ -166,12 +178,12 @@ static bool readValue(std::string_view text, uint32_t &value, std::string &error
     bool tooWide = false;
     uint64_t sum = 0;
     for (const char c : digits) {
-        const int digit = hexDigit(c);
-        if (digit < 0 || static_cast<uint64_t>(digit) >= base) {
+        const uint64_t digit = DIGITS.value[static_cast<unsigned char>(c)];
+        if (digit >= base) {
             error = regencText("bad value '", text, "'");
             return false;
         }
-        sum = sum * base + static_cast<uint64_t>(digit);
+        sum = sum * base + digit;
         if (sum > UINT32_MAX) {
             tooWide = true;
             sum = UINT32_MAX;
@@ -281,8 +293,9 @@ bool RegencAssembler::setFields(const RegencWords &words, std::string_view name,
             return false;
         }
         const uint32_t before = dump_.word(dumpOff);
-        FieldClaim &claim = fieldClaims_[dumpOff];
-        if (claim.mask == 0 && wordClaims_[dumpOff / 4])
+        const auto [entry, isNew] = fieldClaims_.try_emplace(dumpOff);
+        FieldClaim &claim = entry->second;
+        if (isNew)
             claim.word = before;
         const uint32_t bits = value << lo;
         if (!words.ranged && ((claim.value ^ bits) & claim.mask & (mask << lo)) != 0) {

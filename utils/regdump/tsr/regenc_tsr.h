@@ -128,7 +128,7 @@ public:
 private:
     /// What a text has said of a word whose register fields it has set.
     struct FieldClaim {
-        uint32_t word = 0; ///< the value of the single-word line, if there was one
+        uint32_t word = 0; ///< the value of the word before its fields were set
         uint32_t mask = 0;
         uint32_t value = 0;
     };

@@ -1,11 +1,9 @@
 #include "regenc_tsr.h"
 
-#include <cctype>
-
 #include "regenc_tsr_text.h"
 
 static bool isWordChar(char c) {
-    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
 }
 
 /// The run of letters, digits and underscores of `name` from `pos` on; `pos` moves behind it.
