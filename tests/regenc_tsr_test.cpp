@@ -1,8 +1,11 @@
 #include "regenc_tsr.h"
 
+#include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -622,6 +625,23 @@ TEST(RegencProgram, FilesThatCannotBeUsed) {
     EXPECT_EQ(regenc({out, temp.file("long", std::string(3 << 20, ' ') + "ftc_cntl = 1")}).err,
               temp.path("long") + ":1: line too long\n");
     EXPECT_FALSE(std::ifstream(out).is_open());
+}
+
+TEST(RegencProgram, FailedWriteLeavesNoFile) {
+    const TempDir temp;
+    const std::string good = temp.file("good", "ftc_cntl = 1\n");
+    struct rlimit before;
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    struct rlimit small = before;
+    small.rlim_cur = 1 << 20;
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const RunResult result = regenc({temp.path("out"), good});
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, temp.path("out") + ": cannot write (File too large)\n");
+    EXPECT_EQ(temp.numFiles(), 1u);
 }
 
 TEST(RegencProgram, OutputHasTheUsualMode) {
