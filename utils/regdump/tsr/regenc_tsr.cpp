@@ -488,15 +488,18 @@ int regenc_tsr_main(int argc, char **argv) {
                      argc > 0 ? argv[0] : "regenc_tsr");
         return 1;
     }
-    RegencDump dump;
-    RegencAssembler assembler(dump);
     std::string error;
-    bool ok = base == nullptr || dump.load(base, error);
-    for (int i = 2; i < argc && ok; ++i)
-        ok = assembler.file(argv[i], error);
-    if (ok)
-        ok = dump.write(argv[1], error);
-    if (!ok)
-        std::fprintf(stderr, "%s\n", error.c_str());
-    return ok ? 0 : 1;
+    try {
+        RegencDump dump;
+        RegencAssembler assembler(dump);
+        bool ok = base == nullptr || dump.load(base, error);
+        for (int i = 2; i < argc && ok; ++i)
+            ok = assembler.file(argv[i], error);
+        if (ok && dump.write(argv[1], error))
+            return 0;
+    } catch (const std::bad_alloc &) {
+        error = "not enough memory";
+    }
+    std::fprintf(stderr, "%s\n", error.c_str());
+    return 1;
 }
