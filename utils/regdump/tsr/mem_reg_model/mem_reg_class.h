@@ -208,7 +208,7 @@ private:
 /// A TCAM: entry i is the rows 2i (Y) and 2i + 1 (X) of its array.
 class EmbeddedTcamArray {
 public:
-    /// `def` gives the TCAM's entries and the fields of its key.
+    /// `def` gives the TCAM's entries and the fields of its key; it is copied.
     EmbeddedTcamArray(const MemoryDefinition *def, tDutWrPoke wrPoke, tDutRdPeek rdPeek);
     virtual ~EmbeddedTcamArray() = default;
     /// All entries that match the nwords words of `key`, lowest first.
