@@ -225,42 +225,51 @@ TEST(HsiMem, InitClears) {
     EXPECT_EQ(std::count(&tfe->TFE_TCAM[0], &tfe->TFE_TCAM[0] + sizeof *tfe / 4, 0u), 1441792 + 360448);
 }
 
-/// A run that starts and ends inside an entry leaves the words and hold registers of as many single writes.
+/// The same writes as a run in one record and as single writes in another. A whole entry beforehand gives the hold
+/// registers the same contents, and the entry's missing words behind show what they were left with.
+template <class Rec> void checkRun(Family<Rec> &byRun, Family<Rec> &bySingle, const Range &range, uint32_t skip,
+                                   const std::vector<uint32_t> &beWords) {
+    const uint32_t n = static_cast<uint32_t>(range.masks.size());
+    const uint32_t room = (range.last + 1 - range.first) / 4 - skip;
+    const uint32_t cnt = static_cast<uint32_t>(beWords.size());
+    const uint32_t taken = std::min(cnt, room);
+    const uint32_t addr = range.first + 4 * skip;
+    const auto prime = [&](Family<Rec> &family) {
+        for (uint32_t w = 0; w < n; w++)
+            family.wr(family.rec.get(), range.last + 1 - 4 * (n - w), 0x1000 + w);
+    };
+    const auto complete = [&](Family<Rec> &family) {
+        for (uint32_t i = taken; i < room && (skip + i) % n != 0; i++)
+            family.wr(family.rec.get(), addr + 4 * i, i);
+        family.wr(family.rec.get(), range.first + 4 * (n - 1), 0x77); // stores what was held last
+    };
+
+    prime(byRun);
+    EXPECT_EQ(byRun.wrRun(byRun.rec.get(), addr, beWords.data(), cnt), taken) << range.name;
+    complete(byRun);
+
+    prime(bySingle);
+    for (uint32_t i = 0; i < taken; i++)
+        bySingle.wr(bySingle.rec.get(), addr + 4 * i, be(beWords[i]));
+    complete(bySingle);
+
+    const uint32_t words = std::min(skip + taken + n, skip + room);
+    EXPECT_EQ(std::memcmp(byRun.words(range), bySingle.words(range), 4 * size_t{words}), 0)
+        << range.name << " from " << skip << ", " << cnt << " words";
+}
+
 template <class Rec> void checkRuns(Family<Rec> byRun, Family<Rec> bySingle) {
     std::mt19937 rng(3);
-    std::vector<uint32_t> beWords(400);
     for (const Range &range : byRun.ranges) {
         const uint32_t n = static_cast<uint32_t>(range.masks.size());
         for (uint32_t skip : {0u, 1u, n - 1}) {
             for (uint32_t cnt : {0u, 1u, n - 1, n, n + 1, 3 * n + 1, 64u, 321u}) {
-                const uint32_t room = (range.last + 1 - range.first) / 4 - skip;
-                const uint32_t taken = std::min(cnt, room);
+                std::vector<uint32_t> beWords(cnt);
                 for (uint32_t &word : beWords)
                     word = static_cast<uint32_t>(rng());
-                const uint32_t addr = range.first + 4 * skip;
-                EXPECT_EQ(byRun.wrRun(byRun.rec.get(), addr, beWords.data(), cnt), taken) << range.name;
-                // The words that complete the entry show the hold registers of the run.
-                const uint32_t rest = (n - (skip + taken) % n) % n;
-                for (uint32_t i = 0; i < rest && i + taken < room; i++)
-                    byRun.wr(byRun.rec.get(), addr + 4 * (taken + i), i);
-                for (uint32_t i = 0; i < taken; i++)
-                    bySingle.wr(bySingle.rec.get(), addr + 4 * i, be(beWords[i]));
-                for (uint32_t i = 0; i < rest && i + taken < room; i++)
-                    bySingle.wr(bySingle.rec.get(), addr + 4 * (taken + i), i);
-                const uint32_t words = std::min(skip + taken + rest, room);
-                EXPECT_EQ(std::memcmp(byRun.words(range), bySingle.words(range), 4 * size_t{words}), 0)
-                    << range.name << " from " << skip << ", " << cnt << " words";
+                checkRun(byRun, bySingle, range, skip, beWords);
             }
         }
-        // A last word alone stores what the hold registers of the run before it were left with.
-        const uint32_t lastWord = range.first + 4 * (n - 1);
-        byRun.wrRun(byRun.rec.get(), range.first, beWords.data(), 2 * n);
-        byRun.wr(byRun.rec.get(), lastWord, 1);
-        for (uint32_t w = 0; w + 1 < n; w++)
-            EXPECT_EQ(byRun.words(range)[w], be(beWords[n + w]) & range.masks[w]) << range.name;
-        for (uint32_t i = 0; i < 2 * n; i++)
-            bySingle.wr(bySingle.rec.get(), range.first + 4 * i, be(beWords[i]));
-        bySingle.wr(bySingle.rec.get(), lastWord, 1);
     }
     EXPECT_EQ(std::memcmp(byRun.rec.get(), bySingle.rec.get(), sizeof(Rec)), 0);
 }

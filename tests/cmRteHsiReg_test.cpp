@@ -47,7 +47,7 @@ TEST(ComReg, OffsetsBetweenAndBehindTheRegistersAreUnknown) {
     auto reg = std::make_unique<CmRteHsiComReg>();
     std::memset(reg.get(), 0x5a, sizeof *reg);
     const auto before = std::make_unique<CmRteHsiComReg>(*reg);
-    for (uint32_t offset : {0x1u, 0x2u, 0x3b8u, 0x3fcu, 0x3018u, 0x7ffcu}) {
+    for (uint32_t offset : {0x1u, 0x2u, 0x3bcu, 0x3fcu, 0x3018u, 0x7ffcu}) {
         EXPECT_EQ(CmRteHsiComRegWr(reg.get(), offset, ~0u, 0), 0) << std::hex << offset;
         uint32_t data = 5;
         EXPECT_EQ(CmRteHsiComRegRd(reg.get(), offset, &data), 0);
@@ -327,7 +327,7 @@ TEST(FindField, ByChipAddressAndName) {
 TEST(FindField, OtherRegistersAndNamesAreUnknown) {
     EXPECT_EQ(hsiFindField(0x50000, "rte_l2_ipv4_etyp"), nullptr) << "a field of the next register";
     EXPECT_EQ(hsiFindField(0x50000, "rte_l2_ieee_len"), nullptr);
-    EXPECT_EQ(hsiFindField(0x503b8, "rte_l2_ieee_len_max"), nullptr);
+    EXPECT_EQ(hsiFindField(0x503bc, "rte_l2_ieee_len_max"), nullptr);
     EXPECT_EQ(hsiFindField(0x2800000, "rte_l2_ieee_len_max"), nullptr);
     EXPECT_EQ(hsiFindField(0x403000, "rte_prc_l2_lu_en"), nullptr);
     EXPECT_EQ(hsiFindField(0x58000, "rte_l2_ieee_len_max"), nullptr);

@@ -75,6 +75,7 @@ TEST_F(TbMsgTest, ErrorPrintsItsRunningNumber) {
 }
 
 TEST_F(TbMsgTest, FirstErrorOfAProcessHasNumberOne) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a fresh process, in which nothing was counted yet
     EXPECT_EXIT(
         {
             TbMsg(TB_MSG_ERROR, "fn", "f.cpp", 9, "e");
