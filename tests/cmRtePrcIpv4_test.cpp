@@ -891,6 +891,62 @@ TEST_F(PrcL3Ipv4Test, PimRegisterCutAtEveryLength) {
     }
 }
 
+// Wherever the header stands, each field has its own end test, with its own number of bytes, at the grain of words.
+TEST_F(PrcL3Ipv4Test, EndTestsFollowTheHeaderToAnyOffset) {
+    for (uint32_t start = 14; start < 18; start++) {
+        const auto bytes =
+            Frame().fill(start).ipv4({.ulp = kUlpIcmp, .flagsFrag = 0x4000, .tlen = 20}).num(0x0b01, 2).fill(40).bytes;
+        for (uint32_t len = 1; len <= bytes.size(); len++) {
+            SCOPED_TRACE(testing::Message() << start << " " << len);
+            place(bytes);
+            setFrameLen(len);
+            stat.l3Offset = start;
+            auto reached = [&](uint32_t n) { return (start + n) / 4 * 4 < len; };
+            const bool hasLine = parseLines(2).find("Ipv4 : TTL = 64, ") != std::string::npos;
+            EXPECT_EQ(stat.l4Offset, reached(4) ? start + 20 : 0);
+            EXPECT_EQ(stat.l3Ipv4Flag, reached(7) ? 2 : 0);
+            EXPECT_EQ(stat.l3IpTtl, reached(11) ? 64 : 0);
+            EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_OUTER_IPV4], reached(13) ? 1 : 0);
+            EXPECT_EQ(hasLine, reached(23));
+            expectVerdict(0, 0, reached(23) ? 0 : 12);
+            EXPECT_EQ(stat.l3Ipv4IcmpTyp, reached(27) ? 0x0b01 : 0);
+        }
+    }
+}
+
+TEST_F(PrcL3Ipv4Test, EndTestsOfThePimHeaderFollowItToAnyOffset) {
+    for (uint32_t start = 14; start < 18; start++) {
+        for (bool toRp : {false, true}) {
+            Frame f;
+            f.fill(start).ipv4({.da = toRp ? kRpAddr : 5, .ulp = kUlpPim, .tlen = 20}).num(0x2200, 2).fill(40);
+            for (uint32_t len = start + 24; len <= f.bytes.size(); len++) {
+                SCOPED_TRACE(testing::Message() << start << " " << len);
+                place(f.bytes);
+                setFrameLen(len);
+                stat.l3Offset = start;
+                parse();
+                const bool whole = (start + 20 + 11) / 4 * 4 < len;
+                expectVerdict(0, 0, whole ? 0 : 12);
+                EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_PIM], whole && toRp ? 1 : 0);
+            }
+        }
+    }
+}
+
+TEST_F(PrcL3Ipv4Test, PimChecksumErrorIsLostUpToTheVeryWord) {
+    auto bytes = pimReg({}, {});
+    bytes[kL3 + 23] ^= 1;
+    bytes.insert(bytes.begin(), 2, 0);
+    port.rte_prc_l3_ipv4_ck_pim_cksum = 1;
+    // The register header lies at 36, so the checksum would be there at 56.
+    for (uint32_t len : {56u, 57u}) {
+        place(bytes, len);
+        stat.l3Offset = kL3 + 2;
+        parse();
+        expectVerdict(0, 0, len == 56 ? 12 : 18);
+    }
+}
+
 TEST_F(PrcL3Ipv4Test, PimToSomeoneElseMustHoldItsFirstTwelveBytes) {
     const auto bytes = plain({.ulp = kUlpPim});
     for (size_t len = 37; len <= 60; len++) {

@@ -656,9 +656,8 @@ TEST_F(PrcL3Ipv6Test, IcmpInFragments) {
 }
 
 TEST_F(PrcL3Ipv6Test, ACutIcmpHeaderIsRecordedAndTheWalkEndsAsIfItWereWhole) {
-    // An ICMP header at 62: 62 is read from a frame of 65 bytes on ((62 + 3) without low bits is 64), and 64 with it.
-    // So the header's two bytes fail alone only by the length limit: 63 bytes cannot be said in words, but the header
-    // at 64 behind a TRILL frame's shifted start can.
+    // With the IP header at 16 the ICMP header stands at 56, and its two bytes need the word at 60 inside the frame
+    // or a length limit of 60 bytes.
     const auto bytes =
         Frame().fill(2).mac(kMacUc, 2).etyp(0x86dd).ipv6({.nxtHdr = kIcmp}).num(0x8702, 2).fill(60).bytes;
     com.rte_l3_ipv6_max_len = 14; // 56 bytes: the fixed header and nothing else
@@ -675,6 +674,17 @@ TEST_F(PrcL3Ipv6Test, ACutIcmpHeaderIsRecordedAndTheWalkEndsAsIfItWereWhole) {
     EXPECT_EQ(stat.l3IpUlp, kIcmp);
     EXPECT_EQ(stat.l3IpDa0, 0u);
     EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_ICMPV6], 1u);
+
+    com.rte_l3_ipv6_max_len = 15;
+    for (size_t len : {57u, 60u, 61u}) {
+        place(bytes, len);
+        stat.l3Offset = 16;
+        parse();
+        expectVerdict(0, 0, len > 60 ? 0 : 12);
+        EXPECT_EQ(stat.l3PrcHdrUnk, len > 60 ? 0 : 1);
+        EXPECT_EQ(stat.l3IpUlp, kIcmp);
+        EXPECT_EQ(stat.l4Offset, 56u);
+    }
 }
 
 TEST_F(PrcL3Ipv6Test, PimRegisterToTheRpIsParsedInside) {
