@@ -273,15 +273,15 @@ TEST_F(PrcL3Ipv4Test, TheFirstErrorInTheOrderOfTheHeaderWins) {
 TEST_F(PrcL3Ipv4Test, ReadsEveryField) {
     port.rte_prc_typ_mode = 2;
     place(
-        plain({.sa = 0x0a010203, .da = 0xc0a80105, .ulp = 6, .ttl = 33, .tos = 0xb9, .flagsFrag = 0xf234, .tlen = 60}));
+        plain({.sa = 0x0a010203, .da = 0xc0a80105, .ulp = 6, .ttl = 33, .tos = 0xbd, .flagsFrag = 0xf234, .tlen = 60}));
     stat.l3IpSa1 = 5;
     EXPECT_EQ(parse(), 0u);
     EXPECT_EQ(stat.l3IpIhl, 5u);
     EXPECT_EQ(stat.l3IpOuterIhl, 5u);
     EXPECT_EQ(stat.l4Offset, 34u);
     EXPECT_EQ(stat.l3Offset, 14u);
-    EXPECT_EQ(stat.l3IpDscp, 0x2eu);
-    EXPECT_EQ(stat.l3IpDscpOuter, 0x2eu);
+    EXPECT_EQ(stat.l3IpDscp, 0x2fu);
+    EXPECT_EQ(stat.l3IpDscpOuter, 0x2fu);
     EXPECT_EQ(stat.l3IpEcn, 1u);
     EXPECT_EQ(stat.l3IpTlen, 60u);
     EXPECT_EQ(stat.l3Ipv4DntFrg, 1u);
@@ -662,6 +662,7 @@ TEST_F(PrcL3Ipv4Test, RpAddressTable) {
     EXPECT_EQ(CkIpv4RpAddr(&stat), 1u);
     EXPECT_EQ(stat.l3IpDaRpIdx, 0u);
     stat.l3IpDaRpIdx = 99;
+    com.rte_ipv6_pim_rp_addr_0_w0 = 0x0c000000; // the register behind the table
     stat.l3IpDa0 = 0x0c000000;
     EXPECT_EQ(CkIpv4RpAddr(&stat), 0u);
     EXPECT_EQ(stat.l3IpDaRpIdx, 99u);

@@ -289,14 +289,14 @@ TEST_F(PrcL3Ipv6Test, ReadsEveryField) {
                  .daLo = 0x5555666677778888,
                  .nxtHdr = kTcp,
                  .hopLimit = 33,
-                 .tclass = 0xb9,
+                 .tclass = 0xbd,
                  .flow = 0xfffff,
                  .plen = 100}));
     stat.l2PselDscp = 0x55;
     parse();
-    EXPECT_EQ(stat.l3IpDscp, 0x2eu);
-    EXPECT_EQ(stat.l3IpDscpOuter, 0x2eu);
-    EXPECT_EQ(stat.IpDscpForPsel, 0x2eu);
+    EXPECT_EQ(stat.l3IpDscp, 0x2fu);
+    EXPECT_EQ(stat.l3IpDscpOuter, 0x2fu);
+    EXPECT_EQ(stat.IpDscpForPsel, 0x2fu);
     EXPECT_EQ(stat.l2PselDscp, 0x55u) << "not written for IPv6";
     EXPECT_EQ(stat.l3IpEcn, 1u);
     EXPECT_EQ(stat.l3IpTlen, 140u);
@@ -315,6 +315,14 @@ TEST_F(PrcL3Ipv6Test, ReadsEveryField) {
     EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_OUTER_IPV6], 1u);
     EXPECT_EQ(stat.flexKeyOffset[FLEX_KEY_OUTER_IPV6], 12u);
     EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_INNER_IPV6], 0u);
+}
+
+TEST_F(PrcL3Ipv6Test, AWrongVersionLeavesTheTrafficClass) {
+    auto bytes = plain({.tclass = 0x04});
+    bytes[kL3] = 0xf0;
+    place(bytes);
+    parse();
+    EXPECT_EQ(stat.l3IpDscp, 1u);
 }
 
 TEST_F(PrcL3Ipv6Test, TheTotalLengthWrapsAt16Bits) {
@@ -780,6 +788,15 @@ TEST_F(PrcL3Ipv6DeathTest, PimBehindACutExtensionHeaderEndsTheRun) {
     parse();
     expectVerdict(0, 0, 12);
 
+    // With the header at 17 the read goes up to 60, and that is in the word at 60.
+    auto moved = bytes;
+    moved.insert(moved.begin(), 3, 0);
+    place(moved);
+    setFrameLen(61);
+    stat.l3Offset = 17;
+    parse();
+    expectVerdict(0, 0, 12);
+
     // The length limit does it too; 14 words are 56 bytes.
     com.rte_l3_ipv6_max_len = 14;
     place(bytes);
@@ -814,11 +831,19 @@ TEST_F(PrcL3Ipv6Test, RpAddressTable) {
     com.rte_ipv6_pim_rp_addr_31_w0 = 0x50;
     EXPECT_EQ(find(0x0000005000000020, 0x0000003000000040), 1u);
     EXPECT_EQ(stat.l3IpDaRpIdx, 0u);
+    EXPECT_EQ(find(0x0000001000000020, 0x0000003000000040), 1u);
+    EXPECT_EQ(stat.l3IpDaRpIdx, 31u);
     EXPECT_EQ(find(0x0000005100000020, 0x0000003000000040), 0u);
     EXPECT_EQ(find(0x0000005000000021, 0x0000003000000040), 0u);
     EXPECT_EQ(find(0x0000005000000020, 0x0000003100000040), 0u);
     EXPECT_EQ(find(0x0000005000000020, 0x0000003000000041), 0u);
     EXPECT_EQ(stat.l3IpDaRpIdx, 99u);
+    // The four registers behind the table.
+    regElem(&com, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w0, 32, 4) = 0x77;
+    regElem(&com, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w1, 32, 4) = 0;
+    regElem(&com, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w2, 32, 4) = 0;
+    regElem(&com, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w3, 32, 4) = 0;
+    EXPECT_EQ(find(0x0000007700000000, 0), 0u);
     port.rte_prc_l3_ipv6_rp_ck_off = 1;
     EXPECT_EQ(find(0x0000005000000020, 0x0000003000000040), 0u);
     EXPECT_EQ(stat.l3IpDaRpIdx, 99u);
@@ -881,6 +906,15 @@ TEST_F(PrcL3Ipv6Test, PimChecksumCoversThePseudoHeaderAndTheRegisterHeader) {
     parse();
     expectVerdict(0, 0, 18);
     moved[57] = 0x19;
+    place(moved);
+    parse();
+    expectVerdict(0, 0, 0);
+    com.rte_ipv6_pim_rp_addr_5_w2 = 0x00020000; // ::2:0:4 wants 2 less again
+    moved[47] = 2;
+    place(moved);
+    parse();
+    expectVerdict(0, 0, 18);
+    moved[57] = 0x17;
     place(moved);
     parse();
     expectVerdict(0, 0, 0);
@@ -1007,6 +1041,27 @@ TEST_F(PrcL3Ipv6Test, PimRegisterCutAtEveryLength) {
         EXPECT_EQ(stat.l3Offset, len > 64 ? 62 : 14);
         EXPECT_EQ(stat.l3IpMcastRegEncap, len > 104 ? 1 : 0);
         EXPECT_EQ(stat.l3IpUlpIsPim, len > 56 ? 1 : 0);
+    }
+}
+
+// Wherever the header stands, each field has its own length test, rounded up to a word.
+TEST_F(PrcL3Ipv6Test, LengthTestsFollowTheHeaderToAnyOffset) {
+    port.rte_prc_typ_mode = 2;
+    for (uint32_t start = 14; start < 18; start++) {
+        const auto bytes = Frame().fill(start).ipv6({.nxtHdr = kUdp}).fill(40).bytes;
+        for (uint32_t len = 1; len <= bytes.size(); len++) {
+            SCOPED_TRACE(testing::Message() << start << " " << len);
+            place(bytes);
+            setFrameLen(len);
+            stat.l3Offset = start;
+            auto reached = [&](uint32_t n) { return (start + n + 3) / 4 * 4 < len; };
+            const std::string out = parseLines(3);
+            EXPECT_EQ(out.find("Ipv6 DSCP") != std::string::npos, reached(1));
+            EXPECT_EQ(stat.l3IpTtl, reached(6) ? 64 : 0);
+            EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_OUTER_IPV6], reached(24) ? 1 : 0);
+            EXPECT_EQ(out.find("First NextHeader") != std::string::npos, reached(40));
+            expectVerdict(0, 0, reached(40) ? 0 : 12);
+        }
     }
 }
 
