@@ -53,17 +53,6 @@ protected:
         com.trill_cust_id_option_word1 = 0xa5;
     }
     void sPort() { port.rte_prc_vlan_mode = 1; }
-    void expectCuts(const std::vector<uint8_t> &bytes, const std::vector<CutRow> &rows) {
-        uint32_t next = 1;
-        for (const CutRow &row : rows) {
-            ASSERT_EQ(row.from, next);
-            for (uint32_t len = row.from; len <= row.to; len++) {
-                parse(bytes, len);
-                EXPECT_EQ(verdict(), row.verdict) << "length " << len;
-            }
-            next = row.to + 1;
-        }
-    }
     std::string lastLine(const std::vector<uint8_t> &bytes) {
         const std::string all = parseTrace(bytes);
         const size_t at = all.rfind('\n', all.size() - 2);

@@ -41,6 +41,12 @@ inline constexpr L2Verdict dropOf(uint32_t rsn) {
     return {0, 0, 0, 1, rsn};
 }
 
+/// A stretch of frame lengths with one outcome.
+struct CutRow {
+    uint32_t from, to;
+    L2Verdict verdict;
+};
+
 class PrcTest : public ModelTest {
 protected:
     PrcTest() {
@@ -106,6 +112,19 @@ protected:
     /// `text` as a trace line of the frame.
     static std::string line(const std::string &text) { return "CM port=3, frameIdx=17>> " + text + "\n"; }
 
+    /// Cuts `bytes` at every length of `rows`, which follow one another from 1 on.
+    void expectCuts(const std::vector<uint8_t> &bytes, const std::vector<CutRow> &rows) {
+        uint32_t next = 1;
+        for (const CutRow &row : rows) {
+            ASSERT_EQ(row.from, next);
+            for (uint32_t len = row.from; len <= row.to; len++) {
+                parse(bytes, len);
+                EXPECT_EQ(verdict(), row.verdict) << "length " << len;
+            }
+            next = row.to + 1;
+        }
+    }
+
     L2Verdict verdict() const {
         return {stat.l2PrcTrap, stat.l2PrcTrapQue, stat.l2PrcTrapRsn, stat.l2PrcDrop, stat.l2PrcDropRsn};
     }
@@ -119,12 +138,6 @@ protected:
         uint32_t &word = mem.RTE_VLAN_X_EDRAM[vid >> 1];
         word = vid & 1 ? setBits(word, 12, 0, xvid) : setBits(word, 28, 16, xvid);
     }
-};
-
-/// A stretch of frame lengths with one outcome.
-struct CutRow {
-    uint32_t from, to;
-    L2Verdict verdict;
 };
 
 /// One error of the layer-2 parser: what brings it about, and what it says.
