@@ -553,18 +553,32 @@ TEST_F(PrcL2Test, STagOfVid0IsNotTranslatedNorIsTheCTagOnAnSPort) {
 TEST_F(PrcL2Test, CTagStraightOnAnSPortIsReadButDoesNotCountAsVlan) {
     sPort();
     setVlanTrans(0x456, 0x1002);
-    // The final word is a length, so the type that the tag left in the record shows until the LLC header is met.
-    port.rte_prc_l2_legacy_cfi_en = 0;
-    parse(padded(eth().tag(kCtagEtyp, 0x456).etyp(kNoMansLand + 1)));
+    // A frame that ends in its final word, a length, shows what the tag left: a VLAN tag that counts clears the type.
+    const auto bytes = padded(eth().tag(kCtagEtyp, 0x456).etyp(48).hex("4242030000"));
+    parse(bytes, 20);
     EXPECT_EQ(stat.isCTagged, 1u);
     EXPECT_EQ(stat.ctag, 0x456u);
     EXPECT_EQ(stat.xcvid, 0u);
-    // EOF at the final type word leaves the tag's EtherType in place, as its clearing is for VLAN tags that count.
-    parse(padded(eth().tag(kCtagEtyp, 0x456).etyp(3)), 20);
     EXPECT_EQ(stat.l2Etyp, kCtagEtyp);
+    parse(bytes);
+    EXPECT_EQ(stat.l2LlcDet, 1u);
+    EXPECT_EQ(stat.l2Etyp, 0u) << "the length clears it";
     port.rte_prc_vlan_mode = 0;
-    parse(padded(eth().tag(kCtagEtyp, 0x456).etyp(3)), 20);
+    parse(bytes, 20);
+    EXPECT_EQ(stat.xcvid, 0x1002u);
     EXPECT_EQ(stat.l2Etyp, 0u);
+}
+
+TEST_F(PrcL2Test, STagBehindALoneCTagOnAnSPortIsNoError) {
+    sPort();
+    port.rte_prc_l2_ck_multiple_s_tags = port.rte_prc_l2_ck_s_tagged_on_c_port = 1;
+    const auto bytes = padded(eth().tag(kCtagEtyp, 5).tag(kStagEtyp, 6).etyp(kIpv4Etyp));
+    parse(bytes);
+    EXPECT_EQ(verdict(), kNoVerdict);
+    EXPECT_EQ(stat.l2Etyp, kStagEtyp);
+    EXPECT_EQ(stat.l3IpVer, 0u);
+    port.rte_prc_l2_ck_multiple_s_tags = port.rte_prc_l2_ck_s_tagged_on_c_port = 0;
+    EXPECT_EQ(parseTrace(bytes).find("excused"), std::string::npos);
 }
 
 TEST_F(PrcL2Test, AlikeTagTypesOnAnSPortReadAnSTagFirst) {

@@ -667,6 +667,32 @@ TEST_F(PrcTrillTest, ExcusedInnerSTagPrintsItsThreeLines) {
     EXPECT_EQ(parseTrace(ipv4(inner(trill()))).find("excused"), std::string::npos);
 }
 
+TEST_F(PrcTrillTest, InnerSTagBehindALoneCTagOnAnSPortIsNoError) {
+    sPort();
+    port.rte_prc_l2_ck_multiple_s_tags = port.rte_prc_l2_ck_s_tagged_on_c_port = 1;
+    parse(ipv4(inner(trill()).tag(kCtagEtyp, 5).tag(kStagEtyp, 6)));
+    EXPECT_EQ(verdict(), kNoVerdict);
+    EXPECT_EQ(stat.isCTagged, 1u);
+    EXPECT_EQ(stat.l2Etyp, kStagEtyp);
+    EXPECT_EQ(stat.l3IpVer, 0u);
+}
+
+TEST_F(PrcTrillTest, TagExcusedInBothPlacesPrintsBothLines) {
+    sPort();
+    const std::string excuse = line("PRC multiple S-TAG excused");
+    EXPECT_TRUE(endsWith(parseTrace(ipv4(inner(trill()).tag(kStagEtyp, 5).tag(kCtagEtyp, 6).tag(kStagEtyp, 7))),
+                         excuse + excuse));
+}
+
+TEST_F(PrcTrillTest, ExcusedInnerNoMansLandIsTracedOnce) {
+    const std::string found = "CM port=3, frameIdx=17>>eTypLen is in no man's land: 5dd\n";
+    const std::string out = parseTrace(inner(trill()).etyp(kNoMansLand).fill(40).bytes);
+    EXPECT_TRUE(endsWith(out, found));
+    EXPECT_EQ(out.find(found), out.rfind(found));
+    EXPECT_EQ(verdict(), kNoVerdict);
+    EXPECT_EQ(stat.l2Etyp, 0u);
+}
+
 TEST_F(PrcTrillTest, InnerSnap) {
     parse(inner(trill()).etyp(48).hex("aaaa03000000").etyp(kIpv4Etyp).fill(40).bytes);
     EXPECT_EQ(stat.l2SnapEnc, 1u);
