@@ -198,6 +198,16 @@ TEST_F(PrcL2TypTest, ExcusedNoMansLandStopsSilentlyAndIsTracedAtBothTests) {
     EXPECT_EQ(verdict(), kNoVerdict);
 }
 
+TEST_F(PrcL2TypTest, NoMansLandErrorClearsTheTypeOfATagThatDoesNotCount) {
+    sPort();
+    port.rte_prc_l2_ck_non_typlen = 1;
+    parse(padded(eth().tag(kCtagEtyp, 5).etyp(kNoMansLand)));
+    EXPECT_EQ(verdict(), dropOf(DRP_L2_TYP));
+    EXPECT_EQ(stat.l2Etyp, 0u);
+    EXPECT_EQ(stat.l2Da, kDa);
+    EXPECT_EQ(stat.ctag, 5u);
+}
+
 // --- LLC and SNAP ---
 
 TEST_F(PrcL2TypTest, SnapEthertype) {
@@ -292,13 +302,13 @@ TEST_F(PrcL2TypTest, SnapEndTestOfThePidAtAnEvenOffset) {
         stat.dbgLvl = 4;
         uint32_t go = 7;
         const std::string out = decisions(printed([&] { go = PrcL2Len(&stat, typLen, offset); }));
-        return std::to_string(go) + out.substr(0, out.find('\n') + 1);
+        return std::make_pair(go, out.substr(0, out.find('\n') + 1));
     };
     // 17 + 5 and 17 + 7: 20 and 24; 17 + 9: 24; 17 + 11: 28
-    EXPECT_EQ(lenAt(20), "0" + line("PRC L2 EOF err."));
-    EXPECT_EQ(lenAt(24), "0" + line("PrcLen -- EoF Err, exp_len=21"));
-    EXPECT_EQ(lenAt(28), "0" + line("PrcLen -- EoF Err, exp_len=25"));
-    EXPECT_EQ(lenAt(29)[0], '1');
+    EXPECT_EQ(lenAt(20), std::make_pair(0u, line("PRC L2 EOF err.")));
+    EXPECT_EQ(lenAt(24), std::make_pair(0u, line("PrcLen -- EoF Err, exp_len=21")));
+    EXPECT_EQ(lenAt(28), std::make_pair(0u, line("PrcLen -- EoF Err, exp_len=25")));
+    EXPECT_EQ(lenAt(29).first, 1u);
     bytes.insert(bytes.begin(), 2, 0);
     begin(bytes, 24);
     uint32_t typLen = 48;

@@ -677,6 +677,14 @@ TEST_F(PrcTrillTest, InnerSTagBehindALoneCTagOnAnSPortIsNoError) {
     EXPECT_EQ(stat.l3IpVer, 0u);
 }
 
+TEST_F(PrcTrillTest, InnerNoMansLandErrorClearsTheTypeOfATagThatDoesNotCount) {
+    sPort();
+    port.rte_prc_l2_ck_non_typlen = 1;
+    parse(inner(trill()).tag(kCtagEtyp, 5).etyp(kNoMansLand).fill(40).bytes);
+    EXPECT_EQ(verdict(), dropOf(DRP_L2_TYP));
+    EXPECT_EQ(stat.l2Etyp, 0u);
+}
+
 TEST_F(PrcTrillTest, TagExcusedInBothPlacesPrintsBothLines) {
     sPort();
     const std::string excuse = line("PRC multiple S-TAG excused");
@@ -790,8 +798,9 @@ TEST_F(PrcTrillTest, CutInTheFirstHeaderWordGoesByTheTrillRegister) {
 }
 
 TEST_F(PrcTrillTest, ReturnsTheInnerTypeAndThePlaceBehindIt) {
-    begin(ipv4(inner(Frame().fill(14).trill(kDbId, kSbId, 9))));
+    begin(ipv4(inner(Frame().fill(14).trill(0xbeef, kSbId, 9))));
     stat.l2Etyp = 0x1234;
+    stat.xsvid = stat.xcvid = 1;
     stat.l2TrillInnerVlanTagged = stat.l2TrillInnerDaIsCtl = 1;
     uint32_t offset = 14;
     uint32_t typLen = 0;
@@ -801,7 +810,8 @@ TEST_F(PrcTrillTest, ReturnsTheInnerTypeAndThePlaceBehindIt) {
     EXPECT_EQ(etypIsIpv4, 1u);
     EXPECT_EQ(stat.l2TrillInnerVlanTagged, 0u);
     EXPECT_EQ(stat.l2TrillInnerDaIsCtl, 0u);
-    EXPECT_EQ(stat.l2TrillEgr, 0u);
+    EXPECT_EQ(stat.xsvid + stat.xcvid, 0u);
+    EXPECT_EQ(stat.l2TrillEgr, 0u) << "nobody found TRILL";
 }
 
 TEST_F(PrcTrillTest, AnyRegistersAndAnyBytesStayInTheFrame) {
