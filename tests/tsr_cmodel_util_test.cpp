@@ -379,8 +379,8 @@ TEST_F(LoadTest, RunsEndInsideTheLastRegisterArrays) {
     load();
     const CmRteHsiComReg &reg = rte_mem->comReg;
     // 0x529f0 is the first of the eight indexes, 0x529f4 the second.
-    EXPECT_EQ(reg.rte_l3_ipv6_rp_idx_0, be(image->rte_l3_ipv6_rp_idx[0]) & 0x1ff) << "loaded";
-    EXPECT_EQ(reg.rte_l3_ipv6_rp_idx_1, 0u) << "behind the run";
+    EXPECT_EQ(reg.rte_l3_ipv6_idx_3, cut(be(image->rte_l3_ipv6_rp_idx[0]), 4, 0));
+    EXPECT_EQ(reg.rte_l3_ipv6_idx_7, 0u) << "behind the run";
 }
 
 TEST_F(LoadTest, EachPortRegister) {
