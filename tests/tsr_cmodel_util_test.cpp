@@ -22,7 +22,7 @@ uint32_t be(uint32_t word) {
 }
 
 /// Bits `hi` to `lo` of a word, worked out bit by bit.
-uint32_t cut(uint32_t word, unsigned hi, unsigned lo) {
+[[gnu::noinline]] uint32_t cut(uint32_t word, unsigned hi, unsigned lo) {
     uint32_t value = 0;
     for (unsigned b = lo; b <= hi; b++)
         value |= (word >> b & 1) << (b - lo);
@@ -340,6 +340,11 @@ TEST_F(LoadTest, ActivityMemoriesOfTheTaeStayUnwritten) {
 
 // Registers: a field is loaded when the chip's dump has its register and a run of the load covers it.
 
+/// Kept out of line: the tests below call it for each of the chip's fields.
+[[gnu::noinline]] void expectField(const char *name, uint32_t value, bool loaded, uint32_t fromImage, uint32_t reset) {
+    EXPECT_EQ(value, loaded ? fromImage : reset) << name;
+}
+
 bool inComRuns(uint32_t addr) {
     return (addr >= 0x50000 && addr < 0x50000 + 4380) || (addr >= 0x52000 && addr < 0x52000 + 2548) ||
            (addr >= 0x53000 && addr < 0x53000 + 24);
@@ -355,7 +360,7 @@ TEST_F(LoadTest, EachCommonRegister) {
     uint32_t loadedCnt = 0;
     uint32_t addr = 0, value = 0;
     bool loaded = false;
-#define FLD(name, hi, lo) EXPECT_EQ(reg.name, loaded ? cut(value, hi, lo) : reset->name) << #name;
+#define FLD(name, hi, lo) expectField(#name, reg.name, loaded, cut(value, hi, lo), reset->name);
 #define REG(at, name, ...)                                                                                             \
     addr = at;                                                                                                         \
     loaded = inComRuns(addr) && word(addr, value);                                                                     \
@@ -391,7 +396,7 @@ TEST_F(LoadTest, EachPortRegister) {
         CmRteHsiPortReg reset{};
         uint32_t value = 0;
         bool loaded = false;
-#define FLD(name, hi, lo) EXPECT_EQ(reg.name, loaded ? cut(value, hi, lo) : reset.name) << #name << " " << port;
+#define FLD(name, hi, lo) expectField(#name, reg.name, loaded, cut(value, hi, lo), reset.name);
 #define REG(offset, name, ...)                                                                                         \
     loaded = (offset) < 52 * 4;                                                                                        \
     value = loaded ? be(words[(offset) / 4]) : 0;                                                                      \
@@ -431,7 +436,7 @@ TEST_F(LoadTest, EachTfeRegister) {
     load();
     const CmTfeHsiComReg &reg = rte_mem->tfePtr->comReg;
     uint32_t value = 0;
-#define FLD(name, hi, lo) EXPECT_EQ(reg.name, cut(value, hi, lo)) << #name;
+#define FLD(name, hi, lo) expectField(#name, reg.name, true, cut(value, hi, lo), 0);
 #define REG(addr, name, ...)                                                                                           \
     ASSERT_TRUE(word(addr, value)) << #name;                                                                           \
     __VA_ARGS__
@@ -454,7 +459,7 @@ TEST_F(LoadTest, EachTaeRegister) {
     uint32_t value = 0;
     uint32_t addr = 0;
     const char *reg = nullptr;
-#define FLD(name, hi, lo) EXPECT_EQ(rte_mem->taePtr->BLK_REG_GET_FLD(reg, #name), cut(value, hi, lo)) << #name;
+#define FLD(name, hi, lo) expectField(#name, rte_mem->taePtr->BLK_REG_GET_FLD(reg, #name), true, cut(value, hi, lo), 0);
 #define REG(offset, name, ...)                                                                                         \
     addr = 0xf0000 + (offset);                                                                                         \
     reg = #name;                                                                                                       \
