@@ -62,6 +62,14 @@ uint64_t prcQword(const CmRteStat *statPtr, uint32_t offset, uint32_t byteNum);
 void prcL2HdrVioTrap(CmRteStat *statPtr);
 /// Records a layer-2 drop with `rsn` (RTE_DRP_RSN).
 void prcL2Drop(CmRteStat *statPtr, uint32_t rsn);
+/// Records the verdict of a layer-2 error: the header-violation trap when the register `trap` is non-zero, else the
+/// drop with `rsn`.
+void prcL2TrapOrDrop(CmRteStat *statPtr, uint32_t trap, uint32_t rsn);
+/// The same with its trace line `text` behind the prefix, ending in "TRAP" or "DROP".
+void prcL2Err(CmRteStat *statPtr, uint32_t trap, uint32_t rsn, const char *text);
+/// A layer-2 error that the register `ck` may excuse: returns 1 after prcL2Err when `ck` is non-zero; otherwise writes
+/// `excuse` (with its line end) at debug levels above 3 and returns 0.
+uint32_t prcL2CkErr(CmRteStat *statPtr, uint32_t ck, uint32_t trap, uint32_t rsn, const char *text, const char *excuse);
 
 // cmRtePrcL2
 void PrcL2(CmRteStat *statPtr);
