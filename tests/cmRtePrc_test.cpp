@@ -65,7 +65,7 @@ TEST_F(CmRtePrcTest, PortIdentity) {
 TEST_F(CmRtePrcTest, LogicalPortBeyondTheLagListIsInNoLag) {
     for (uint32_t &lagId : rte->extCfg.lagIdLst)
         lagId = 9;
-    rte->extCfg.bpLossless = 5;
+    rte->extCfg.mtuLst[0] = 5; // a word behind the list
     port.rte_prc_lgc_port = 11;
     run(ipv4(kTcp));
     EXPECT_EQ(stat.ingLagId, 9u);
@@ -136,6 +136,38 @@ TEST_F(CmRtePrcTest, LaterStepsRunBehindADrop) {
     EXPECT_EQ(stat.flexKey0[5] & 0xff, kDa & 0xff);
 }
 
+TEST_F(CmRtePrcTest, StepsBehindTheHeadersInTheirOrder) {
+    com.rte_flex_key_header_0_0 = FLEX_KEY_OUTER_MAC;
+    com.rte_flex_key_offset_0_0 = 255; // behind the frame: the extraction says so
+    begin(ipv4(kTcp));
+    stat.dbgLvl = 4;
+    const std::string out = printed([&] { CmRtePrc(&stat); });
+    size_t at = 0;
+    for (const char *step : {"Flex key TCP", "prc_typ_mode = ", "PRC L4 srcRngHit=", "Ingres QoS VLAN priority map",
+                             "Skipped IP DSCP QoS map", "Flex key 0 offset 255 is either larger"}) {
+        const size_t found = out.find(step);
+        ASSERT_NE(found, std::string::npos) << step;
+        EXPECT_GT(found, at) << step;
+        at = found;
+    }
+}
+
+TEST_F(CmRtePrcTest, Layer4IsUnknownWhenLayer3Is) {
+    for (const auto &bytes : {ipv4(99), ipv6(99)}) {
+        begin(bytes);
+        stat.l4PrcHdrUnk = 1;
+        CmRtePrc(&stat);
+        EXPECT_NE(stat.l3IpVer, 0u);
+        EXPECT_EQ(stat.l3PrcHdrUnk, 0u);
+        EXPECT_EQ(stat.l4PrcHdrUnk, 0u);
+    }
+    auto bytes = ipv4(99);
+    bytes.resize(30); // the header is cut off
+    run(bytes);
+    EXPECT_EQ(stat.l3PrcHdrUnk, 1u);
+    EXPECT_EQ(stat.l4PrcHdrUnk, 1u);
+}
+
 TEST_F(CmRtePrcTest, Ipv4Layer4) {
     run(ipv4(kTcp));
     EXPECT_EQ(stat.l3IpVer, 4u);
@@ -150,7 +182,6 @@ TEST_F(CmRtePrcTest, Ipv4Layer4) {
     EXPECT_EQ(nonTcpUdp(), 1u);
     EXPECT_EQ(stat.flexKeyOffset[FLEX_KEY_NON_TCP_UDP_AFTER_IP], stat.l4Offset);
     EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_TCP] + stat.flexKeyDetected[FLEX_KEY_UDP], 0u);
-    EXPECT_EQ(stat.l4PrcHdrUnk, stat.l3PrcHdrUnk);
 }
 
 TEST_F(CmRtePrcTest, Ipv4IcmpIsDetectedAsOtherOnlyInALaterFragment) {
