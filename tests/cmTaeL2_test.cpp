@@ -258,6 +258,9 @@ TEST_F(TaeL2, BanksHaveTheirTcamsAndResultMemories) {
             ASSERT_NE(tcam, nullptr) << bank;
             EXPECT_EQ(tcam->memSize(), big ? 2048u : 512u);
             EXPECT_EQ(tcam->pMemXY->nwords, 8u);
+            const uint32_t tcamBase = static_cast<uint32_t>(big ? 0x4400000 + 0x40000 * bank + 0x20000 * block
+                                                                : 0x4700000 + 0x8000 * (bank - 12));
+            EXPECT_EQ(tcam->pMemXY->pMemRegDef->memBase, tcamBase);
         }
         const EmbeddedMemory *ram = tae.getAclRsltBlockPointer(bank);
         ASSERT_NE(ram, nullptr);

@@ -104,11 +104,11 @@ using tDutRdPeek = int (*)(uint32_t addr, uint32_t &data, bool isPeek);
 class MemRegDutAccess {
 public:
     MemRegDutAccess(tDutWrPoke wrPoke, tDutRdPeek rdPeek) : ptr2DutWrPoke(wrPoke), ptr2DutRdPeek(rdPeek) {}
-    virtual ~MemRegDutAccess() = default;
     /// Write or read entry `addr` of the object on the device, a word at a time. Do nothing without their function or
     /// with their last argument false. Return 0, or -1 when a word was refused or nothing was done.
     virtual int writeDutAt(const RegMemDefinition *def, uint32_t addr, const M_T &ln_, bool isPoke);
     virtual int readDutAt(const RegMemDefinition *def, uint32_t addr, M_T &ln_, bool isPeek);
+    virtual ~MemRegDutAccess() = default;
 
     tDutWrPoke ptr2DutWrPoke;
     tDutRdPeek ptr2DutRdPeek;
