@@ -1,7 +1,5 @@
 // Layer-3 path selection: ACL, control classification and next hop in one fixed order, merged into one result.
 
-#include "cmRteLueL3Psel.h"
-
 #include "cmRteLue.h"
 #include "cmRteLueL3.h"
 #include "cmTae.h"
@@ -19,14 +17,18 @@ constexpr uint32_t kMaxKeyWords = 16;
 constexpr uint32_t kFlexKeys = 4;
 constexpr uint32_t kFlexKeyWords = 8;
 
-bool isIp(const CmRteStat *statPtr) { return statPtr->l3IpVer == 4 || statPtr->l3IpVer == 6; }
-bool isFcoe(const CmRteStat *statPtr) { return !isIp(statPtr) && statPtr->l2FcoeFound; }
+bool isIp(const CmRteStat *statPtr) {
+    return statPtr->l3IpVer == 4 || statPtr->l3IpVer == 6;
+}
+bool isFcoe(const CmRteStat *statPtr) {
+    return !isIp(statPtr) && statPtr->l2FcoeFound;
+}
 
 /// Result word of a longest-prefix search of IP; the positions are the model's, whatever the memory keeps.
 struct LpmWord {
     explicit LpmWord(uint32_t word)
-        : nxt_hop_rslt_idx(bits(word, 31, 14)), my_ip_da(bit(word, 13)), rp_valid(bit(word, 12)),
-          grp_id(bit(word, 11)), default_vrf(bit(word, 10)), trap_en(bit(word, 9)) {}
+        : nxt_hop_rslt_idx(bits(word, 31, 14)), my_ip_da(bit(word, 13)), rp_valid(bit(word, 12)), grp_id(bit(word, 11)),
+          default_vrf(bit(word, 10)), trap_en(bit(word, 9)) {}
     uint32_t nxt_hop_rslt_idx;
     uint32_t my_ip_da;
     uint32_t rp_valid;
@@ -52,8 +54,8 @@ bool skipForEarlierVerdict(CmRteStat *statPtr) {
         statPtr->l3PselTrapRsn = statPtr->l3IpTrapRsn;
         statPtr->l3PselDropRsn = statPtr->l3IpDropRsn;
         statPtr->l3PselDropTrapSkip = 1;
-        CM_TRACE(1, "Skip [L3Psel] due to IP trap (rsn=%d) or drop (rsn=%d).\n",
-                 static_cast<int>(statPtr->l3IpTrapRsn), static_cast<int>(statPtr->l3IpDropRsn));
+        CM_TRACE(1, "Skip [L3Psel] due to IP trap (rsn=%d) or drop (rsn=%d).\n", static_cast<int>(statPtr->l3IpTrapRsn),
+                 static_cast<int>(statPtr->l3IpDropRsn));
         return true;
     }
     if (statPtr->l3PrcDropRsn == 1) {
