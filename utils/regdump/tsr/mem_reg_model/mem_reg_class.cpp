@@ -3,14 +3,7 @@
 #include "cmAssert.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-
-void CmAssertFail(const char *expr, const char *file, int line, const char *func) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "%s:%d: %s: Assertion `%s' failed.\n", file, line, func, expr);
-    std::abort();
-}
 
 // Fields.
 
@@ -419,31 +412,38 @@ void EmbeddedTcamArray::doLookup(const uint32_t *key, std::vector<int> &hits) co
         return;
     const uint32_t nwords = pMemXY->nwords;
     const uint32_t entries = memSize();
-    if (nwords == 0) {
-        for (uint32_t i = 0; i < entries; i++)
-            hits.push_back(static_cast<int>(i));
-        return;
-    }
-    // The first words of a run of entries are tested together; few runs hold an entry that passes.
+    // The first words of a run of entries are tested together; few runs hold an entry that passes. Those are tested
+    // word by word, and given up at the first word that no entry passes.
     constexpr uint32_t kRun = 32;
-    const uint32_t *first = pMemXY->plane(0);
-    const uint32_t key0 = key[0];
     for (uint32_t run = 0; run < entries; run += kRun) {
-        const uint32_t end = std::min(entries, run + kRun);
-        uint32_t passed = 0;
-        for (uint32_t i = run; i < end; i++)
-            passed |= missBits(key0, first[2 * i + 1], first[2 * i]) == 0;
+        const uint32_t cnt = std::min(entries - run, kRun);
+        uint32_t passed = 1;
+        if (nwords > 0) {
+            const uint32_t *row = pMemXY->plane(0) + 2 * static_cast<size_t>(run);
+            passed = 0;
+            for (uint32_t i = 0; i < cnt; i++)
+                passed |= missBits(key[0], row[2 * i + 1], row[2 * i]) == 0;
+        }
         if (!passed)
             continue;
-        for (uint32_t i = run; i < end; i++) {
-            bool match = missBits(key0, first[2 * i + 1], first[2 * i]) == 0;
-            for (uint32_t w = 1; match && w < nwords; w++) {
-                const uint32_t *row = pMemXY->plane(w) + 2 * static_cast<size_t>(i);
-                match = missBits(key[w], row[1], row[0]) == 0;
+        uint32_t miss[kRun] = {};
+        for (uint32_t w = 0; passed && w < nwords; w++) {
+            const uint32_t *row = pMemXY->plane(w) + 2 * static_cast<size_t>(run);
+            passed = 0;
+            for (uint32_t i = 0; i < cnt; i++) {
+                miss[i] |= missBits(key[w], row[2 * i + 1], row[2 * i]);
+                passed |= miss[i] == 0;
             }
-            if (match)
-                hits.push_back(static_cast<int>(i));
         }
+        if (!passed)
+            continue;
+        int found[kRun];
+        uint32_t foundCnt = 0;
+        for (uint32_t i = 0; i < cnt; i++) {
+            found[foundCnt] = static_cast<int>(run + i);
+            foundCnt += miss[i] == 0;
+        }
+        hits.insert(hits.end(), found, found + foundCnt);
     }
 }
 

@@ -77,8 +77,9 @@ void CmTaeLkup::bankLookup(const uint32_t *key, std::vector<int> &hits, int bank
         if (!tcam)
             continue;
         tcam->doLookup(key, blkHits);
-        for (const int hit : blkHits)
-            hits.push_back(hit + block * static_cast<int>(TAE_BLK_ENTRIES));
+        for (int &hit : blkHits)
+            hit += block * static_cast<int>(TAE_BLK_ENTRIES);
+        hits.insert(hits.end(), blkHits.begin(), blkHits.end());
     }
     acl_cpu_time += static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }

@@ -66,13 +66,13 @@ uint32_t firstEntry(uint32_t bank) {
 }
 
 void addTcam(tTcamPtrMap &tcams, const std::string &name, uint32_t addr, uint32_t entries) {
-    auto *def = new MemoryDefinition;
-    def->name = name;
-    def->memBase = addr;
-    def->memSize = entries;
+    MemoryDefinition def;
+    def.name = name;
+    def.memBase = addr;
+    def.memSize = entries;
     for (unsigned w = 0; w < 8; w++)
-        def->addField(kTcamKeyWords[w], 32, 32 * w, w);
-    tcams[name] = new EmbeddedTcam(def, dpiMemWrPoke, dpiMemRdPeek);
+        def.addField(kTcamKeyWords[w], 32, 32 * w, w);
+    tcams[name] = new EmbeddedTcam(&def, dpiMemWrPoke, dpiMemRdPeek);
 }
 
 } // namespace
