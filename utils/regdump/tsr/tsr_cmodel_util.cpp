@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -237,7 +238,9 @@ void rte_memory_init(const tsr_dmp_t *tsr_reg) {
 }
 
 void rte_memory_free(void) {
-    // The blocks' named objects stay until the process ends, so no destructor runs.
+    // The block's named objects stay until the process ends; no destructor runs.
+    static auto *kept = new std::vector<CmChipBlock>;
+    kept->push_back(std::move(*rte_mem->taePtr));
     ::operator delete(rte_mem->taePtr);
     ::operator delete(rte_mem->tfePtr);
     std::free(rte_mem);

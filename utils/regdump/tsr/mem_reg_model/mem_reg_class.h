@@ -2,6 +2,7 @@
 // Named registers, memories and TCAMs: objects that are found by name, and fields of a word that are read and written
 // by name. A device under test could stand behind each object; in this system none does.
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -103,11 +104,11 @@ using tDutRdPeek = int (*)(uint32_t addr, uint32_t &data, bool isPeek);
 class MemRegDutAccess {
 public:
     MemRegDutAccess(tDutWrPoke wrPoke, tDutRdPeek rdPeek) : ptr2DutWrPoke(wrPoke), ptr2DutRdPeek(rdPeek) {}
-    virtual ~MemRegDutAccess() = default;
     /// Write or read entry `addr` of the object on the device, a word at a time. Do nothing without their function or
     /// with their last argument false. Return 0, or -1 when a word was refused or nothing was done.
     virtual int writeDutAt(const RegMemDefinition *def, uint32_t addr, const M_T &ln_, bool isPoke);
     virtual int readDutAt(const RegMemDefinition *def, uint32_t addr, M_T &ln_, bool isPeek);
+    virtual ~MemRegDutAccess() = default;
 
     tDutWrPoke ptr2DutWrPoke;
     tDutRdPeek ptr2DutRdPeek;
@@ -157,8 +158,8 @@ public:
     virtual uint32_t writeRange(uint32_t first, uint32_t last, const M_T &ln_);
     virtual uint32_t randomizeContent(uint32_t first, uint32_t last);
 
-    /// Stores a packed word of (totalBitWidth() + 31) / 32 words, lowest bits first, as writeAt stores the line that
-    /// unpackBinaryKey makes of it. An address beyond the memory is dropped.
+    /// Stores the keyWords() words of a packed entry, lowest bits first; it then reads as the line that unpackBinaryKey
+    /// makes of them. An address beyond the memory is dropped.
     void writeRaw(uint32_t addr, const uint32_t *words);
     /// Whether the entry was ever written.
     bool isWritten(uint32_t addr) const;
@@ -207,7 +208,7 @@ private:
 /// A TCAM: entry i is the rows 2i (Y) and 2i + 1 (X) of its array.
 class EmbeddedTcamArray {
 public:
-    /// `def` gives the TCAM's entries and the fields of its key.
+    /// `def` gives the TCAM's entries and the fields of its key; it is copied.
     EmbeddedTcamArray(const MemoryDefinition *def, tDutWrPoke wrPoke, tDutRdPeek rdPeek);
     virtual ~EmbeddedTcamArray() = default;
     /// All entries that match the nwords words of `key`, lowest first.

@@ -14,7 +14,9 @@ struct CmTfeHsiComReg {
 #undef REG
 #undef REG_RO
 #undef REG_NO_HOST
+    uint32_t pad[13]; // the chip's register file has 95 words in all
 };
+static_assert(sizeof(CmTfeHsiComReg) == 95 * sizeof(uint32_t));
 
 /// Memories of the TFE: the TCAM of 13 banks and the address map, an entry's words one behind the other.
 struct CmTfeHsiMem {
