@@ -1,7 +1,11 @@
 #include "cmRteLueL3.h"
 
+#include "cmTaeL3Key.h"
 #include "cmUtl.h"
 #include "tbMsg.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -28,6 +32,16 @@ uint32_t trillMcastTreeId(const CmRteStat *statPtr) {
     if (statPtr->l2TrillFound)
         return statPtr->l2TrillDa == statPtr->comRegPtr->trill_mcast_rb_0;
     return bit(treeHsh(statPtr), 15);
+}
+
+/// Flags of the TCP header in the order of its bits.
+enum TcpFlag : unsigned { TCP_FIN = 0, TCP_SYN = 1, TCP_RST = 2, TCP_PSH = 3, TCP_ACK = 4, TCP_URG = 5 };
+
+/// The six TCP flags in the order of the ACL keys, FIN at bit 5.
+uint32_t aclTcpFlags(const CmRteStat *statPtr) {
+    const uint32_t flags = statPtr->l4TcpFlags;
+    return bit(flags, TCP_FIN) << 5 | bit(flags, TCP_SYN) << 4 | bit(flags, TCP_RST) << 3 | bit(flags, TCP_ACK) << 2 |
+           bit(flags, TCP_URG) << 1 | bit(flags, TCP_PSH);
 }
 
 /// Whether the frame is a fragment of a longer packet.
@@ -67,10 +81,94 @@ void putIpv6(uint32_t *key, uint64_t addr0, uint64_t addr1) {
     key[3] = static_cast<uint32_t>(addr1);
 }
 
+/// The word of port ranges and VPN that both IP keys carry.
+uint32_t rngWord(const CmRteStat *statPtr) {
+    return fld(31, 27, statPtr->l4DstPortRngIdx) | fld(26, statPtr->l4DstPortRngHit) |
+           fld(25, 21, statPtr->l4SrcPortRngIdx) | fld(20, statPtr->l4SrcPortRngHit) | fld(19, 0, statPtr->vpn_id);
+}
+
+/// The word of the layer-4 ports that both IP keys carry.
+uint32_t portWord(const CmRteStat *statPtr) {
+    return fld(31, 16, statPtr->typL4Dst) | fld(15, 0, statPtr->typL4Src);
+}
+
+L3PselIpv4TcamInKey ipv4Key(const CmRteStat *statPtr) {
+    const bool firstFragment = statPtr->l3Ipv4FrgOffset == 0 && statPtr->l3Ipv4MorFrg == 1;
+    L3PselIpv4TcamInKey key{};
+    key.word[0] = fld(31, 26, statPtr->IpDscpForPsel) | fld(25, statPtr->l3IpMcastRegEncap) |
+                  fld(24, 18, statPtr->l3IpDaRpIdx) | fld(17, trillMcastTreeId(statPtr)) |
+                  fld(16, statPtr->l3FwdIsMyIpDa) | fld(15, statPtr->l3FwdIsSaGrp) | fld(14, statPtr->l3FwdIsDaGrp) |
+                  fld(12, 0, statPtr->iivid);
+    key.word[1] = fld(31, 26, aclTcpFlags(statPtr)) | fld(25, 23, statPtr->l3Ipv4Flag) |
+                  fld(22, 10, statPtr->l3Ipv4FrgOffset) | fld(9, firstFragment) | fld(8, isFragment(statPtr)) |
+                  fld(7, 5, statPtr->igPriMapIwpri) | fld(4, 0, statPtr->portRegPtr->rte_prc_l3_psel_port);
+    key.word[2] = fld(31, 20, statPtr->policyId) | fld(19, 8, statPtr->vrfId) | fld(7, 1, statPtr->myDaId) |
+                  fld(0, statPtr->l3IpIhl >= 6);
+    key.word[3] = static_cast<uint32_t>(statPtr->l3IpSa0);
+    key.word[4] = static_cast<uint32_t>(statPtr->l3IpDa0);
+    key.word[5] = fld(31, 24, statPtr->l3IpUlp) | fld(23, 16, statPtr->l3IpTtl) | fld(15, 0, statPtr->l3IpTlen);
+    key.word[6] = rngWord(statPtr);
+    key.word[7] = portWord(statPtr);
+    return key;
+}
+
+L3PselIpv6TcamInKey ipv6Key(const CmRteStat *statPtr) {
+    L3PselIpv6TcamInKey key{};
+    key.word[0] = fld(12, 0, statPtr->iivid);
+    key.word[2] = fld(31, 26, statPtr->IpDscpForPsel) | fld(25, statPtr->l3IpMcastRegEncap) |
+                  fld(24, 20, statPtr->l3IpDaRpIdx) | fld(19, trillMcastTreeId(statPtr)) |
+                  fld(18, statPtr->l3FwdIsSaGrp) | fld(17, statPtr->l3FwdIsDaGrp);
+    key.word[3] = fld(31, 26, aclTcpFlags(statPtr)) | fld(25, statPtr->l3Ipv6FragFlag) |
+                  fld(24, 12, statPtr->l3Ipv6FragOffset) | fld(11, statPtr->l3Ipv6FirstFragment) |
+                  fld(10, isFragment(statPtr)) | fld(9, 7, statPtr->igPriMapIwpri) |
+                  fld(4, 0, statPtr->portRegPtr->rte_prc_l3_psel_port);
+    key.word[4] = fld(31, 20, statPtr->policyId) | fld(19, 8, statPtr->vrfId) | fld(7, 1, statPtr->myDaId) |
+                  fld(0, statPtr->l3FwdIsMyIpDa);
+    putIpv6(key.word + 5, statPtr->l3IpSa0, statPtr->l3IpSa1);
+    putIpv6(key.word + 9, statPtr->l3IpDa0, statPtr->l3IpDa1);
+    key.word[13] = fld(31, 24, statPtr->l3IpUlp) | fld(23, 16, statPtr->l3IpTtl) | fld(15, 0, statPtr->l3IpTlen);
+    key.word[14] = rngWord(statPtr);
+    key.word[15] = portWord(statPtr);
+    return key;
+}
+
+L3PselFcoeTcamInKey fcoeKey(const CmRteStat *statPtr) {
+    L3PselFcoeTcamInKey key{};
+    key.word[1] = fld(31, bit(statPtr->l2FcoeFcFctl, 21)) | fld(30, bit(statPtr->l2FcoeFcFctl, 19)) |
+                  fld(29, statPtr->l2FcoeVeRouted) | fld(28, statPtr->l2FcoeVfRouted) | fld(27, 15, statPtr->iivid);
+    key.word[2] = fld(31, 24, statPtr->l2FcoeFcPld0) | fld(23, 16, statPtr->l2FcoeFcPld35) |
+                  fld(15, 8, statPtr->l2FcoeFcPld36) | fld(7, 0, statPtr->l2FcoeFcPld41);
+    key.word[3] = fld(31, 20, statPtr->l2FcoeClsVfid) | fld(19, 16, statPtr->l2FcoeVersion) |
+                  fld(15, 8, statPtr->l2FcoeFcRctl) | fld(7, 0, statPtr->l2FcoeFcCsctl);
+    key.word[4] = fld(31, 20, statPtr->policyId) | fld(19, 0, statPtr->vpn_id);
+    key.word[5] = fld(31, 8, statPtr->l2FcoeFcSid) | fld(7, 1, statPtr->myDaId) | fld(0, statPtr->l2FcoeClsVfidTyp);
+    key.word[6] = fld(31, 8, statPtr->l2FcoeFcDid) | fld(7, 5, statPtr->igPriMapIwpri) |
+                  fld(4, 0, statPtr->portRegPtr->rte_prc_l3_psel_port);
+    key.word[7] = fld(31, 24, statPtr->l2FcoeFcSof) | fld(23, 20, statPtr->l2FcoeLuDaGrpId) |
+                  fld(19, 16, statPtr->l2FcoeLuSaGrpId) | fld(15, 0, statPtr->l2FcoeFcOxid);
+    return key;
+}
+
+/// Writes `in` to `key` as the TCAM compares it.
+template <class KeyR, class Key> void putReshuffled(uint32_t *key, const Key &in) {
+    KeyR out;
+    ReshuffleKey(&in, &out, 0);
+    std::copy(std::begin(out.word), std::end(out.word), key);
+}
+
 } // namespace
 
 uint64_t Comb2Dw(const uint32_t *key) {
     return static_cast<uint64_t>(key[0]) << 32 | key[1];
+}
+
+void buildL3AclTcamKey(CmRteStat *statPtr, uint32_t *key) {
+    if (isIpv4(statPtr))
+        putReshuffled<L3PselIpv4TcamInKeyR>(key, ipv4Key(statPtr));
+    else if (isIpv6(statPtr))
+        putReshuffled<L3PselIpv6TcamInKeyR>(key, ipv6Key(statPtr));
+    else if (isFcoe(statPtr))
+        putReshuffled<L3PselFcoeTcamInKeyR>(key, fcoeKey(statPtr));
 }
 
 void buildL3AclTcamFlexKey(CmRteStat *statPtr, uint32_t *key, uint32_t profile) {
