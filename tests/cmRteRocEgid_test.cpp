@@ -79,10 +79,9 @@ TEST_F(FinalEgidTest, AclDropGroupWithFurtherBitsIsAnotherSpecialGroup) {
 }
 
 TEST_F(FinalEgidTest, TrapGroupTurnsForwardIntoDropAndForwardWithTrapIntoTrap) {
-    for (auto [egid, hex] : {std::pair{0x4102u, "0x4102"}, std::pair{0x6102u, "0x6102"},
-                             std::pair{0x1e102u, "0x1e102"}}) {
-        EXPECT_EQ(check(egid, 3),
-                  line("final egid (" + std::string(hex) + ") is trap_egid. FWD_A_TRAP --> TRAP\n"));
+    for (auto [egid, hex] :
+         {std::pair{0x4102u, "0x4102"}, std::pair{0x6102u, "0x6102"}, std::pair{0x1e102u, "0x1e102"}}) {
+        EXPECT_EQ(check(egid, 3), line("final egid (" + std::string(hex) + ") is trap_egid. FWD_A_TRAP --> TRAP\n"));
         expectChange(1, false);
         EXPECT_EQ(check(egid, 2), line("final egid (" + std::string(hex) + ") is trap_egid. FWD-->DROP\n"));
         expectChange(0, false);
@@ -95,8 +94,8 @@ TEST_F(FinalEgidTest, TrapGroupTurnsForwardIntoDropAndForwardWithTrapIntoTrap) {
 }
 
 TEST_F(FinalEgidTest, PassAndDropGroups) {
-    for (auto [egid, hex] : {std::pair{0x4103u, "0x4103"}, std::pair{0x4104u, "0x4104"},
-                             std::pair{0x1e104u, "0x1e104"}}) {
+    for (auto [egid, hex] :
+         {std::pair{0x4103u, "0x4103"}, std::pair{0x4104u, "0x4104"}, std::pair{0x1e104u, "0x1e104"}}) {
         const std::string text = "final egid (" + std::string(hex) + ") is either pass_egid or drop_egid. ";
         EXPECT_EQ(check(egid, 3), line(text + "FWD_TRAP --> TRAP\n"));
         expectChange(1, false);

@@ -149,8 +149,8 @@ TEST_F(CmRteRocVerdictTest, AclDropGroupNeedsItsExactForm) {
     com.rte_acl_drop_egid = 0xabc;
     com.rte_l3_ip_rpf_err_trap_que = 11;
     portReg.rte_prc_trap_l3_rpf_err = 1;
-    for (auto [egid, isMgid] : {std::pair{0x0abcu, 0u}, std::pair{0xcabcu, 0u}, std::pair{0x4abdu, 0u},
-                                std::pair{0x4abcu, 1u}}) {
+    for (auto [egid, isMgid] :
+         {std::pair{0x0abcu, 0u}, std::pair{0xcabcu, 0u}, std::pair{0x4abdu, 0u}, std::pair{0x4abcu, 1u}}) {
         start();
         stat.l2PselEgidMgid = egid;
         stat.l2PselIsL2Mgid = isMgid;
@@ -184,8 +184,7 @@ TEST_F(CmRteRocVerdictTest, RpfErrorTrapsOrDrops) {
 TEST_F(CmRteRocVerdictTest, RpfErrorReplacesASetSourceLearnEnable) {
     for (uint32_t trap : {0u, 1u}) {
         portReg.rte_prc_trap_l3_rpf_err = trap;
-        for (auto [was, reg, becomes] :
-             {std::tuple{0u, 1u, 0u}, std::tuple{1u, 0u, 0u}, std::tuple{1u, 1u, 1u}}) {
+        for (auto [was, reg, becomes] : {std::tuple{0u, 1u, 0u}, std::tuple{1u, 0u, 0u}, std::tuple{1u, 1u, 1u}}) {
             start();
             routeIpv4();
             stat.l3IpRpfErr = 1;
@@ -220,9 +219,9 @@ TEST_F(CmRteRocVerdictTest, RedirectToASpecialGroupOnlyTraps) {
         stat.l3PselEgidMgid = egid;
         char hex[16];
         std::snprintf(hex, sizeof hex, "%x", egid);
-        EXPECT_EQ(count(traced(), line("[ROC] special egid check. rslt_typ made TRAP egid=0x" + std::string(hex) +
-                                       "\n")),
-                  1u);
+        EXPECT_EQ(
+            count(traced(), line("[ROC] special egid check. rslt_typ made TRAP egid=0x" + std::string(hex) + "\n")),
+            1u);
         expectVerdict(1, 10, 20);
     }
     start();
@@ -240,9 +239,8 @@ TEST_F(CmRteRocVerdictTest, HopCountCheckOfOrdinaryGroupsAndMulticast) {
     struct Row {
         uint32_t egid, isMgid, prcTrap, prcDrop, runs;
     };
-    const Row rows[] = {{0x25, 0, 0, 0, 1},    {0x2025, 0, 0, 0, 1}, {0x4025, 0, 0, 0, 0},
-                        {0x10025, 0, 0, 0, 0}, {0x4025, 1, 0, 0, 1}, {0x25, 0, 1, 0, 0},
-                        {0x25, 0, 0, 1, 0}};
+    const Row rows[] = {{0x25, 0, 0, 0, 1},   {0x2025, 0, 0, 0, 1}, {0x4025, 0, 0, 0, 0}, {0x10025, 0, 0, 0, 0},
+                        {0x4025, 1, 0, 0, 1}, {0x25, 0, 1, 0, 0},   {0x25, 0, 0, 1, 0}};
     for (const Row &row : rows) {
         start();
         routeIpv4(); // so that the parser's verdict leaves the group alone
@@ -315,8 +313,7 @@ TEST_F(CmRteRocVerdictTest, TailDropSeesThePolicedColourAndTheFinalPriority) {
     stat.l2PselQmgPrio = 6;
     const std::string out = traced();
     EXPECT_EQ(count(out, line("Checking tail drop. color=1, q_prio=6, icb_drop_vector = 0x40\n") +
-                             line("Tail drop. DROP\n") +
-                             line("Increment tail drop stats. drop_prcd=1, q_prio=6\n")),
+                             line("Tail drop. DROP\n") + line("Increment tail drop stats. drop_prcd=1, q_prio=6\n")),
               1u);
     expectVerdict(0, 0, 0);
     EXPECT_EQ(rslt.dropRsnRslt, 25u);
