@@ -240,17 +240,18 @@ TEST_F(TaeL3Exm, ExactMatchLosesToAWinnerOfItsGroupInALowerBank) {
     clearExm();
     enable(4, ACLT_L3_IPV4, 2);
     tcamEntry(4, 0, fixedKey);
-    result(4, 0, {{"span_en", 1}, {"span_id", 4}});
-    ipv4ExmEntry(0, exmKey, {{"span_en", 1}, {"span_id", 7}});
-    for (const uint32_t bank : {3u, 5u}) {
-        configure(bank, ACLT_L3_IPV4, 2);
-        exmCfg(kExmCfg4 | bank << 12);
-        expectRslt({{"span_en", 1}, {"span_id", bank < 4 ? 7u : 4u}});
-    }
+    // Of the loser no field at all is seen.
+    result(4, 0, {{"span_en", 1}, {"span_id", 4}, {"dscp_en", 1}});
+    ipv4ExmEntry(0, exmKey, {{"span_en", 1}, {"span_id", 7}, {"pol_en", 1}});
+    configure(3, ACLT_L3_IPV4, 2);
+    exmCfg(kExmCfg4 | 3u << 12);
+    expectRslt({{"span_en", 1}, {"span_id", 7}, {"pol_en", 1}});
+    configure(5, ACLT_L3_IPV4, 2);
+    exmCfg(kExmCfg4 | 5u << 12);
+    expectRslt({{"span_en", 1}, {"span_id", 4}, {"dscp_en", 1}});
     // In another group both count.
     configure(5, ACLT_L3_IPV4, 3);
-    ipv4ExmEntry(0, exmKey, {{"span_en", 1}, {"span_id", 7}, {"pol_en", 1}});
-    expectRslt({{"span_en", 1}, {"span_id", 4}, {"pol_en", 1}});
+    expectRslt({{"span_en", 1}, {"span_id", 4}, {"dscp_en", 1}, {"pol_en", 1}});
 }
 
 TEST_F(TaeL3Exm, Ipv6ExactMatchTakesThePlaceOfItsBank) {
