@@ -128,13 +128,18 @@ static void formatTime(const asic_dump_hdr_t *hdr, char *text, size_t size) {
         text[used] = '\0';
 }
 
+int regdump_check_ver(const asic_dump_hdr_t *hdr) {
+    if (hdr->ver == ASIC_DUMP_HDR_VER)
+        return 0;
+    std::fprintf(stderr, "Dump header ver (%d) not current (%d)\n", static_cast<int>(hdr->ver),
+                 static_cast<int>(ASIC_DUMP_HDR_VER));
+    return -1;
+}
+
 int regdec_pr_hdr(void *buf) {
     const asic_dump_hdr_t *hdr = static_cast<const asic_dump_hdr_t *>(buf);
-    if (hdr->ver != ASIC_DUMP_HDR_VER) {
-        std::fprintf(stderr, "Dump header ver (%d) not current (%d)\n", static_cast<int>(hdr->ver),
-                     static_cast<int>(ASIC_DUMP_HDR_VER));
+    if (regdump_check_ver(hdr) != 0)
         return -1;
-    }
     char time_str[80];
     formatTime(hdr, time_str, sizeof(time_str));
     std::printf("================ Register Dump Header ================\n\n"
