@@ -134,10 +134,13 @@ TEST_F(LueTrill, RpfPort12IgnoresTheMapButReadsAndCaptures) {
     EXPECT_EQ(stat.l2TrillMcRpfDrop, 0u);
     EXPECT_EQ(com.rte_his_trill_rpf_rslt_3, 1u << 24 | 2u << 12);
     com.l2_trill_mcast_rpf_miss_rslt = 1;
-    port2.rte_prc_trill_rpf_port = 15;
     mem.RTE_TRILL_RPF_EDRAM[0] = 0;
-    rpf();
-    EXPECT_EQ(stat.l2TrillMcRpfDrop, 1u);
+    for (const uint32_t rpfPort : {12u, 15u}) {
+        stat.l2TrillMcRpfDrop = 0;
+        port2.rte_prc_trill_rpf_port = rpfPort;
+        rpf();
+        EXPECT_EQ(stat.l2TrillMcRpfDrop, 1u) << rpfPort;
+    }
 }
 
 TEST_F(LueTrill, RpfHistoryHasARange) {

@@ -41,13 +41,27 @@ KeyWords tcamKey(const CmTcamTbl *tblPtr) {
     return KeyWords(segLst);
 }
 
-/// Whether no bit of one key word speaks against the entry.
-bool wordHits(uint32_t x, uint32_t y, uint32_t key) {
-    return ((x & y) | ((x | y) & (x ^ key))) == 0;
+/// The bits of one key word that speak against the entry.
+uint32_t wordMiss(uint32_t x, uint32_t y, uint32_t key) {
+    return (x & y) | ((x | y) & (x ^ key));
+}
+
+/// Whether an entry with W words in X hits. The short ones are tested in one go, without a branch a word; in the long
+/// ones the first four words decide on nearly all entries.
+template <uint32_t W> bool entryHits(const uint32_t *entry, const uint32_t *key) {
+    constexpr uint32_t step = W < 4 ? W : 4;
+    for (uint32_t first = 0; first < W; first += step) {
+        uint32_t miss = 0;
+        for (uint32_t i = first; i < first + step; i++)
+            miss |= wordMiss(entry[i], entry[W + i], key[i]);
+        if (miss)
+            return false;
+    }
+    return true;
 }
 
 /// Calls `onHit(index)` for each matching entry from `first` up to, not including, `last`, until it returns false; then
-/// returns false itself. W is the number of words of X. The first word decides on nearly all entries.
+/// returns false itself. W is the number of words of X.
 template <uint32_t W, class OnHit>
 bool walkEntries(CmLuMem tcam, const KeyWords &key, uint64_t first, uint64_t last, OnHit onHit) {
     last = std::min<uint64_t>(last, tcam.size() / (2 * W));
@@ -55,10 +69,7 @@ bool walkEntries(CmLuMem tcam, const KeyWords &key, uint64_t first, uint64_t las
         return true;
     const uint32_t *entry = tcam.data() + first * 2 * W;
     for (uint64_t i = first; i < last; i++, entry += 2 * W) {
-        uint32_t word = 0;
-        while (word < W && wordHits(entry[word], entry[W + word], key.w[word]))
-            word++;
-        if (word == W && !onHit(static_cast<uint32_t>(i)))
+        if (entryHits<W>(entry, key.w) && !onHit(static_cast<uint32_t>(i)))
             return false;
     }
     return true;
@@ -283,7 +294,7 @@ void CmHalfTcamLu(CmTcamTbl *tblPtr) {
                 if (y + wdCnt > tblPtr->tcam.size())
                     return false;
                 uint32_t word = 0;
-                while (word < wdCnt && wordHits(tblPtr->tcam[x + word], tblPtr->tcam[y + word], key.w[word]))
+                while (word < wdCnt && !wordMiss(tblPtr->tcam[x + word], tblPtr->tcam[y + word], key.w[word]))
                     word++;
                 if (word == wdCnt) {
                     tblPtr->tcamHit = 1;
