@@ -11,6 +11,9 @@
 void L3VrfLu(CmRteStat *statPtr);
 /// Reads the customer group of the frame's VLAN.
 void L3CugidLu(CmRteStat *statPtr);
+/// A prefix search for the frame, on the reshuffled `key`, for its DA (`isDa` 1) or SA (0). The caller sets the
+/// protocol.
+TFE_LUE_INPUT lpmInput(const CmRteStat *statPtr, const uint32_t *key, uint32_t isDa);
 /// Takes back the trap of an IP frame whose port does not route its protocol.
 void L3IpNotEnRst(CmRteStat *statPtr);
 /// The control classification: drop, trap, forward, or trap and forward by VLAN and control TCAM, merged into the path
