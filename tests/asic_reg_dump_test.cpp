@@ -1,5 +1,6 @@
 #include "asic_reg_dump.h"
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -89,6 +90,15 @@ std::vector<uint8_t> countingImage(uint32_t size) {
             image[k + i] = static_cast<uint8_t>(word >> (24 - 8 * i));
     }
     return image;
+}
+
+__attribute__((format(printf, 1, 2))) std::string format(const char *pattern, ...) {
+    char text[1024];
+    va_list args;
+    va_start(args, pattern);
+    std::vsnprintf(text, sizeof(text), pattern, args);
+    va_end(args);
+    return text;
 }
 
 std::string line(uint32_t asic_off, uint32_t dump_off, const std::string &name) {
@@ -267,19 +277,17 @@ TEST(RegdumpList, PrintsEveryDumpedWord) {
     for (uint32_t i = 0; i < 3; ++i) {
         const uint32_t asic = 0x2000 + 0x800 * i;
         const uint32_t dump = 4 + 0x28 * i;
-        const std::string quad = "quad[" + std::to_string(i) + "].";
+        const std::string quad = format("quad[%u].", i);
         expected += line(asic, dump, quad + "cfg");
         if (i < 2)
             expected += line(asic + 4, dump + 4, quad + "limited");
         expected += line(asic + 0x40, dump + 8, quad + "inner.deep[0]");
         expected += line(asic + 0x44, dump + 12, quad + "inner.deep[1]");
         for (uint32_t w = 0; w < 6; ++w)
-            expected += line(asic + 0x50 + 4 * w, dump + 16 + 4 * w,
-                             quad + "inner.wide[" + std::to_string(w / 3) + "].w" + std::to_string(w % 3));
+            expected += line(asic + 0x50 + 4 * w, dump + 16 + 4 * w, quad + format("inner.wide[%u].w%u", w / 3, w % 3));
     }
     for (uint32_t w = 0; w < 6; ++w)
-        expected +=
-            line(0x9000 + 4 * w, 0x7c + 4 * w, "grid[" + std::to_string(w / 3) + "][" + std::to_string(w % 3) + "]");
+        expected += line(0x9000 + 4 * w, 0x7c + 4 * w, format("grid[%u][%u]", w / 3, w % 3));
     int rval = -1;
     EXPECT_EQ(printed(&rval, [&] { return regdump_decode_chip(CHIP_MAP, image.data(), CHIP_SIZE, 0); }), expected);
     EXPECT_EQ(rval, 0);
@@ -303,9 +311,23 @@ TEST(RegdumpList, CountsThroughEveryNumberOfDigits) {
     const std::vector<uint8_t> image = countingImage(4 * NUM);
     std::string expected;
     for (uint32_t i = 0; i < NUM; ++i)
-        expected += line(4 * i, 4 * i, "a[" + std::to_string(i) + "]");
+        expected += line(4 * i, 4 * i, format("a[%u]", i));
     int rval = -1;
     EXPECT_TRUE(expected == printed(&rval, [&] { return regdump_decode_chip(map, image.data(), 4 * NUM, 0); }));
+    EXPECT_EQ(rval, 0);
+}
+
+TEST(RegdumpList, CountsThroughEveryDimension) {
+    const regdump_map_t map[] = {
+        {"a", nullptr, 0, 0, 4, 4, {2, 3, 1, 11}, 0, 0}, {"b", nullptr, 0x1000, 264, 8, 8, {2, 2, 2}, 0, 0}, {}};
+    const std::vector<uint8_t> image = countingImage(264 + 64);
+    std::string expected;
+    for (uint32_t i = 0; i < 66; ++i)
+        expected += line(4 * i, 4 * i, format("a[%u][%u][0][%u]", i / 33, i / 11 % 3, i % 11));
+    for (uint32_t i = 0; i < 16; ++i)
+        expected += line(0x1000 + 4 * i, 264 + 4 * i, format("b[%u][%u][%u].w%u", i / 8, i / 4 % 2, i / 2 % 2, i % 2));
+    int rval = -1;
+    EXPECT_EQ(printed(&rval, [&] { return regdump_decode_chip(map, image.data(), 264 + 64, 0); }), expected);
     EXPECT_EQ(rval, 0);
 }
 
@@ -324,7 +346,7 @@ TEST(RegdumpList, LongNamesAreCutAt159Characters) {
         const std::vector<uint8_t> image = countingImage(44);
         std::string expected;
         for (uint32_t i = 0; i < 11; ++i)
-            expected += line(4 * i, 4 * i, (name + "[" + std::to_string(i) + "]").substr(0, 159));
+            expected += line(4 * i, 4 * i, format("%s[%u]", name.c_str(), i).substr(0, 159));
         int rval = -1;
         EXPECT_EQ(printed(&rval, [&] { return regdump_decode_chip(map, image.data(), 44, 0); }), expected);
     }

@@ -1,5 +1,7 @@
 #include "regdump_util.h"
 
+#include "run_program.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -252,7 +254,7 @@ TEST(RegdecGetData, FailedReadCountsAsAllOnes) {
     std::free(hdr);
 }
 
-#if !defined(__SANITIZE_ADDRESS__)
+#if !TEST_HAS_ASAN
 TEST(RegdecGetData, BufferThatCannotGrow) {
     asic_dump_hdr_t *const before = static_cast<asic_dump_hdr_t *>(std::malloc(sizeof(asic_dump_hdr_t)));
     asic_dump_hdr_t *hdr = before;

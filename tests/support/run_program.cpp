@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,7 +22,7 @@ static void check(bool ok, const char *what) {
                                        const RunOptions &options, int out_fd, int err_fd) {
     if (!options.stdout_path.empty())
         out_fd = open(options.stdout_path.c_str(), O_WRONLY);
-    if (options.closed_pipe)
+    if (options.ignore_sigpipe)
         std::signal(SIGPIPE, SIG_IGN);
     if (out_fd < 0 || dup2(out_fd, STDOUT_FILENO) < 0 || dup2(err_fd, STDERR_FILENO) < 0)
         _exit(127);
@@ -31,6 +32,10 @@ static void check(bool ok, const char *what) {
     for (const std::string &arg : args)
         argv.push_back(const_cast<char *>(arg.c_str()));
     argv.push_back(nullptr);
+    if (options.data_limit != 0) {
+        const rlimit limit = {options.data_limit, options.data_limit};
+        setrlimit(RLIMIT_DATA, &limit);
+    }
     execv(program.c_str(), argv.data());
     _exit(127);
 }
@@ -68,7 +73,9 @@ RunResult runProgram(const std::string &program, const std::vector<std::string> 
         }
     }
     int status = 0;
-    check(waitpid(pid, &status, 0) == pid, "waitpid");
+    rusage usage{};
+    check(wait4(pid, &status, 0, &usage) == pid, "wait4");
+    result.peak_memory = static_cast<size_t>(usage.ru_maxrss) * 1024;
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return result;
 }

@@ -214,6 +214,8 @@ char *regdump_stack_name_str(const regdump_stack_t *stackp, char *buf, size_t bu
 static constexpr size_t ASIC_OFF_COLUMN = 2;
 static constexpr size_t VALUE_COLUMN = 15;
 static constexpr size_t NAME_COLUMN = 25;
+static constexpr char COLUMNS[] = "0x00000000:  0x00000000  ";
+static_assert(sizeof(COLUMNS) == NAME_COLUMN + 1);
 
 /// The longest a line can be: the columns, a full name, the dump offset in debug form and the line end.
 static constexpr size_t MAX_LINE = NAME_COLUMN + REGDUMP_NAME_SIZE + 32;
@@ -223,13 +225,16 @@ namespace {
 /// Standard output behind one large buffer. After a failed write everything is dropped.
 class LineSink {
 public:
-    /// Room for `size` more characters, of at most `MAX_LINE`; `take` says how many of them were used.
+    /// Room for one more line, of at most `MAX_LINE` characters; `take` says how many of them were used.
     char *room() {
         if (used_ + MAX_LINE > sizeof(buf_))
             flush();
         return buf_ + used_;
     }
     void take(size_t size) { used_ += size; }
+
+    /// False once standard output has refused something.
+    bool ok() const { return ok_; }
 
     /// Hands everything to standard output. Returns false when some of it, now or before, was not taken.
     bool flush() {
@@ -335,6 +340,7 @@ static inline void putHex(char *text, uint32_t value) {
 /// is 0.
 static void listWords(LineSink &sink, const regdump_stack_t *stackp, const uint8_t *image, uint32_t image_size,
                       bool debug) {
+    static constexpr char DUMP_COLUMN[] = " (dmp 0x00000000)";
     static constexpr uint8_t NOTHING[4] = {};
     const uint32_t size = regdump_mapp_get_size(regdump_stack_get_map(stackp));
     const uint32_t asic_off = regdump_stack_get_asic_off(stackp);
@@ -342,15 +348,15 @@ static void listWords(LineSink &sink, const regdump_stack_t *stackp, const uint8
     for (uint64_t k = 0; k < size; k += 4) {
         char *line = sink.room();
         const bool inside = dump_off + k + 4 <= image_size;
-        std::memcpy(line, "0x00000000:  0x00000000  ", NAME_COLUMN);
+        std::copy_n(COLUMNS, NAME_COLUMN, line);
         putHex(line + ASIC_OFF_COLUMN, asic_off + static_cast<uint32_t>(k));
         putHex(line + VALUE_COLUMN, inside ? image + dump_off + k : NOTHING);
         regdump_stack_name_str(stackp, line + NAME_COLUMN, REGDUMP_NAME_SIZE, static_cast<uint32_t>(k));
         char *end = line + NAME_COLUMN + std::strlen(line + NAME_COLUMN);
         if (debug) {
-            std::memcpy(end, " (dmp 0x00000000)", 17);
+            std::copy_n(DUMP_COLUMN, sizeof(DUMP_COLUMN) - 1, end);
             putHex(end + 8, dump_off + static_cast<uint32_t>(k));
-            end += 17;
+            end += sizeof(DUMP_COLUMN) - 1;
         }
         *end++ = '\n';
         sink.take(static_cast<size_t>(end - line));
@@ -370,7 +376,8 @@ static void listCounted(LineSink &sink, const regdump_stack_t *stackp, const uin
     const size_t inner = counters.num - 1;
     uint32_t number[REGDUMP_MAX_DIMS + 1] = {};
     char *start[REGDUMP_MAX_DIMS + 2];
-    char head[MAX_LINE] = "0x00000000:  0x00000000  ";
+    char head[MAX_LINE] = {};
+    std::copy_n(COLUMNS, NAME_COLUMN, head);
     CutText levels(head + NAME_COLUMN, REGDUMP_NAME_SIZE);
     addLevelNames(levels, stackp);
     start[0] = levels.end();
@@ -438,6 +445,8 @@ int regdump_decode_chip(const regdump_map_t *map_startp, const void *src_buf, ui
         const regdump_map_t *mapp = regdump_stack_get_map(&stack);
         if (!isDumped(mapp))
             continue;
+        if (!sink.ok())
+            return ASIC_RESOURCE_FULL;
         const uint32_t size = regdump_mapp_get_size(mapp);
         // The row's own offset counts here, not the absolute one.
         if (src_buf_size < uint64_t{size} + mapp->dump_offset) {
@@ -507,7 +516,7 @@ void regdump_copy_last_word(const char *name, char *short_patt) {
             last = c + 1;
         }
     }
-    if (last != name && last[0] == 'w' && last[1] >= '0' && last[1] <= '9')
+    if (last[0] == 'w' && last[1] >= '0' && last[1] <= '9')
         last = previous;
     const size_t size = std::strcspn(last, "[.");
     std::memcpy(short_patt, last, size);

@@ -33,6 +33,7 @@ template <size_t... dims> using regdump_words_t = typename regdump_words<dims...
 template <typename T, size_t n> using regdump_inst_t = std::conditional_t<n == 1, T, T[n]>;
 
 // The dump image as a record, `tsr_dmp_t`, and the records of its groups. All words are big-endian.
+// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are names of types and fields
 #define REGDUMP_TABLE(table) struct table##_dmp_t {
 #define REGDUMP_REG(name, offset) uint32_t name;
 #define REGDUMP_ARR(name, offset, ...) regdump_words_t<__VA_ARGS__> name;
@@ -46,6 +47,7 @@ template <typename T, size_t n> using regdump_inst_t = std::conditional_t<n == 1
     }                                                                                                                  \
     ;
 #include "tsr_reg_dump.def"
+// NOLINTEND(bugprone-macro-parentheses)
 
 /// Bytes of the image of one Tessara.
 constexpr uint32_t TSR_DUMP_SIZE = 39752492;

@@ -1,0 +1,505 @@
+#include "regenc_tsr.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "regdump_util.h"
+#include "regenc_tsr_text.h"
+
+// ----------------------------------------------------------------------------------------------- the dump in memory
+
+static std::string systemError() {
+    return regencText(" (", std::strerror(errno), ")");
+}
+
+RegencDump::RegencDump() : image_(static_cast<tsr_dmp_t *>(std::calloc(1, sizeof(tsr_dmp_t)))) {
+    if (image_ == nullptr)
+        throw std::bad_alloc();
+    regdump_init_hdr(&hdr_, REGDUMP_VENDOR_ID, 32, 2, 0, 0);
+}
+
+/// Reads up to `size` bytes from `fd`, in as many calls as it takes. Returns the number of bytes read, or -1.
+static ssize_t readAll(int fd, void *buf, size_t size) {
+    size_t done = 0;
+    while (done != size) {
+        const ssize_t count = read(fd, static_cast<char *>(buf) + done, size - done);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return -1;
+        if (count == 0)
+            break;
+        done += static_cast<size_t>(count);
+    }
+    return static_cast<ssize_t>(done);
+}
+
+static bool writeAll(int fd, const void *buf, size_t size) {
+    size_t done = 0;
+    while (done != size) {
+        const ssize_t count = write(fd, static_cast<const char *>(buf) + done, size - done);
+        if (count < 0 && errno != EINTR)
+            return false;
+        if (count > 0)
+            done += static_cast<size_t>(count);
+    }
+    return true;
+}
+
+static constexpr size_t HDR_WORDS = sizeof(asic_dump_hdr_t) / 4;
+
+bool RegencDump::load(const std::string &path, std::string &error) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        error = regencText(path, ": cannot open", systemError());
+        return false;
+    }
+    uint32_t hdr[HDR_WORDS] = {};
+    ssize_t count = readAll(fd, hdr, sizeof(hdr));
+    if (count == static_cast<ssize_t>(sizeof(hdr))) {
+        const ssize_t imageCount = readAll(fd, image_.get(), sizeof(tsr_dmp_t));
+        count = imageCount < 0 ? imageCount : count + imageCount;
+    }
+    if (count < 0)
+        error = regencText(path, ": cannot read", systemError());
+    else if (count != static_cast<ssize_t>(sizeof(hdr) + sizeof(tsr_dmp_t)))
+        error = regencText(path, ": too short for a dump: ", std::to_string(count), " bytes of ",
+                           std::to_string(sizeof(hdr) + sizeof(tsr_dmp_t)));
+    close(fd);
+    if (!error.empty())
+        return false;
+    for (uint32_t &word : hdr)
+        word = ntohl(word);
+    std::memcpy(&hdr_, hdr, sizeof(hdr));
+    return true;
+}
+
+bool RegencDump::write(const std::string &path, std::string &error) const {
+    struct stat old;
+    if (stat(path.c_str(), &old) == 0 && !S_ISREG(old.st_mode)) {
+        error = regencText(path, ": not a regular file");
+        return false;
+    }
+    std::string temp = path + ".XXXXXX";
+    const int fd = mkstemp(temp.data());
+    if (fd < 0) {
+        error = regencText(path, ": cannot create", systemError());
+        return false;
+    }
+    const mode_t mask = umask(0);
+    umask(mask);
+    uint32_t hdr[HDR_WORDS];
+    std::memcpy(hdr, &hdr_, sizeof(hdr));
+    for (uint32_t &word : hdr)
+        word = htonl(word);
+    bool ok = fchmod(fd, 0666 & ~mask) == 0 && writeAll(fd, hdr, sizeof(hdr)) &&
+              writeAll(fd, image_.get(), sizeof(tsr_dmp_t));
+    if (!ok)
+        error = regencText(path, ": cannot write", systemError());
+    if (close(fd) != 0 && ok) {
+        error = regencText(path, ": cannot write", systemError());
+        ok = false;
+    }
+    if (ok && std::rename(temp.c_str(), path.c_str()) != 0) {
+        error = regencText(path, ": cannot create", systemError());
+        ok = false;
+    }
+    if (!ok)
+        unlink(temp.c_str());
+    return ok;
+}
+
+uint32_t RegencDump::word(uint32_t dumpOff) const {
+    uint32_t value;
+    std::memcpy(&value, reinterpret_cast<const char *>(image_.get()) + dumpOff, sizeof(value));
+    return ntohl(value);
+}
+
+void RegencDump::setWord(uint32_t dumpOff, uint32_t value) {
+    value = htonl(value);
+    std::memcpy(reinterpret_cast<char *>(image_.get()) + dumpOff, &value, sizeof(value));
+}
+
+// -------------------------------------------------------------------------------------------------- pieces of a line
+
+static bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\r';
+}
+
+static std::string_view trim(std::string_view text) {
+    while (!text.empty() && isBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
+static bool startsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
+static std::string hex(uint32_t value) {
+    char text[11];
+    std::snprintf(text, sizeof(text), "0x%08x", value);
+    return text;
+}
+
+namespace {
+
+/// The value of every character as a hexadecimal digit; 255 for those that are none.
+struct DigitTable {
+    constexpr DigitTable() {
+        for (unsigned c = 0; c < 256; ++c)
+            value[c] = 255;
+        for (unsigned digit = 0; digit < 16; ++digit) {
+            value[static_cast<unsigned char>("0123456789abcdef"[digit])] = static_cast<uint8_t>(digit);
+            value[static_cast<unsigned char>("0123456789ABCDEF"[digit])] = static_cast<uint8_t>(digit);
+        }
+    }
+    uint8_t value[256] = {};
+};
+
+} // namespace
+
+static constexpr DigitTable DIGITS;
+
+/// Reads a decimal or 0x hexadecimal number, which must be all of `text`. Returns false after storing a message in
+/// `error` when it is no number or has more than 32 bits.
+static bool readValue(std::string_view text, uint32_t &value, std::string &error) {
+    const bool isHex = startsWith(text, "0x") || startsWith(text, "0X");
+    const std::string_view digits = isHex ? text.substr(2) : text;
+    const uint64_t base = isHex ? 16 : 10;
+    bool tooWide = false;
+    uint64_t sum = 0;
+    for (const char c : digits) {
+        const uint64_t digit = DIGITS.value[static_cast<unsigned char>(c)];
+        if (digit >= base) {
+            error = regencText("bad value '", text, "'");
+            return false;
+        }
+        sum = sum * base + digit;
+        if (sum > UINT32_MAX) {
+            tooWide = true;
+            sum = UINT32_MAX;
+        }
+    }
+    if (digits.empty()) {
+        error = regencText("bad value '", text, "'");
+        return false;
+    }
+    if (tooWide) {
+        error = regencText("value ", text, " does not fit 32 bits");
+        return false;
+    }
+    value = static_cast<uint32_t>(sum);
+    return true;
+}
+
+// ------------------------------------------------------------------------------------------------------ the assembler
+
+RegencAssembler::RegencAssembler(RegencDump &dump) : dump_(dump), names_(tsr_dmp_map), wordClaims_(TSR_DUMP_SIZE / 4) {}
+
+void RegencAssembler::beginText() {
+    wordClaims_.assign(wordClaims_.size(), false);
+    fieldClaims_.clear();
+    hdrClaims_ = 0;
+}
+
+/// Calls `visit(chipOff, dumpOff)` for each of the words, in rising order, until one call returns false. Returns
+/// whether all did well.
+template <typename Visit> static bool forEachWord(const RegencWords &words, Visit visit) {
+    uint32_t done[std::tuple_size_v<decltype(words.steps)>] = {};
+    uint32_t chipOff = words.chipOff;
+    uint32_t dumpOff = words.dumpOff;
+    for (;;) {
+        for (uint32_t i = 0; i < words.run; ++i) {
+            if (!visit(chipOff + 4 * i, dumpOff + 4 * i))
+                return false;
+        }
+        size_t step = words.numSteps;
+        for (;;) {
+            if (step == 0)
+                return true;
+            const RegencWords::Step &inner = words.steps[--step];
+            chipOff += inner.chipStride;
+            dumpOff += inner.dumpStride;
+            if (++done[step] != inner.count)
+                break;
+            chipOff -= inner.count * inner.chipStride;
+            dumpOff -= inner.count * inner.dumpStride;
+            done[step] = 0;
+        }
+    }
+}
+
+static std::string contradiction(std::string_view name, uint32_t before) {
+    return regencText("'", name, "' is set again with another value (before: ", hex(before), ")");
+}
+
+bool RegencAssembler::setWord(const RegencWords &words, std::string_view name, uint32_t value, std::string &error) {
+    const uint32_t dumpOff = words.dumpOff;
+    const bool again = wordClaims_[dumpOff / 4];
+    uint32_t before = again ? dump_.word(dumpOff) : 0;
+    const auto fields = fieldClaims_.empty() ? fieldClaims_.end() : fieldClaims_.find(dumpOff);
+    if (fields != fieldClaims_.end()) {
+        FieldClaim &claim = fields->second;
+        before = claim.word;
+        if (!again && ((claim.value ^ value) & claim.mask) != 0) {
+            error = contradiction(name, dump_.word(dumpOff));
+            return false;
+        }
+        claim.word = value;
+    }
+    if (again && before != value) {
+        error = contradiction(name, before);
+        return false;
+    }
+    // The fields that the text has set after its word stand.
+    if (!again || fields == fieldClaims_.end())
+        dump_.setWord(dumpOff, value);
+    wordClaims_[dumpOff / 4] = true;
+    return true;
+}
+
+bool RegencAssembler::setWords(const RegencWords &words, uint32_t value) {
+    return forEachWord(words, [&](uint32_t, uint32_t dumpOff) {
+        dump_.setWord(dumpOff, value);
+        wordClaims_[dumpOff / 4] = false;
+        if (!fieldClaims_.empty())
+            fieldClaims_.erase(dumpOff);
+        return true;
+    });
+}
+
+bool RegencAssembler::setFields(const RegencWords &words, std::string_view name, uint32_t value, std::string &error) {
+    return forEachWord(words, [&](uint32_t chipOff, uint32_t dumpOff) {
+        unsigned hi = 0;
+        unsigned lo = 0;
+        if (!regencFindField(chipOff, words.field, hi, lo)) {
+            error =
+                regencText("unknown name '", name, "': the register at ", hex(chipOff), " has no field ", words.field);
+            return false;
+        }
+        const uint32_t mask = UINT32_MAX >> (31 - (hi - lo));
+        if (value > mask) {
+            error = regencText("value ", hex(value), " does not fit the ", std::to_string(hi - lo + 1), " bits of '",
+                               name, "'");
+            return false;
+        }
+        const uint32_t before = dump_.word(dumpOff);
+        const auto [entry, isNew] = fieldClaims_.try_emplace(dumpOff);
+        FieldClaim &claim = entry->second;
+        if (isNew)
+            claim.word = before;
+        const uint32_t bits = value << lo;
+        if (!words.ranged && ((claim.value ^ bits) & claim.mask & (mask << lo)) != 0) {
+            error = contradiction(name, (before >> lo) & mask);
+            return false;
+        }
+        // A range starts afresh: its words may be set one by one again.
+        claim.mask = words.ranged ? claim.mask & ~(mask << lo) : claim.mask | mask << lo;
+        claim.value = (claim.value & ~(mask << lo)) | bits;
+        dump_.setWord(dumpOff, (before & ~(mask << lo)) | bits);
+        return true;
+    });
+}
+
+/// The header's fields, in its order.
+static constexpr std::string_view HDR_FIELDS[HDR_WORDS] = {
+    "ver", "oid", "vendor_id", "chip_id", "chip_ver", "chip_base_addr", "epoch_sec", "epoch_usec"};
+
+bool RegencAssembler::setHdr(std::string_view name, uint32_t value, std::string &error) {
+    uint32_t words[HDR_WORDS];
+    std::memcpy(words, &dump_.hdr(), sizeof(words));
+    for (size_t i = 0; i < HDR_WORDS; ++i) {
+        if (HDR_FIELDS[i] != name)
+            continue;
+        if ((hdrClaims_ >> i & 1) != 0 && words[i] != value) {
+            error = contradiction(regencText("header.", name), words[i]);
+            return false;
+        }
+        hdrClaims_ |= 1u << i;
+        words[i] = value;
+        std::memcpy(&dump_.hdr(), words, sizeof(words));
+        return true;
+    }
+    error = regencText("unknown name 'header.", name, "'");
+    return false;
+}
+
+static constexpr std::string_view HDR_PREFIX = "header.";
+
+bool RegencAssembler::assign(std::string_view name, uint32_t value, std::string &error) {
+    if (startsWith(name, HDR_PREFIX))
+        return setHdr(name.substr(HDR_PREFIX.size()), value, error);
+    RegencWords words;
+    if (!names_.find(name, words, error))
+        return false;
+    if (!words.field.empty())
+        return setFields(words, name, value, error);
+    if (words.ranged)
+        return setWords(words, value);
+    return setWord(words, name, value, error);
+}
+
+bool RegencAssembler::set(std::string_view name, uint32_t value, std::string &error) {
+    if (startsWith(name, HDR_PREFIX)) {
+        hdrClaims_ = 0;
+        return setHdr(name.substr(HDR_PREFIX.size()), value, error);
+    }
+    RegencWords words;
+    if (!names_.find(name, words, error))
+        return false;
+    words.ranged = true; // starts afresh, as a range does
+    return words.field.empty() ? setWords(words, value) : setFields(words, name, value, error);
+}
+
+bool RegencAssembler::listingLine(std::string_view text, std::string &error) {
+    const size_t colon = text.find(':');
+    const std::string_view rest = trim(text.substr(colon + 1));
+    size_t valueEnd = 0;
+    while (valueEnd < rest.size() && !isBlank(rest[valueEnd]))
+        ++valueEnd;
+    const std::string_view name = trim(rest.substr(valueEnd));
+    uint32_t chipOff = 0;
+    uint32_t value = 0;
+    if (!readValue(text.substr(0, colon), chipOff, error) || !readValue(rest.substr(0, valueEnd), value, error))
+        return false;
+    RegencWords words;
+    if (!names_.find(name, words, error))
+        return false;
+    if (words.ranged || !words.field.empty()) {
+        error = regencText("'", name, "' is no word of a listing");
+        return false;
+    }
+    if (words.chipOff != chipOff) {
+        error = regencText("'", name, "' is at ", hex(words.chipOff), ", not at ", hex(chipOff));
+        return false;
+    }
+    return setWord(words, name, value, error);
+}
+
+/// Takes a line of a listing that is not about a word: the header block and the headings. `taken` tells whether it was
+/// one.
+bool RegencAssembler::hdrBlockLine(std::string_view text, bool &taken, std::string &error) {
+    static constexpr struct {
+        std::string_view label;
+        std::string_view field;
+    } BLOCK[] = {{"Header version:", "ver"},
+                 {"Chip OID:", "oid"},
+                 {"PCI vendor ID:", "vendor_id"},
+                 {"PCI device ID:", "chip_id"},
+                 {"Chip version:", "chip_ver"}};
+    taken = true;
+    for (const auto &entry : BLOCK) {
+        if (!startsWith(text, entry.label))
+            continue;
+        uint32_t value = 0;
+        return readValue(trim(text.substr(entry.label.size())), value, error) && setHdr(entry.field, value, error);
+    }
+    taken = startsWith(text, "Dump time:") || startsWith(text, "================ Register Dump") ||
+            startsWith(text, "ASIC offset ") || startsWith(text, "----------- ");
+    return true;
+}
+
+bool RegencAssembler::line(std::string_view text, std::string &error) {
+    text = trim(text.substr(0, text.find('#')));
+    if (text.empty())
+        return true;
+    if (startsWith(text, "0x") && text.find(':') != text.npos)
+        return listingLine(text, error);
+    const size_t equals = text.find('=');
+    if (equals == text.npos || equals == 0) {
+        bool taken = false;
+        if (!hdrBlockLine(text, taken, error))
+            return false;
+        if (!taken)
+            error = regencText("cannot read '", text.substr(0, 80), "'");
+        return taken;
+    }
+    uint32_t value = 0;
+    return readValue(trim(text.substr(equals + 1)), value, error) && assign(trim(text.substr(0, equals)), value, error);
+}
+
+bool RegencAssembler::file(const std::string &path, std::string &error) {
+    /// What is read at once; no line may be longer.
+    constexpr size_t BLOCK = 1 << 20;
+
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        error = regencText(path, ": cannot open", systemError());
+        return false;
+    }
+    beginText();
+    const auto buf = std::make_unique<char[]>(BLOCK);
+    size_t used = 0;
+    uint64_t lineNumber = 0;
+    std::string message;
+    for (bool atEnd = false; !atEnd && message.empty();) {
+        const ssize_t count = readAll(fd, buf.get() + used, BLOCK - used);
+        if (count < 0) {
+            close(fd);
+            error = regencText(path, ": cannot read", systemError());
+            return false;
+        }
+        used += static_cast<size_t>(count);
+        atEnd = used != BLOCK;
+        const char *start = buf.get();
+        const char *end = start + used;
+        while (start != end && message.empty()) {
+            const char *newline = static_cast<const char *>(std::memchr(start, '\n', static_cast<size_t>(end - start)));
+            if (newline == nullptr && !atEnd)
+                break;
+            const char *lineEnd = newline == nullptr ? end : newline;
+            ++lineNumber;
+            line(std::string_view(start, static_cast<size_t>(lineEnd - start)), message);
+            start = newline == nullptr ? end : newline + 1;
+        }
+        if (message.empty() && !atEnd && start == buf.get()) {
+            ++lineNumber;
+            message = "line too long";
+        }
+        used = static_cast<size_t>(end - start);
+        std::memmove(buf.get(), start, used);
+    }
+    close(fd);
+    if (message.empty())
+        return true;
+    error = regencText(path, ":", std::to_string(lineNumber), ": ", message);
+    return false;
+}
+
+// ------------------------------------------------------------------------------------------------------------ the run
+
+int regenc_tsr_main(int argc, char **argv) {
+    const char *base = nullptr;
+    if (argc >= 5 && std::strcmp(argv[argc - 2], "from") == 0) {
+        base = argv[argc - 1];
+        argc -= 2;
+    }
+    if (argc < 3) {
+        std::fprintf(stderr, "Usage: %s <out_dump> <text_file>... [from <base_dump>]\n",
+                     argc > 0 ? argv[0] : "regenc_tsr");
+        return 1;
+    }
+    std::string error;
+    try {
+        RegencDump dump;
+        RegencAssembler assembler(dump);
+        bool ok = base == nullptr || dump.load(base, error);
+        for (int i = 2; i < argc && ok; ++i)
+            ok = assembler.file(argv[i], error);
+        if (ok && dump.write(argv[1], error))
+            return 0;
+    } catch (const std::bad_alloc &) {
+        error = "not enough memory";
+    }
+    std::fprintf(stderr, "%s\n", error.c_str());
+    return 1;
+}

@@ -1,0 +1,153 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "asic_dump.h"
+#include "asic_reg_dump.h"
+#include "tsr_reg_dump.h"
+
+/// A dump in memory: the header in host order, and the image in the file's byte order.
+class RegencDump {
+public:
+    /// A Tessara of revision 2 with every word of its image 0.
+    RegencDump();
+
+    /// Takes header and image from the dump file `path`. Returns false after storing a message in `error`.
+    bool load(const std::string &path, std::string &error);
+
+    /// Writes the dump to the file `path`, under a temporary name in the same folder until it is complete. Returns
+    /// false after storing a message in `error`; nothing is left behind then, and an older file of that name stays as
+    /// it was.
+    bool write(const std::string &path, std::string &error) const;
+
+    asic_dump_hdr_t &hdr() { return hdr_; }
+    const asic_dump_hdr_t &hdr() const { return hdr_; }
+    tsr_dmp_t *image() { return image_.get(); }
+    const tsr_dmp_t *image() const { return image_.get(); }
+
+    /// The image's word at byte `dumpOff`, a multiple of 4 below `TSR_DUMP_SIZE`, in host order.
+    uint32_t word(uint32_t dumpOff) const;
+    void setWord(uint32_t dumpOff, uint32_t value);
+
+private:
+    struct Free {
+        void operator()(tsr_dmp_t *image) const { std::free(image); }
+    };
+
+    asic_dump_hdr_t hdr_;
+    std::unique_ptr<tsr_dmp_t, Free> image_;
+};
+
+/// The words that a name stands for: one, or with ranges many.
+struct RegencWords {
+    /// One subscript of the name: how often it steps, and how far in each space.
+    struct Step {
+        uint32_t count;
+        uint32_t chipStride;
+        uint32_t dumpStride;
+    };
+
+    uint32_t chipOff = 0; ///< chip byte offset of the first word
+    uint32_t dumpOff = 0; ///< image byte offset of the first word
+    uint32_t run = 1;     ///< words that follow each other at every step
+    size_t numSteps = 0;
+    std::array<Step, REGDUMP_MAX_LEVELS + REGDUMP_MAX_DIMS> steps; ///< outermost first
+    bool ranged = false;    ///< some subscript is a range, though it may hold one element only
+    std::string_view field; ///< the register field behind the name, or empty
+};
+
+/// The names of a dump map, indexed by table.
+class RegencNames {
+public:
+    explicit RegencNames(const regdump_map_t *map_startp);
+
+    /// Finds the words of `name`: a full name as the listing prints it, in which any subscript may be a range, followed
+    /// by a register field's name if one is meant. With a range the last subscripts and the word number may be left
+    /// out and stand for all. Returns false after storing a message in `error`.
+    bool find(std::string_view name, RegencWords &words, std::string &error);
+
+private:
+    struct Table {
+        const regdump_map_t *rows;
+        std::vector<std::string_view> names;
+        std::unordered_map<std::string_view, size_t> index;
+        size_t last = 0; ///< the row found last: the next name is most often the same or the one behind it
+    };
+    struct Level;
+
+    void add(const regdump_map_t *rows);
+    const regdump_map_t *findRow(Table &table, std::string_view name);
+    bool findLevel(std::string_view name, size_t &pos, Level &level, std::string &error);
+
+    std::unordered_map<const regdump_map_t *, Table> tables_;
+    Table *top_;
+};
+
+/// Finds the bits of the register field `field` of the register at the chip byte offset `chipOffset`: `hi` down to
+/// `lo`. Returns false when that register has no such field, or is none whose fields are known.
+bool regencFindField(uint32_t chipOffset, std::string_view field, unsigned &hi, unsigned &lo);
+
+/// Assembles a dump from text. One line sets one thing:
+///
+///     0x00001008:  0x0000002a  ftc_cntl          as the listing prints it
+///     ftc_cntl = 42
+///     rte_typ_cls_tcam[3..1023] = 0xffffffff     every word of these elements
+///     ephy_reg[3].rte_prc_l2_ctl.rte_prc_l2_lu_en = 1
+///     header.chip_ver = 2
+///
+/// A comment runs from # to the end of its line. The header block and the headings of a listing are understood too: the
+/// block's fields are taken, except for the time, which a listing shows in the time zone of its reader.
+class RegencAssembler {
+public:
+    explicit RegencAssembler(RegencDump &dump);
+
+    /// Starts a new text: words and fields may be set to other values than before.
+    void beginText();
+
+    /// Takes one line, without its line end. Returns false after storing a message in `error`: the line cannot be read,
+    /// names nothing that a dump holds, has a value that does not fit, or sets a single word, a field or a header field
+    /// that this text has set to another value.
+    bool line(std::string_view text, std::string &error);
+
+    /// Takes the file `path` as one text. Returns false after storing a message in `error` that begins with the file
+    /// and the line.
+    bool file(const std::string &path, std::string &error);
+
+    /// Sets the words, the field or the header field `name`, whatever was set before. Returns false after storing a
+    /// message in `error`.
+    bool set(std::string_view name, uint32_t value, std::string &error);
+
+private:
+    /// What a text has said of a word whose register fields it has set.
+    struct FieldClaim {
+        uint32_t word = 0; ///< the value of the word before its fields were set
+        uint32_t mask = 0;
+        uint32_t value = 0;
+    };
+
+    bool listingLine(std::string_view text, std::string &error);
+    bool hdrBlockLine(std::string_view text, bool &taken, std::string &error);
+    bool assign(std::string_view name, uint32_t value, std::string &error);
+    bool setHdr(std::string_view name, uint32_t value, std::string &error);
+    bool setWord(const RegencWords &words, std::string_view name, uint32_t value, std::string &error);
+    bool setWords(const RegencWords &words, uint32_t value);
+    bool setFields(const RegencWords &words, std::string_view name, uint32_t value, std::string &error);
+
+    RegencDump &dump_;
+    RegencNames names_;
+    std::vector<bool> wordClaims_; ///< for each word of the image: a single-word line of this text has set it
+    std::unordered_map<uint32_t, FieldClaim> fieldClaims_;
+    uint32_t hdrClaims_ = 0; ///< a bit for each word of the header
+};
+
+/// The whole run of the program: assembles a dump from text files. Returns the process's exit value: 0, or 1 after a
+/// message on standard error.
+int regenc_tsr_main(int argc, char **argv);

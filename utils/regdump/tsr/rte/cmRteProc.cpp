@@ -1,0 +1,97 @@
+#include "cmRte.h"
+#include "cmRteLog.h"
+#include "cmTae.h"
+#include "cmTfe.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+
+namespace {
+
+constexpr uint32_t kPortCnt = 12;
+
+constexpr uint32_t kMyDaMacHiAddr = 0x52400; // chip address of rte_l2_myda_mac_hi
+constexpr uint32_t kMyDaMacLoAddr = 0x52600; // chip address of rte_l2_myda_mac_lo
+
+void printFrame(uint32_t port, uint32_t frmIdx, uint32_t frmLen, const uint8_t *frm) {
+    constexpr uint32_t kRow = 16;
+    std::printf("PORT %2d, FRM %d, frmLen = %4d ( 0x%03x )\n", static_cast<int>(port), static_cast<int>(frmIdx),
+                static_cast<int>(frmLen), frmLen);
+    const uint32_t shown = std::min(frmLen, 256u);
+    for (uint32_t row = 0; row < shown; row += kRow) {
+        std::printf("  %3d:", static_cast<int>(row));
+        for (uint32_t i = row; i < row + kRow; i++) {
+            if (i < shown)
+                std::printf(" %02x", frm[i]);
+            else
+                std::printf("   ");
+        }
+        std::printf("\n");
+    }
+    std::printf("\n");
+}
+
+void fillMyDaAddresses() {
+    for (uint32_t i = 0; i < std::size(RTE_L2_CHS_MAC_HI); i++) {
+        RTE_L2_CHS_MAC_HI[i] = kMyDaMacHiAddr + 4 * i;
+        RTE_L2_CHS_MAC_LO[i] = kMyDaMacLoAddr + 4 * i;
+    }
+}
+
+} // namespace
+
+int CmRteProc(uint32_t port, CmRte *cmRtePtr, CmRteMacInf *macInfPtr, uint32_t frmLen, uint8_t *frm, CmRteRslt *rsltPtr,
+              int verbose) {
+    if (verbose == 0)
+        cmRtePtr->dbgEn = 0;
+
+    int ret = 0;
+    if (port < kPortCnt) {
+        CmRteStat *statPtr = CmRteGetStat();
+        if (cmRtePtr->dbgEn != 0)
+            printFrame(port, cmRtePtr->frmCntLst[port], frmLen, frm);
+
+        std::memset(statPtr, 0, sizeof *statPtr);
+        statPtr->frmIdx = cmRtePtr->frmCntLst[port];
+        statPtr->ingPhyPort = port;
+        statPtr->macInfPtr = macInfPtr;
+        statPtr->portRegPtr = &cmRtePtr->portRegLst[port];
+        statPtr->comRegPtr = &cmRtePtr->comReg;
+        statPtr->memPtr = &cmRtePtr->mem;
+        statPtr->extCfgPtr = &cmRtePtr->extCfg;
+        statPtr->taePtr = cmRtePtr->taePtr;
+        statPtr->tfePtr = cmRtePtr->tfePtr;
+        statPtr->frm = frm;
+        statPtr->frmLen = frmLen;
+        statPtr->wireFrmLen = frmLen;
+        statPtr->rsltPtr = rsltPtr;
+
+        const uint32_t dbgLvl = verbose ? 4 : 0;
+        statPtr->dbgLvl = dbgLvl;
+        cmRtePtr->taePtr->dbgLvl = dbgLvl;
+        cmRtePtr->tfePtr->dbgLvl = dbgLvl;
+
+        fillMyDaAddresses();
+        statPtr->list_RTE_MYDA_RANGE_HI_REG = RTE_L2_CHS_MAC_HI;
+        statPtr->list_RTE_MYDA_RANGE_LO_REG = RTE_L2_CHS_MAC_LO;
+
+        // The frame's last byte is the MAC's status; the parser finds zeroes from there on.
+        statPtr->macStat = frm[frmLen - 1];
+        std::memset(frm + frmLen - 1, 0, 32);
+
+        CmRtePrc(statPtr);
+        CmRteLue(statPtr);
+        CmRteRoc(statPtr);
+        ret = 1;
+    }
+
+    if (cmRtePtr->logFd != -1) {
+        CmRteLogSaveFrm(cmRtePtr, port, frmLen, cmRtePtr->logFrmMaxLen, frm);
+        CmRteLogSaveRslt(cmRtePtr, rsltPtr, ret);
+    }
+    if (port < std::size(cmRtePtr->frmCntLst))
+        cmRtePtr->frmCntLst[port]++;
+    return ret;
+}
