@@ -62,6 +62,14 @@ uint64_t prcQword(const CmRteStat *statPtr, uint32_t offset, uint32_t byteNum);
 void prcL2HdrVioTrap(CmRteStat *statPtr);
 /// Records a layer-2 drop with `rsn` (RTE_DRP_RSN).
 void prcL2Drop(CmRteStat *statPtr, uint32_t rsn);
+/// Records the verdict of a layer-2 error: the header-violation trap when the register `trap` is non-zero, else the
+/// drop with `rsn`.
+void prcL2TrapOrDrop(CmRteStat *statPtr, uint32_t trap, uint32_t rsn);
+/// The same with its trace line `text` behind the prefix, ending in "TRAP" or "DROP".
+void prcL2Err(CmRteStat *statPtr, uint32_t trap, uint32_t rsn, const char *text);
+/// A layer-2 error that the register `ck` may excuse: returns 1 after prcL2Err when `ck` is non-zero; otherwise writes
+/// `excuse` (with its line end) at debug levels above 3 and returns 0.
+uint32_t prcL2CkErr(CmRteStat *statPtr, uint32_t ck, uint32_t trap, uint32_t rsn, const char *text, const char *excuse);
 
 // cmRtePrcL2
 void PrcL2(CmRteStat *statPtr);
@@ -81,6 +89,21 @@ void CpOuterL2Hdr(CmRteStat *statPtr);
 void CpInnerL2Hdr(CmRteStat *statPtr);
 /// Records the end-of-frame error.
 void PrcL2EofErr(CmRteStat *statPtr, uint32_t atTrill);
+/// The tag errors that the outer and the inner header share. Each returns 1 after a trap or drop, 0 when excused.
+uint32_t prcL2CkMultipleSTag(CmRteStat *statPtr);
+uint32_t prcL2CkMultipleCTag(CmRteStat *statPtr);
+/// `ck` is the check, `excuse` the trace line of the excused case.
+uint32_t prcL2CkSTagOnCPort(CmRteStat *statPtr, uint32_t ck, const char *excuse);
+/// Reads the control word of the S-tag at `offset` into the record. Returns 0 after an end-of-frame error.
+uint32_t prcL2ReadSTag(CmRteStat *statPtr, uint32_t offset);
+/// Classifies the word at `offset`, which stands behind a tag; moves `offset` behind it when it opens a CN tag.
+void prcL2ReadCnTag(CmRteStat *statPtr, uint32_t &offset);
+/// Whether the outer DA is the all-RBridges address.
+uint32_t prcL2OuterDaIsAllRb(const CmRteStat *statPtr);
+/// Whether the group bit of the 48-bit address `mac` is set.
+uint32_t prcMacIsGrp(uint64_t mac);
+/// The 48-bit address of a register pair: upper 16 and lower 32 bits.
+uint64_t prcMac(uint32_t w0, uint32_t w1);
 /// Result of a port in physical-queue mode.
 void PrcPhyq(CmRteStat *statPtr);
 
