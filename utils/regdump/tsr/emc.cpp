@@ -357,15 +357,15 @@ struct Frames {
 /// Cuts the built frame of `len` bytes into `eqs_nfrag` frames of the header and `mtu` bytes each; the last one takes
 /// the rest, as far as its buffer holds it.
 void cutFragments(const Edit &e, uint32_t len, Frames &frames, const emc_side_band_t *seqSide) {
-    const uint32_t hdrLen = std::min(e.ipPos + e.ipHdrLen, len);
     const uint32_t bufLen = e.side.mtu + kHeadRoom;
-    uint32_t from = hdrLen;
+    uint32_t from = std::min(e.ipPos + e.ipHdrLen, len);
+    const uint32_t hdrLen = std::min(from, bufLen);
     std::vector<uint8_t> fragment;
     for (uint32_t i = 0; i < e.side.eqs_nfrag; i++) {
         const bool last = i + 1 == e.side.eqs_nfrag;
         const uint32_t rest = len - from;
         uint32_t payload = last ? rest : std::min(e.side.mtu, rest);
-        payload = std::min(payload, bufLen > hdrLen ? bufLen - hdrLen : 0);
+        payload = std::min(payload, bufLen - hdrLen);
         fragment.assign(e.out.data(), e.out.data() + hdrLen);
         fragment.insert(fragment.end(), e.out.data() + from, e.out.data() + from + payload);
         from += payload;
