@@ -227,8 +227,9 @@ TEST(HsiMem, InitClears) {
 
 /// The same writes as a run in one record and as single writes in another. A whole entry beforehand gives the hold
 /// registers the same contents, and the entry's missing words behind show what they were left with.
-template <class Rec> void checkRun(Family<Rec> &byRun, Family<Rec> &bySingle, const Range &range, uint32_t skip,
-                                   const std::vector<uint32_t> &beWords) {
+template <class Rec>
+void checkRun(Family<Rec> &byRun, Family<Rec> &bySingle, const Range &range, uint32_t skip,
+              const std::vector<uint32_t> &beWords) {
     const uint32_t n = static_cast<uint32_t>(range.masks.size());
     const uint32_t room = (range.last + 1 - range.first) / 4 - skip;
     const uint32_t cnt = static_cast<uint32_t>(beWords.size());

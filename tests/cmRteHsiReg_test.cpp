@@ -21,7 +21,7 @@ std::string printed(const std::function<void()> &fn) {
 }
 
 /// Bits `hi` to `lo` of a word, worked out bit by bit.
-uint32_t cut(uint32_t word, unsigned hi, unsigned lo) {
+[[gnu::noinline]] uint32_t cut(uint32_t word, unsigned hi, unsigned lo) {
     uint32_t value = 0;
     for (unsigned b = lo; b <= hi; b++)
         value |= (word >> b & 1) << (b - lo);
@@ -150,16 +150,17 @@ template <class Rec> struct FamilyCheck {
     uint32_t data = 0;
     uint32_t readBack = 0;
 
-    void write(uint32_t addr) {
+    [[gnu::noinline]] void write(uint32_t addr) {
         data = static_cast<uint32_t>(rng());
         readBack = 0;
         EXPECT_EQ(wr(addr, data), 1) << std::hex << addr;
     }
-    void field(const char *name, uint32_t value, unsigned hi, unsigned lo) {
+    [[gnu::noinline]] void overwrite(uint32_t addr) { EXPECT_EQ(wr(addr, ~data), 1) << std::hex << addr; }
+    [[gnu::noinline]] void field(const char *name, uint32_t value, unsigned hi, unsigned lo) {
         EXPECT_EQ(value, cut(data, hi, lo)) << name;
         readBack |= cut(data, hi, lo) << lo;
     }
-    void read(uint32_t addr) {
+    [[gnu::noinline]] void read(uint32_t addr) {
         uint32_t value = ~readBack;
         EXPECT_EQ(rd(addr, &value), 1);
         EXPECT_EQ(value, readBack) << std::hex << addr;
@@ -209,7 +210,7 @@ TEST(TfeReg, EachFieldOfEachRegister) {
 #define REG_RO(addr, name, ...)                                                                                        \
     check.data = static_cast<uint32_t>(check.rng());                                                                   \
     check.readBack = 0;                                                                                                \
-    __VA_ARGS__ EXPECT_EQ(check.wr(addr, ~check.data), 1) << #name;                                                    \
+    __VA_ARGS__ check.overwrite(addr);                                                                                 \
     check.read(addr);
 #define REG_W1C(addr, name, ...)
 

@@ -248,7 +248,7 @@ TEST_F(L4UdpNoAlert, OtherSourcePort) {
 }
 
 TEST_F(L4UdpNoAlert, OtherDestinationNet) {
-    for (uint32_t da : {0x7e000001u, 0x80000001u, 0x0000007fu}) {
+    for (uint32_t da : {0x7e000001u, 0x80000001u, 0xff000001u, 0x0000007fu}) {
         stat.l3PrcTrapRsn = 0;
         stat.l3IpDa0 = da;
         PrcL4Udp(&stat);

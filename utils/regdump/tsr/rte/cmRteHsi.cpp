@@ -9,7 +9,6 @@
 #include "hsiWord.h"
 #include "tae_pci_decode.h"
 
-#include <algorithm>
 #include <cstdio>
 
 namespace {

@@ -173,6 +173,59 @@ FcoeFlds fcoeSwpCtl(const CmRteHsiComReg *comRegPtr) {
     return ctl;
 }
 
+/// The fields as a set sort flag places them: the greater MAC address in the destination place, but the greater IP
+/// address and port in the source place. The chip sorts layers 3 and 4 the opposite way round from layer 2.
+TcpIpFlds sorted(TcpIpFlds flds) {
+    const bool l2_da_lt_sa = flds.l2Da < flds.l2Sa;
+    const bool l3_da_lt_sa = flds.l3Da < flds.l3Sa;
+    const bool l4_da_lt_sa = flds.l4Dst < flds.l4Src;
+    if (l2_da_lt_sa)
+        std::swap(flds.l2Da, flds.l2Sa);
+    if (!l3_da_lt_sa)
+        std::swap(flds.l3Sa, flds.l3Da);
+    if (!l4_da_lt_sa)
+        std::swap(flds.l4Src, flds.l4Dst);
+    return flds;
+}
+
+/// The same for FCoE: the greater address in the destination place of both layers.
+FcoeFlds sorted(FcoeFlds flds) {
+    const bool l2_da_lt_sa = flds.l2Da < flds.l2Sa;
+    const bool fcoe_da_lt_sa = flds.fcDid < flds.fcSid;
+    if (l2_da_lt_sa)
+        std::swap(flds.l2Da, flds.l2Sa);
+    if (fcoe_da_lt_sa)
+        std::swap(flds.fcDid, flds.fcSid);
+    return flds;
+}
+
+/// Applies the swap controls to the fields and lays them out as the key.
+void buildTcpIpKey(const TcpIpFlds &flds, const TcpIpFlds &ctl, uint8_t *key) {
+    TcpIpFlds s;
+    s.l2Vid = swp32(12, flds.l2Vid, ctl.l2Vid);
+    s.l2Da = swp64(48, flds.l2Da, ctl.l2Da);
+    s.l2Sa = swp64(48, flds.l2Sa, ctl.l2Sa);
+    s.l3Ulp = swp32(32, flds.l3Ulp, ctl.l3Ulp);
+    s.l3Sa = swp32(32, flds.l3Sa, ctl.l3Sa);
+    s.l3Da = swp32(32, flds.l3Da, ctl.l3Da);
+    s.l4Src = swp32(16, flds.l4Src, ctl.l4Src);
+    s.l4Dst = swp32(16, flds.l4Dst, ctl.l4Dst);
+    packTcpIp(s, key);
+}
+
+void buildFcoeKey(const FcoeFlds &flds, const FcoeFlds &ctl, uint8_t *key) {
+    FcoeFlds s;
+    s.port = swp32(6, flds.port, ctl.port);
+    s.l2Vid = swp32(12, flds.l2Vid, ctl.l2Vid);
+    s.fcVfid = swp32(12, flds.fcVfid, ctl.fcVfid);
+    s.l2Da = swp64(48, flds.l2Da, ctl.l2Da);
+    s.l2Sa = swp64(48, flds.l2Sa, ctl.l2Sa);
+    s.fcOxid = swp32(16, flds.fcOxid, ctl.fcOxid);
+    s.fcDid = swp32(24, flds.fcDid, ctl.fcDid);
+    s.fcSid = swp32(24, flds.fcSid, ctl.fcSid);
+    packFcoe(s, key);
+}
+
 } // namespace
 
 uint32_t PrcHshTcpIpCrc(uint8_t *key_, uint32_t msk_, uint32_t shift) {
@@ -199,34 +252,14 @@ void PrcHshTcpIp(CmRteStat *statPtr) {
     const TcpIpFlds flds = tcpIpFldsOf(statPtr);
     const TcpIpFlds ctl = tcpIpSwpCtl(comRegPtr);
 
-    const bool l2_da_lt_sa = flds.l2Da < flds.l2Sa;
-    const bool l3_da_lt_sa = flds.l3Da < flds.l3Sa;
-    const bool l4_da_lt_sa = flds.l4Dst < flds.l4Src;
-
+    // The swaps do not depend on the value, so there are two keys in all: as the fields stand, and sorted.
+    uint8_t keys[2][kTcpIpKeyLen];
+    buildTcpIpKey(flds, ctl, keys[0]);
+    buildTcpIpKey(sorted(flds), ctl, keys[1]);
     for (uint32_t i = 0; i < kHshCnt; i++) {
         const uint32_t sort_ctl = regElem(comRegPtr, &CmRteHsiComReg::rte_tcpip_hsh_sort_src_dst_0, i);
-        TcpIpFlds s = flds;
-        if (sort_ctl && l2_da_lt_sa)
-            std::swap(s.l2Da, s.l2Sa);
-        // Layers 3 and 4 sort the opposite way round from layer 2: the chip puts the greater value in the source place.
-        if (sort_ctl && !l3_da_lt_sa)
-            std::swap(s.l3Sa, s.l3Da);
-        if (sort_ctl && !l4_da_lt_sa)
-            std::swap(s.l4Src, s.l4Dst);
-
-        s.l2Vid = swp32(12, s.l2Vid, ctl.l2Vid);
-        s.l2Da = swp64(48, s.l2Da, ctl.l2Da);
-        s.l2Sa = swp64(48, s.l2Sa, ctl.l2Sa);
-        s.l3Ulp = swp32(32, s.l3Ulp, ctl.l3Ulp);
-        s.l3Sa = swp32(32, s.l3Sa, ctl.l3Sa);
-        s.l3Da = swp32(32, s.l3Da, ctl.l3Da);
-        s.l4Src = swp32(16, s.l4Src, ctl.l4Src);
-        s.l4Dst = swp32(16, s.l4Dst, ctl.l4Dst);
-
-        uint8_t key[kTcpIpKeyLen];
-        packTcpIp(s, key);
-        statPtr->hshVal[i] =
-            PrcHshTcpIpCrc(key, regElem(comRegPtr, &CmRteHsiComReg::rte_tcpip_hsh_msk_0, i), hshShift(i));
+        statPtr->hshVal[i] = PrcHshTcpIpCrc(keys[sort_ctl != 0],
+                                            regElem(comRegPtr, &CmRteHsiComReg::rte_tcpip_hsh_msk_0, i), hshShift(i));
     }
     CM_TRACE(1,
              "TCP/IP hash values: hsh0=0x%x,  hsh1=0x%x,  hsh2=0x%x,  hsh3=0x%x,  hsh4=0x%x,  hsh5=0x%x,  "
@@ -266,30 +299,13 @@ void PrcHshFcoe(CmRteStat *statPtr) {
              flds.l2Vid, static_cast<unsigned long long>(flds.l2Da), static_cast<unsigned long long>(flds.l2Sa),
              flds.fcOxid, flds.fcVfid, flds.fcDid, flds.fcSid);
 
-    const bool l2_da_lt_sa = flds.l2Da < flds.l2Sa;
-    const bool fcoe_da_lt_sa = flds.fcDid < flds.fcSid;
-
+    uint8_t keys[2][kFcoeKeyLen];
+    buildFcoeKey(flds, ctl, keys[0]);
+    buildFcoeKey(sorted(flds), ctl, keys[1]);
     for (uint32_t i = 0; i < kHshCnt; i++) {
         const uint32_t sort_ctl = regElem(comRegPtr, &CmRteHsiComReg::rte_fcoe_hsh_sort_src_dst_0, i);
-        FcoeFlds s = flds;
-        if (sort_ctl && l2_da_lt_sa)
-            std::swap(s.l2Da, s.l2Sa);
-        if (sort_ctl && fcoe_da_lt_sa)
-            std::swap(s.fcDid, s.fcSid);
-
-        s.port = swp32(6, s.port, ctl.port);
-        s.l2Vid = swp32(12, s.l2Vid, ctl.l2Vid);
-        s.fcVfid = swp32(12, s.fcVfid, ctl.fcVfid);
-        s.l2Da = swp64(48, s.l2Da, ctl.l2Da);
-        s.l2Sa = swp64(48, s.l2Sa, ctl.l2Sa);
-        s.fcOxid = swp32(16, s.fcOxid, ctl.fcOxid);
-        s.fcDid = swp32(24, s.fcDid, ctl.fcDid);
-        s.fcSid = swp32(24, s.fcSid, ctl.fcSid);
-
-        uint8_t key[kFcoeKeyLen];
-        packFcoe(s, key);
-        statPtr->hshVal[i] =
-            PrcHshFcoeCrc(key, regElem(comRegPtr, &CmRteHsiComReg::rte_fcoe_hsh_msk_0, i), hshShift(i), statPtr);
+        statPtr->hshVal[i] = PrcHshFcoeCrc(
+            keys[sort_ctl != 0], regElem(comRegPtr, &CmRteHsiComReg::rte_fcoe_hsh_msk_0, i), hshShift(i), statPtr);
     }
     CM_TRACE(1,
              "FCoE hash values: hsh0=0x%x,  hsh1=0x%x,  hsh2=0x%x,  hsh3=0x%x,  hsh4=0x%x,  hsh5=0x%x,  "

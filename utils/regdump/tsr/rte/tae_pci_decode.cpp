@@ -50,7 +50,7 @@ uint32_t joinedPairs(const CmTaeLkup *taePtr) {
     return taePtr->BLK_REG_GET_FLD("TAE_BANK_PRTCL_SEL_0_REG", "bank_prtcl_sel_0");
 }
 
-/// Decodes `addr` as an address of the pair of banks to which `bank` belongs. Returns the bank that the address names,
+/// Decodes `addr` by the layout of the bank `bank`. The result's bank is the one that the address names in that layout,
 /// which need not be `bank`.
 TcamPlace decodeAs(uint32_t addr, uint32_t bank, bool wide) {
     TcamPlace place{.wide = wide, .bank = TAE_BANKS, .half = 0, .entry = 0, .word = 0};
