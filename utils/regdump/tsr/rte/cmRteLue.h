@@ -47,8 +47,18 @@ uint32_t CmRteCkRteRqdEgidL2(const CmRteHsiComReg *comRegPtr_, uint32_t gid);
 void L2Lrn(CmRteStat *statPtr);
 void L2DaLrn(CmRteStat *statPtr);
 
-// cmRteLueL2Psel
+// cmRteLueL2Psel, cmRteLueL2Mp
+
+/// The result of one layer-2 path selection.
+struct L2PselRslt {
+#define RSLT(name, label) uint32_t name;
+#include "cmRteL2PselRslt.def"
+#undef RSLT
+};
+
 void L2Psel(CmRteStat *statPtr);
+/// One path selection into the zeroed record `rsltPtr`: of the DA (`isDaLu` 1) or of the SA (0).
+void L2PselLu(L2PselRslt *rsltPtr, CmRteStat *statPtr, uint32_t isDaLu);
 void l2MultipathProcess(CmRteStat *statPtr, uint32_t isDaLu);
 /// Choose one path of a LAG, a multipath group or a multicast tree; each returns the address in its path memory.
 uint32_t L2PselLgid(uint32_t lgid, CmRteStat *statPtr);
@@ -59,6 +69,7 @@ void LagSts(uint32_t lag_addr, CmRteStat *statPtr);
 void L2MpidSts(uint32_t mp_addr, CmRteStat *statPtr);
 void MctMpSts(uint32_t mct_addr, CmRteStat *statPtr);
 void IncL2AclSts(CmRteStat *statPtr);
+/// Takes back a forward whose final egid leads nowhere.
 void checkFinalEgid(CmRteStat *statPtr);
 
 // cmRteLueTrill
