@@ -5,12 +5,18 @@
 #include "cmRte.h"
 #include "cmTfe.h"
 
+/// Flags of the TCP header as bit numbers of `l4TcpFlags`.
+enum TcpFlag : unsigned { TCP_FIN = 0, TCP_SYN = 1, TCP_RST = 2, TCP_PSH = 3, TCP_ACK = 4, TCP_URG = 5 };
+
 // Classification.
 
 /// Reads the VRF of the frame's VLAN.
 void L3VrfLu(CmRteStat *statPtr);
 /// Reads the customer group of the frame's VLAN.
 void L3CugidLu(CmRteStat *statPtr);
+/// A prefix search for the frame, on the reshuffled `key`, for its DA (`isDa` 1) or SA (0). The caller sets the
+/// protocol.
+TFE_LUE_INPUT lpmInput(const CmRteStat *statPtr, const uint32_t *key, uint32_t isDa);
 /// Takes back the trap of an IP frame whose port does not route its protocol.
 void L3IpNotEnRst(CmRteStat *statPtr);
 /// The control classification: drop, trap, forward, or trap and forward by VLAN and control TCAM, merged into the path

@@ -125,25 +125,6 @@ uint32_t defaultRslt(const CmTfeHsiComReg &reg, const TFE_LUE_INPUT &input) {
     return input.da_lkup ? reg.fcoe_da_srch_def_rslt_addr : reg.fcoe_sa_srch_def_rslt_addr;
 }
 
-void printKey(const char *name, const char *dir, const uint32_t *word, uint32_t wordCnt) {
-    std::printf("ReshuffleKey [%s] %s0x%08x", name, dir, word[0]);
-    for (uint32_t i = 1; i < wordCnt; i++)
-        std::printf("_%08x", word[i]);
-    std::printf("\n");
-}
-
-template <size_t N, size_t Ins, size_t Outs>
-void reshuffle(const std::array<KeyMove, N> &moves, const char *name, const uint32_t (&in)[Ins], uint32_t (&out)[Outs],
-               int dbg) {
-    if (dbg)
-        printKey(name, "input= ", in, Ins);
-    for (uint32_t &word : out)
-        word = 0;
-    shuffleKey(moves, in, out);
-    if (dbg)
-        printKey(name, "output=", out, Outs);
-}
-
 #define TFE_TRACE(fmt, ...)                                                                                            \
     do {                                                                                                               \
         if (dbgLvl)                                                                                                    \

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 
 /// Moves bits `srcHi` to `srcLo` of source word `srcWord` to destination word `dstWord`, from bit `dstLo` up.
 struct KeyMove {
@@ -38,4 +39,25 @@ constexpr bool movesEachBitOnce(const std::array<KeyMove, N> &moves, const std::
         filled[m.dstWord] |= ones << m.dstLo;
     }
     return taken == srcMask;
+}
+
+/// Prints a key as "ReshuffleKey [name] dir0x..._...".
+template <size_t N> void printKey(const char *name, const char *dir, const uint32_t (&word)[N]) {
+    std::printf("ReshuffleKey [%s] %s0x%08x", name, dir, word[0]);
+    for (size_t i = 1; i < N; i++)
+        std::printf("_%08x", word[i]);
+    std::printf("\n");
+}
+
+/// Makes `out` the key `in` with its bits at their places and zero elsewhere; `dbg` prints both forms.
+template <size_t N, size_t Ins, size_t Outs>
+void reshuffle(const std::array<KeyMove, N> &moves, const char *name, const uint32_t (&in)[Ins], uint32_t (&out)[Outs],
+               int dbg) {
+    if (dbg)
+        printKey(name, "input= ", in);
+    for (uint32_t &word : out)
+        word = 0;
+    shuffleKey(moves, in, out);
+    if (dbg)
+        printKey(name, "output=", out);
 }
