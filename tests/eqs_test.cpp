@@ -307,6 +307,10 @@ TEST_F(Eqs, AVlanThatThePortDropsIsFiltered) {
     expectDrop(" elp is 3, evt_idx is 8, evt mem: ffffec00\n" + kVlanDrop);
     setEvt(8, 1u << 12);
     expectPass();
+    setEvt(8, 1u << 28);
+    expectDrop(" elp is 3, evt_idx is 8, evt mem: 10000000\n" + kVlanDrop);
+    setEvt(8, ~(1u << 28) & ~0x3ffu);
+    expectPass();
 }
 
 TEST_F(Eqs, TheVlanFilterPassesDontTouchAndTrillPorts) {
