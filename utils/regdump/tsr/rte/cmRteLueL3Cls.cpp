@@ -14,9 +14,6 @@ constexpr uint32_t kTrapRsnL3Ctrl = 26;
 constexpr uint32_t kKeyWords = 14;
 constexpr uint32_t kFlexWords = 6;
 
-/// Flags of the TCP header in the order of its bits.
-enum TcpFlag : unsigned { TCP_FIN = 0, TCP_SYN = 1, TCP_RST = 2, TCP_PSH = 3, TCP_ACK = 4, TCP_URG = 5 };
-
 void buildL3CtrlKey(const CmRteStat *statPtr, uint32_t (&key)[kKeyWords]) {
     const uint32_t flags = statPtr->l4TcpFlags;
     key[0] = statPtr->typ;

@@ -34,9 +34,6 @@ uint32_t trillMcastTreeId(const CmRteStat *statPtr) {
     return bit(treeHsh(statPtr), 15);
 }
 
-/// Flags of the TCP header in the order of its bits.
-enum TcpFlag : unsigned { TCP_FIN = 0, TCP_SYN = 1, TCP_RST = 2, TCP_PSH = 3, TCP_ACK = 4, TCP_URG = 5 };
-
 /// The six TCP flags in the order of the ACL keys, FIN at bit 5.
 uint32_t aclTcpFlags(const CmRteStat *statPtr) {
     const uint32_t flags = statPtr->l4TcpFlags;
