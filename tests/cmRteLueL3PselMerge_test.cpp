@@ -285,7 +285,7 @@ TEST_F(LueL3Psel, UnreachableNeedsEveryCondition) {
 
 // Counters.
 
-TEST_F(LueL3Psel, FirstBankOfLayer3WithTheIndexPartCounts) {
+TEST_F(LueL3Psel, FirstBankOfLayer3WithTheIdCounts) {
     struct Bank {
         uint32_t CmRteHsiComReg::*sel;
         uint32_t CmRteHsiComReg::*id;
@@ -301,7 +301,7 @@ TEST_F(LueL3Psel, FirstBankOfLayer3WithTheIndexPartCounts) {
         {&CmRteHsiComReg::acl_sts_bank7_sel, &CmRteHsiComReg::acl_sts_bank7_id},
     };
     for (uint32_t bank = 0; bank < 8; bank++) {
-        // Banks before it have the part but belong to layer 2, those behind it match too.
+        // Banks before it have the id but belong to layer 2, those behind it match too.
         ready(4);
         for (uint32_t b = 0; b < 8; b++) {
             com.*banks[b].sel = b >= bank;
@@ -319,7 +319,7 @@ TEST_F(LueL3Psel, FirstBankOfLayer3WithTheIndexPartCounts) {
         EXPECT_EQ(mem.RTE_ACL_STS_BCNT_SRAM[2 * idx + 1], 100 + bank);
     }
 
-    // Another part, or no bank of layer 3, counts nothing.
+    // Another id, or no bank of layer 3, counts nothing.
     ready(4);
     callees.aclRslt.sts_sflow_en = 1;
     callees.aclRslt.sts_sflow_idx = 4 << 12 | 1;
