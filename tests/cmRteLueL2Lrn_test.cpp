@@ -253,11 +253,11 @@ TEST_F(L2LrnLip, WithoutItSameSourceTwiceIsTwoEntries) {
 
 TEST_F(L2LrnLip, SwapControlsChangeTheHash) {
     portReg.rte_prc_l2_sa_lrn_lip_en = 1;
-    com.rte_l2_sa_lrn_lip_swp_ctl_w0 = 2; // bits 2 and 3 of the first word
-    com.rte_l2_sa_lrn_lip_swp_ctl_w1 = 1; // bits 0 and 1 of the second
+    com.rte_l2_sa_lrn_lip_swp_ctl_w0 = 1; // bits 0 and 1 of the first word
+    com.rte_l2_sa_lrn_lip_swp_ctl_w1 = 1; // and of the second
     sa();
-    stat.l2LrnInfQw0 ^= (stat.l2LrnInfQw0 >> 2 & 1) != (stat.l2LrnInfQw0 >> 3 & 1) ? 0xc : 0;
-    stat.l2LrnInfQw1 ^= 3; // 01 becomes 10
+    stat.l2LrnInfQw0 ^= 3; // 01 becomes 10 in both
+    stat.l2LrnInfQw1 ^= 3;
     const uint32_t hash = hashOf();
     EXPECT_EQ(mem.RTE_L2_SA_LIP_SRAM[hash >> 5], 1u << (hash & 31));
     EXPECT_EQ(mem.RTE_L2_SA_LRN_INF_SRAM[3], 0x22334455u) << "the request itself is not swapped";
@@ -365,6 +365,27 @@ TEST_F(L2LrnPush, DestinationFifoIsFullAfter1024) {
     EXPECT_EQ(stat.l2DaLrnDrpInf, 1u);
     EXPECT_EQ(com.rte_l2_da_lrn_inf_drp_cnt, 1u);
     EXPECT_EQ(com.rte_l2_sa_lrn_inf_ful, 0u);
+}
+
+TEST_F(L2LrnPush, StatusFlagsAreRecomputedWhenOneChanged) {
+    com.rte_frc_l2_da_lrn_inf_ful = 1; // shows that the flags were recomputed
+    sa();
+    EXPECT_EQ(com.rte_l2_da_lrn_inf_ful, 1u) << "the FIFO was empty";
+    com.rte_l2_da_lrn_inf_ful = 0;
+    newFrame();
+    sa();
+    EXPECT_EQ(com.rte_l2_da_lrn_inf_ful, 0u) << "nothing changed";
+    com.rte_l2_sa_lrn_inf_threshold = 2;
+    newFrame();
+    sa();
+    EXPECT_EQ(com.rte_l2_da_lrn_inf_ful, 1u) << "above the threshold";
+    com.rte_l2_da_lrn_inf_ful = 0;
+    com.rte_l2_sa_lrn_inf_threshold = 0xfff;
+    com.rte_l2_sa_lrn_inf_rd_ptr = 4;
+    newFrame();
+    sa();
+    EXPECT_EQ(com.rte_l2_sa_lrn_inf_ful, 1u);
+    EXPECT_EQ(com.rte_l2_da_lrn_inf_ful, 1u) << "full";
 }
 
 TEST_F(L2LrnPush, Histories) {

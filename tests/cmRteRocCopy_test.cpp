@@ -160,6 +160,7 @@ TEST_F(CmRteRocCopyTest, HitFlagsEndWithTheMemory) {
     run();
     stat.l2PselStsSflowHitIdx = 0xffffffff;
     run();
+    EXPECT_EQ(mem.RTE_ACL_STS_SFLOW_RA[0], 0u);
     EXPECT_EQ(mem.RTE_ACL_STS_SFLOW_RA[kWords - 1], 1u);
 }
 

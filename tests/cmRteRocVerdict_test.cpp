@@ -253,6 +253,40 @@ TEST_F(CmRteRocVerdictTest, HopCountCheckOfOrdinaryGroupsAndMulticast) {
     }
 }
 
+TEST_F(CmRteRocVerdictTest, HopCountCheckLooksAtTheResultSoFar) {
+    mem.RTE_L2_PSEL_EGID_1Q_RA[1] = 1u << 5;  // unicast group 0x25
+    mem.RTE_L2_PSEL_MGID_1Q_RA[9] = 1u << 10; // multicast group 0x12a
+    struct Row {
+        uint32_t isMgid, egid, egr1Q;
+        const char *gid;
+    };
+    for (const Row &row : {Row{0, 0x25, 1, "25"}, Row{1, 0x25, 0, "25"}, Row{0, 0x12a, 0, "12a"},
+                           Row{1, 0x12a, 1, "12a"}, Row{0, 0x3825, 1, "3825"}, Row{1, 0x412a, 0, "412a"}}) {
+        start();
+        routeIpv4();
+        stat.l2PselRsltTyp = RSLT_DROP; // layer 3 decides
+        stat.l2TrillFound = 1;
+        stat.l3PselIsMgid = row.isMgid;
+        stat.l3PselEgidMgid = row.egid;
+        EXPECT_EQ(count(traced(), line("Post-PSel Trill TTL check. l2PselEgr1Q=" + std::to_string(row.egr1Q) +
+                                       ", l2_trill_ck_ttl=0, gid=" + row.gid + "\n")),
+                  1u)
+            << row.gid << row.isMgid;
+    }
+}
+
+TEST_F(CmRteRocVerdictTest, FrameIsPolicedBeforeItsVerdictIsOverridden) {
+    com.l2_pol_en = 1;
+    stat.l2PselPolEn = 1;
+    stat.l2PselPolId = 1;
+    mem.RTE_POL_REMAP_TBL_SRAM[1] = 3;
+    stat.l3IpRpfErr = 1;
+    const std::string out = traced();
+    EXPECT_EQ(count(out, line("[POL] remapped PolicerId=3, ploicerEn=1\n")), 1u);
+    expectVerdict(0, 0, 0);
+    EXPECT_EQ(rslt.shim3Rslt.dscp, 40u); // 0 + 3 + 37
+}
+
 TEST_F(CmRteRocVerdictTest, HopCountErrorFoundLateChangesTheVerdict) {
     portReg.rte_prc_l2_trill_ck_ttl = 1;
     com.rte_l2_trill_ttl_trap_que = 12;
@@ -323,10 +357,10 @@ TEST_F(CmRteRocVerdictTest, TailDroppedMulticastIsComposedAsUnicast) {
     rte->extCfg.tailDropLst[3] = 1;
     stat.l2PselIsL2Mgid = 1;
     stat.l3IpVer = 4;
-    stat.l2PselEgrIpEcn = 2;
+    stat.l2PselEgrIpEcn = 3;
     run();
     EXPECT_EQ(rslt.shim2Rslt.is_mgid, 0u);
-    EXPECT_EQ(rslt.shim1Rslt.ecn_o_mcast_type, 2u);
+    EXPECT_EQ(rslt.shim1Rslt.ecn_o_mcast_type, 3u);
     EXPECT_EQ(rslt.shim2Rslt.mgid_o_copy_id_o_qcn_control, 0u);
 }
 
