@@ -128,98 +128,20 @@ struct CmRteMacInf {
 };
 
 /// The records of the shim as ROC fills them, one field a value.
-struct TSR_SHIM0_RSLT_T {
-    uint32_t ing_vid_12_to_9;
-    uint32_t pim_decap;
-    uint32_t latency_check;
-    uint32_t dont_touch;
-    uint32_t rcv_snap_llc;
-    uint32_t lossless_timeout;
-    uint32_t routed;
-    uint32_t timed_out;
-    uint32_t bypass_eacl;
-    uint32_t shim_length;
-    uint32_t copy_to_cpu;
-    uint32_t fseq_num_14_to_0;
-};
-struct TSR_SHIM1_RSLT_T {
-    uint32_t fseq_num_16_to_15;
-    uint32_t flow_copy;
-    uint32_t mirror_copy;
-    uint32_t rcv_cn_tagged;
-    uint32_t egid;
-    uint32_t ecn_o_mcast_type;
-    uint32_t ing_zirkid;
-    uint32_t tag_checksum;
-    uint32_t version;
-};
-struct TSR_SHIM2_RSLT_T {
-    uint32_t is_mgid;
-    uint32_t rcv_s_tagged;
-    uint32_t trill_mc;
-    uint32_t mct_sbridge_vld;
-    uint32_t ing_port;
-    uint32_t q_priority;
-    uint32_t drop_prcd;
-    uint32_t mgid_o_copy_id_o_qcn_control;
-};
-struct TSR_SHIM3_RSLT_T {
-    uint32_t ing_vid_8_to_0;
-    uint32_t dscp;
-    uint32_t egr_iwqos;
-    uint32_t egr_cfi;
-    uint32_t egr_internal_vid;
-};
-struct TSR_SHIM4_RSLT_T {
-    uint32_t trill_dbridge_id;
-    uint32_t trill_termination;
-    uint32_t ipv4_df;
-    uint32_t ip_length;
-};
-struct TSR_SHIM5_RSLT_T {
-    uint32_t rcv_trill_option;
-    uint32_t rcv_trill;
-    uint32_t rcv_outer_tagged;
-    uint32_t rcv_inner_tagged;
-    uint32_t vpn_id;
-    uint32_t shim_crc_o_time_stamp;
-};
-struct TSR_SHIM6_RSLT_T {
-    uint32_t reserved;
-    uint32_t time_stamp;
-    uint32_t shim_crc;
-};
-struct TSR_HSI_SHIM0_RSLT_T {
-    uint32_t rsvd;
-    uint32_t rslt_typ;
-    uint32_t rsvd1;
-    uint32_t l2_egr_da_vid_idx;
-    uint32_t trap_que;
-    uint32_t trap_rsn;
-};
-struct TSR_HSI_SHIM1_RSLT_T {
-    uint32_t rsvd;
-    uint32_t fcoe_sa_idx;
-    uint32_t acl_log;
-    uint32_t rcv_prio;
-    uint32_t sflw;
-    uint32_t i_span;
-    uint32_t i_span_que;
-    uint32_t r_span;
-    uint32_t r_span_que;
-};
+#define FLD(name) uint32_t name;
+#define RSLT_WORD(type, member, title, ...)                                                                            \
+    struct type {                                                                                                      \
+        __VA_ARGS__                                                                                                    \
+    };
+#include "cmRteRslt.def"
+#undef FLD
+#undef RSLT_WORD
 
 /// One frame's result: 71 words.
 struct CmRteRslt {
-    TSR_SHIM0_RSLT_T shim0Rslt;
-    TSR_SHIM1_RSLT_T shim1Rslt;
-    TSR_SHIM2_RSLT_T shim2Rslt;
-    TSR_SHIM3_RSLT_T shim3Rslt;
-    TSR_SHIM4_RSLT_T shim4Rslt;
-    TSR_SHIM5_RSLT_T shim5Rslt;
-    TSR_SHIM6_RSLT_T shim6Rslt;
-    TSR_HSI_SHIM0_RSLT_T hsiShim0Rslt;
-    TSR_HSI_SHIM1_RSLT_T hsiShim1Rslt;
+#define RSLT_WORD(type, member, title, ...) type member;
+#include "cmRteRslt.def"
+#undef RSLT_WORD
     uint32_t dropRsnRslt;
     uint32_t macStsRslt;
     uint32_t l2PselAclStsRslt;

@@ -20,21 +20,45 @@ void CloudCls(CmRteStat *statPtr);
 /// Adds `incr` to the 64-bit counter with its high word at `dwPtr[0]`, and ANDs each word with its half of `msk`.
 void IncrSts(uint32_t *dwPtr, uint64_t msk, uint32_t incr);
 
-// cmRteLueL2Exm
+// cmRteLueL2Exm, cmRteLueL2Egid
 void L2Exm(CmRteStat *statPtr);
+/// Asks whether DA and SA of the frame are addresses of this chip; `trillVld` is the TRILL flag of the DA's key.
+void ChassisAddressParser(CmRteStat *statPtr, uint32_t trillVld);
+/// Result index of an unknown DA; `tbl_sel` is the half of the flood tables, `keyProfile` the type of the key.
+uint32_t L2ExmDfltRsltIdx(CmRteHsiComReg *comRegPtr_, uint64_t l2Da, uint32_t l2TrillFound, uint32_t l2TrillMc,
+                          uint32_t l2TrillInterior, uint32_t l2TrillEgr, uint32_t l2TrillDa, uint64_t l2TrillInnerDa,
+                          uint64_t tbl_sel, uint32_t keyProfile);
+/// Decides how an unknown DA is flooded. The hash itself does not count, only the table that it chose.
+void L2Flood(CmRteStat *statPtr, uint32_t tbl_sel, uint32_t hshVal);
+void L2ExmDbgCnt(CmRteStat *statPtr);
 /// The tests for the special egids; `gid` is a 17-bit group word. Each returns 1 or 0, and at most one of them 1.
 uint32_t CmRteCkAclDropEgid(const CmRteStat *statPtr, uint32_t gid);
 uint32_t CmRteCkTrapEgid(const CmRteStat *statPtr, uint32_t gid);
 uint32_t CmRteCkNorDropEgid(const CmRteStat *statPtr, uint32_t gid);
 uint32_t CmRteCkPthEgid(const CmRteStat *statPtr, uint32_t gid);
+/// The tests for an egid that asks for routing: for the frame's own protocol, and (`...L2`) for any. The `Only` ones
+/// look at the low bits alone, the others at the form and the special egids first.
+uint32_t CkRteRqdEgidOnly(const CmRteStat *statPtr, uint32_t egid);
+uint32_t CkRteRqdEgidOnlyL2(const CmRteHsiComReg *comRegPtr_, uint32_t egid);
 uint32_t CmRteCkRteRqdEgid(const CmRteStat *statPtr, uint32_t gid);
+uint32_t CmRteCkRteRqdEgidL2(const CmRteHsiComReg *comRegPtr_, uint32_t gid);
 
 // cmRteLueL2Lrn
 void L2Lrn(CmRteStat *statPtr);
 void L2DaLrn(CmRteStat *statPtr);
 
-// cmRteLueL2Psel
+// cmRteLueL2Psel, cmRteLueL2Mp
+
+/// The result of one layer-2 path selection.
+struct L2PselRslt {
+#define RSLT(name, label) uint32_t name;
+#include "cmRteL2PselRslt.def"
+#undef RSLT
+};
+
 void L2Psel(CmRteStat *statPtr);
+/// One path selection into the zeroed record `rsltPtr`: of the DA (`isDaLu` 1) or of the SA (0).
+void L2PselLu(L2PselRslt *rsltPtr, CmRteStat *statPtr, uint32_t isDaLu);
 void l2MultipathProcess(CmRteStat *statPtr, uint32_t isDaLu);
 /// Choose one path of a LAG, a multipath group or a multicast tree; each returns the address in its path memory.
 uint32_t L2PselLgid(uint32_t lgid, CmRteStat *statPtr);
@@ -45,6 +69,7 @@ void LagSts(uint32_t lag_addr, CmRteStat *statPtr);
 void L2MpidSts(uint32_t mp_addr, CmRteStat *statPtr);
 void MctMpSts(uint32_t mct_addr, CmRteStat *statPtr);
 void IncL2AclSts(CmRteStat *statPtr);
+/// Takes back a forward whose final egid leads nowhere.
 void checkFinalEgid(CmRteStat *statPtr);
 
 // cmRteLueTrill
