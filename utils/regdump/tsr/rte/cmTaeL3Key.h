@@ -1,0 +1,31 @@
+#pragma once
+// The fixed keys of the layer-3 ACL TCAMs: as the stages build them, and as the cells hold them.
+
+#include <cstdint>
+
+/// The plain keys, word 0 first.
+struct L3PselIpv4TcamInKey {
+    uint32_t word[8];
+};
+struct L3PselIpv6TcamInKey {
+    uint32_t word[16];
+};
+struct L3PselFcoeTcamInKey {
+    uint32_t word[8];
+};
+
+/// The same keys as the TCAMs compare them.
+struct L3PselIpv4TcamInKeyR {
+    uint32_t word[8];
+};
+struct L3PselIpv6TcamInKeyR {
+    uint32_t word[16];
+};
+struct L3PselFcoeTcamInKeyR {
+    uint32_t word[8];
+};
+
+/// Moves each field of a key to its place in the TCAM and clears the rest; `dbg` prints both forms.
+void ReshuffleKey(const L3PselIpv4TcamInKey *in, L3PselIpv4TcamInKeyR *out, int dbg);
+void ReshuffleKey(const L3PselIpv6TcamInKey *in, L3PselIpv6TcamInKeyR *out, int dbg);
+void ReshuffleKey(const L3PselFcoeTcamInKey *in, L3PselFcoeTcamInKeyR *out, int dbg);
