@@ -181,6 +181,22 @@ TEST_F(LueMacCls, TrillFrameGetsNoVidButTheHistoryOfATrillPortSeesIt) {
     com.rte_l2_mac_vid_en_1 = 0;
     EXPECT_FALSE(has(mac(), "not enabled")) << "the second walk is silent";
     EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10000u);
+    // The second walk asks for the port's enable as the first one does.
+    com.rte_l2_mac_vid_en_1 = 1u << 2;
+    mac();
+    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10841u);
+    portReg.rte_prc_l2_mac_vid_en = 0;
+    mac();
+    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10000u);
+}
+
+TEST_F(LueMacCls, TrillPortsHistoryIsThatOfThePlainFrameToo) {
+    macAny(2, 1);
+    com.rte_l2_mac_vid_en_1 = 1u << 2;
+    portReg.rte_prc_l2_mac_vid_en = 1;
+    stat.isTrillPort = 1;
+    EXPECT_TRUE(has(mac(), prefix + "[TCAM][L2Mac-vid][Hit] HitIdx: 0x41\n"));
+    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10841u);
 }
 
 TEST_F(LueMacCls, PriorityComesFromTheIndexsByte) {
@@ -454,6 +470,55 @@ TEST_F(LueCloudCls, VpnAndPolicyTakeDifferentEntriesOfOneSearch) {
     EXPECT_EQ(com.rte_his_csc_policy_rslt_3, 0x10000u | 1 << 14 | 0x2000);
 }
 
+TEST_F(LueCloudCls, EachMaskRegisterHasItsQuarterOfTheEntries) {
+    uint32_t *const vpnMask[] = {&com.csc_vpn_mask_3, &com.csc_vpn_mask_2, &com.csc_vpn_mask_1, &com.csc_vpn_mask_0};
+    uint32_t *const policyMask[] = {&com.csc_policy_mask_3, &com.csc_policy_mask_2, &com.csc_policy_mask_1,
+                                    &com.csc_policy_mask_0};
+    for (uint32_t quarter = 0; quarter < 4; quarter++)
+        cloudAny(quarter * 4096 + 6 * 128 + 1);
+    for (uint32_t quarter = 0; quarter < 4; quarter++) {
+        *vpnMask[quarter] = 1u << 6;
+        *policyMask[3 - quarter] = 1u << 6;
+        cloud();
+        const uint32_t policyIdx = (3 - quarter) * 4096 + 6 * 128 + 1;
+        EXPECT_EQ(com.rte_his_csc_vpn_rslt_3, 0x10000u | 1 << 14 | (quarter * 4096 + 6 * 128 + 1));
+        EXPECT_EQ(com.rte_his_csc_policy_rslt_3, 0x10000u | 1 << 14 | policyIdx);
+        *vpnMask[quarter] = *policyMask[3 - quarter] = 0;
+    }
+}
+
+TEST_F(LueCloudCls, IndexHistoriesHaveRanges) {
+    struct {
+        uint32_t *lo, *hi, *his, key, masked;
+    } const rows[] = {
+        {&com.rte_lue_csc_vpn_addr_lo, &com.rte_lue_csc_vpn_addr_hi, &com.rte_his_csc_vpn_rslt_3, 0x6005, 0x2005},
+        {&com.rte_lue_csc_policy_addr_lo, &com.rte_lue_csc_policy_addr_hi, &com.rte_his_csc_policy_rslt_3, 0x6005,
+         0x2005},
+        {&com.rte_lue_csc_iivid_vpn_id_addr_lo, &com.rte_lue_csc_iivid_vpn_id_addr_hi, &com.rte_his_csc_iivid_vpn_id_3,
+         0x2123, 0x0123}, // 13 bits count
+        {&com.rte_lue_l2_mtu_addr_lo, &com.rte_lue_l2_mtu_addr_hi, &com.rte_his_l2_vid_mtu_3, 0x2123, 0x2123},
+    };
+    cloudAny(0x2005); // block 64: bit 0 of register 1
+    com.csc_vpn_mask_1 = com.csc_policy_mask_1 = 1;
+    setVpnRslt(0x2005, 0xbbb, 0);
+    com.res_passthru_ivid = 0xbbb;
+    stat.icvid = 0x2123; // passes through with more than 13 bits
+    for (const auto &row : rows) {
+        struct {
+            uint32_t lo, hi;
+            bool captured;
+        } const ranges[] = {
+            {row.masked, row.masked, true}, {row.masked + 1, 0x3fff, false}, {0, row.masked - 1, false}};
+        for (const auto &range : ranges) {
+            *row.lo = range.lo;
+            *row.hi = range.hi;
+            *row.his = 0;
+            cloud();
+            EXPECT_EQ(*row.his, range.captured ? 0x10000 | row.key : 0) << &row - rows << " " << range.lo;
+        }
+    }
+}
+
 TEST_F(LueCloudCls, HitsBehindThe1024thAreNotSeen) {
     for (uint32_t i = 0; i < 1024; i++)
         cloudAny(i);
@@ -513,6 +578,9 @@ TEST_F(LueCloudCls, VlansVpnBeatsTheCloudsAndThatTheFrames) {
     stat.l2QinqEn = 1;
     cloud();
     EXPECT_EQ(stat.vpn_id, 0xfe123u);
+    stat.l2TrillRcvVpnId = 0x1aabcde; // bits 19:13 count
+    cloud();
+    EXPECT_EQ(stat.vpn_id, 0xaa123u);
 }
 
 TEST_F(LueCloudCls, CondemnedFrameLeavesNoKeyAndNoIividInTheHistories) {
