@@ -221,6 +221,24 @@ TEST_F(LueMacCls, PriorityHitIsTheRegistersValue) {
     portReg.rte_prc_l2_mac_prio_en = 6;
     mac();
     EXPECT_EQ(stat.macPrioHit, 6u);
+    EXPECT_EQ(com.rte_his_l2_mac_prio_3, 0x10000u | 6 << 11 | 40 << 5);
+}
+
+TEST_F(LueMacCls, HistoriesHaveTheHitFlagsOfTheFrame) {
+    stat.macVidHit = stat.macPrioHit = 1;
+    mac();
+    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10800u);
+    EXPECT_EQ(com.rte_his_l2_mac_prio_3, 0x10800u);
+}
+
+TEST_F(LueMacCls, UpperBitsOfThePriorityByteDoNotCount) {
+    macAny(0, 0);
+    portReg.rte_prc_l2_mac_prio_en = 1;
+    com.rte_l2_mac_prio_en_1 = 1;
+    mem.RTE_L2_MAC_PRIO_RA[0] = 0xee000000;
+    mac();
+    EXPECT_EQ(stat.macPrio, 6u);
+    EXPECT_EQ(stat.macDp, 1u);
 }
 
 TEST_F(LueMacCls, StatisticsCountFrameAndBytes) {
@@ -241,6 +259,10 @@ TEST_F(LueMacCls, StatisticsCountFrameAndBytes) {
     EXPECT_EQ(mem.RTE_L2_MAC_STS_BCNT_SRAM[2 * idx + 1], 0x40u);
     EXPECT_TRUE(has(mac(), "NewFCnt: 0x1, NewBCnt: 0x81\n"));
     EXPECT_EQ(mem.RTE_L2_MAC_STS_BCNT_SRAM[2 * idx], 0u);
+    mem.RTE_L2_MAC_STS_FCNT_SRAM[2 * idx] = mem.RTE_L2_MAC_STS_BCNT_SRAM[2 * idx] = 0xfffffffe;
+    mac();
+    EXPECT_EQ(mem.RTE_L2_MAC_STS_FCNT_SRAM[2 * idx], 0xfeu) << "40 bits";
+    EXPECT_EQ(mem.RTE_L2_MAC_STS_BCNT_SRAM[2 * idx], 0xfffeu) << "48 bits";
 }
 
 TEST_F(LueMacCls, TheThreeUsesWalkOnTheirOwn) {
@@ -566,7 +588,7 @@ TEST_F(LueCloudCls, VlansVpnBeatsTheCloudsAndThatTheFrames) {
     stat.stagNz = 1;
     stat.xsvid = 0x123;
     setVpnRslt(0, 7, 0x11111);
-    mem.RTE_IIVID_VPNID_SRAM[7] = 0x22222;
+    mem.RTE_IIVID_VPNID_SRAM[7] = 0xfff22222; // 20 bits
     EXPECT_TRUE(has(cloud(), prefix + "VPN from IVID_VPNID\n"));
     EXPECT_EQ(stat.vpn_id, 0x22222u);
     mem.RTE_IIVID_VPNID_SRAM[7] = 0xffff0;
