@@ -152,6 +152,18 @@ TEST_F(L2MpChain, SourceLookupRecordsItsOwn) {
     EXPECT_EQ(stat.l2PselLgIdStsEn, 0u);
     EXPECT_EQ(com.rte_his_l2_psel_mpid_3, 0u);
     EXPECT_EQ(com.rte_his_l2_psel_lgid_3, 0u);
+    newFrame();
+    stat.l2PselEgidMgid = kMpid | 0x100;
+    mem.RTE_L2_PSEL_MPID_SRAM[0x800] = kIsMgid | 0x20;
+    run(0);
+    EXPECT_EQ(stat.l2PselSaRsltMpid, 1u);
+    EXPECT_EQ(stat.l2PselSaRsltMpidIsL2Mgid, 1u);
+    newFrame();
+    stat.l2PselEgidMgid = kLgid | 0x20;
+    mem.RTE_L2_PSEL_LGID_SRAM[0x400] = kIsMgid | 0x77;
+    run(0);
+    EXPECT_EQ(stat.l2PselSaRsltLgid, 0x77u);
+    EXPECT_EQ(stat.l2PselSaRsltLgidIsL2Mgid, 1u);
 }
 
 TEST_F(L2MpChain, TrillDestination) {

@@ -849,6 +849,10 @@ TEST_F(L2PselTest, ResultBlockAndFields) {
                               "[L2Psel] result merging done, L2 gid=1abc, L2 is_mgid=0, trapRsn=0, dropRsn=0, "
                               "L2 rslt_typ=3, r_span=1, r_span_que=5\n"))
         << text;
+    acl({{"lgid_egid_mgid", 0x1abc}, {"mctid_trill_da", 0x1234}});
+    run();
+    EXPECT_EQ(stat.l2PselTrillDaPreMP, 0x1234u);
+    EXPECT_EQ(stat.l2PselTrillMcPreMP, 0u);
     stat.dbgLvl = 2;
     EXPECT_FALSE(has(run(), "L2 PSEL result"));
     stat.dbgLvl = 0;
