@@ -374,6 +374,12 @@ TEST_F(L2PselKey, SourceLookupExchangesTheAddresses) {
     EXPECT_FALSE(has(text, "[FCoE]"));
 }
 
+TEST_F(L2PselKey, AclIsToldOfTheFrameAndTheSpecialEgids) {
+    tae.dbgLvl = 4;
+    EXPECT_TRUE(has(select(), pfx + "[TAE-L2LU] aclDropEgid=1a01, trapEgid=1a02, dropEgid=1a03\n"));
+    tae.dbgLvl = 0;
+}
+
 // Verdicts.
 
 TEST_F(L2PselVerdict, ForwardByTheAclsGroup) {
@@ -725,22 +731,23 @@ TEST_F(L2PselTrill, ExactMatchDecides) {
     stat.l2ExmDaMctNpath = 4;
     stat.l2ExmDaOverrideTrillEgid = 1;
     stat.l2ExmDoTrillMP = 1;
+    stat.l2ExmDaIsMctid = 1;
     select();
     EXPECT_EQ(out.l2PselTrillVld, 0u);
     EXPECT_EQ(out.l2PselTrillMc, 0u);
     EXPECT_EQ(out.l2PselTrillDa, 0xcafeu);
-    EXPECT_EQ(out.l2PselIsMctid, 0u);
+    EXPECT_EQ(out.l2PselIsMctid, 1u) << "whatever the validity";
     EXPECT_EQ(out.l2PselMctId, 0x1111u);
     EXPECT_EQ(out.l2PselMctNpath, 4u);
     EXPECT_EQ(out.l2PselOverrideTrillEgid, 1u);
     EXPECT_EQ(out.l2PselDoTrillMP, 1u);
     stat.l2ExmVidTrillMc = 1;
-    stat.l2ExmDaIsMctid = 1;
+    stat.l2ExmDaIsMctid = 0;
     select();
     EXPECT_EQ(out.l2PselTrillVld, 1u);
     EXPECT_EQ(out.l2PselTrillMc, 1u);
     EXPECT_EQ(out.l2PselTrillDa, 0x4321u);
-    EXPECT_EQ(out.l2PselIsMctid, 1u);
+    EXPECT_EQ(out.l2PselIsMctid, 0u);
     stat.l2TrillFound = 1;
     stat.l2TrillDa = 0x7234;
     stat.l2ExmDaTrillCmd = 0;
