@@ -179,8 +179,9 @@ void composeRouted(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
         } else if (statPtr->l2PselFcoeVeRouted) {
             routed = 3;
         } else {
-            std::puts("FATAL ERROR: L3RteRqd=1 but packet does not fall into any of IPv4, IPv6, FCoE VF, or FCoE VE "
-                      "routed categories.");
+            std::fputs("FATAL ERROR: L3RteRqd=1 but packet does not fall into any of IPv4, IPv6, FCoE VF, or FCoE VE "
+                       "routed categories.",
+                       stdout);
             CM_ASSERT(false);
         }
     } else if (statPtr->l2PrcDrop || statPtr->l2PrcTrap || trapRsn == 4 || trapRsn == 15 || dropRsn == DRP_EOF ||
@@ -665,7 +666,7 @@ void CmRteRoc(CmRteStat *statPtr) {
     rsltPtr->l3PselMpidStsRslt = statPtr->l3psel_mpid_sts_hit;
     rsltPtr->saLrnRslt = statPtr->l2LrnRqd;
 
-    // A dropped or trapped frame carries that limit in place of its MTU.
+    // A dropped or trapped frame carries its own limit in place of the MTU.
     if (!isFwd(rsltPtr->hsiShim0Rslt.rslt_typ))
         rsltPtr->shim0Rslt.fseq_num_14_to_0 = statPtr->comRegPtr->rte_trap_drop_mru;
 #define RSLT_WORD(type, member, title, ...) statPtr->member = rsltPtr->member;

@@ -11,7 +11,7 @@ namespace {
 
 constexpr uint64_t kFrmCntMsk = 0xffffffffffull;    // 40-bit frame counters
 constexpr uint64_t kByteCntMsk = 0xffffffffffffull; // 48-bit byte counters
-constexpr uint32_t kFcoeDropRsnUnused = 36;         // first number beyond the drop reasons that a filter looks at
+constexpr uint32_t kDropRsnUnused = 36;             // first number beyond the drop reasons that a filter looks at
 constexpr uint32_t kTrapRsnUnused = 27;             // the same of the trap reasons
 
 bool isFwd(uint32_t rsltTyp) {
@@ -52,7 +52,7 @@ void LuL3PselFlt(CmRteStat *statPtr) {
     const uint32_t dropRsn = statPtr->l3PselDropRsn;
     const uint32_t trapRsn = statPtr->l3PselTrapRsn;
     const uint32_t dropPrcErr =
-        statPtr->l3PselRsltTyp == RSLT_DROP && !isOneOf(dropRsn, {0, 33, 34}) && dropRsn < kFcoeDropRsnUnused;
+        statPtr->l3PselRsltTyp == RSLT_DROP && !isOneOf(dropRsn, {0, 33, 34}) && dropRsn < kDropRsnUnused;
     const uint32_t trapPrcErr = statPtr->l3PselRsltTyp == RSLT_TRAP &&
                                 !isOneOf(trapRsn, {6, 12, 13, 14, 18, 20, 21, 22, 26}) && trapRsn < kTrapRsnUnused;
     CM_TRACE(1, "l3_psel filtering: dropPrcErr=%x trapPrcErr=%x trapRsn=%x dropRsn=%x\n", dropPrcErr, trapPrcErr,
