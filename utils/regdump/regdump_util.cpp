@@ -7,6 +7,7 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 void regdump_init_hdr(asic_dump_hdr_t *dump_hdr, uint32_t vendor_id, uint32_t chip_id, uint32_t chip_ver, opaque_t oid,
@@ -101,6 +102,15 @@ int regdec_get_hdr(char *fname, int *fd, asic_dump_hdr_t **hdr) {
     return 0;
 }
 
+/// Asks for large pages in the buffer, which is about to be filled as a whole. Without them it only takes longer.
+static void askForLargePages(void *buf, size_t size) {
+    constexpr uintptr_t LARGE_PAGE = 2 * 1024 * 1024;
+    const uintptr_t start = (reinterpret_cast<uintptr_t>(buf) + LARGE_PAGE - 1) / LARGE_PAGE * LARGE_PAGE;
+    const uintptr_t end = (reinterpret_cast<uintptr_t>(buf) + size) / LARGE_PAGE * LARGE_PAGE;
+    if (start < end)
+        madvise(reinterpret_cast<void *>(start), end - start, MADV_HUGEPAGE);
+}
+
 int regdec_get_data(int fd, asic_dump_hdr_t **hdr, uint32_t data_size) {
     const size_t total = sizeof(asic_dump_hdr_t) + size_t{data_size};
     *hdr = static_cast<asic_dump_hdr_t *>(std::realloc(*hdr, total)); // the old buffer is left to process exit
@@ -108,6 +118,7 @@ int regdec_get_data(int fd, asic_dump_hdr_t **hdr, uint32_t data_size) {
         std::fprintf(stderr, "Cannot resize buffer: size: 0x%x\n", static_cast<unsigned>(total));
         return -1;
     }
+    askForLargePages(*hdr, total);
     const ssize_t count = read(fd, *hdr + 1, data_size);
     if (count != static_cast<ssize_t>(data_size)) {
         std::fprintf(stderr, "Unexpected file size: expected 0x%x, actual 0x%x\n", data_size,
@@ -128,13 +139,18 @@ static void formatTime(const asic_dump_hdr_t *hdr, char *text, size_t size) {
         text[used] = '\0';
 }
 
+int regdump_check_ver(const asic_dump_hdr_t *hdr) {
+    if (hdr->ver == ASIC_DUMP_HDR_VER)
+        return 0;
+    std::fprintf(stderr, "Dump header ver (%d) not current (%d)\n", static_cast<int>(hdr->ver),
+                 static_cast<int>(ASIC_DUMP_HDR_VER));
+    return -1;
+}
+
 int regdec_pr_hdr(void *buf) {
     const asic_dump_hdr_t *hdr = static_cast<const asic_dump_hdr_t *>(buf);
-    if (hdr->ver != ASIC_DUMP_HDR_VER) {
-        std::fprintf(stderr, "Dump header ver (%d) not current (%d)\n", static_cast<int>(hdr->ver),
-                     static_cast<int>(ASIC_DUMP_HDR_VER));
+    if (regdump_check_ver(hdr) != 0)
         return -1;
-    }
     char time_str[80];
     formatTime(hdr, time_str, sizeof(time_str));
     std::printf("================ Register Dump Header ================\n\n"

@@ -34,6 +34,10 @@ int regdec_get_hdr(char *fname, int *fd, asic_dump_hdr_t **hdr);
 /// byte order. Returns 0, or -1 after a message on standard error; `*hdr` is null then if the buffer could not grow.
 int regdec_get_data(int fd, asic_dump_hdr_t **hdr, uint32_t data_size);
 
+/// Tells whether the version of a header in host order is the current one. Returns 0, or -1 after a message on standard
+/// error.
+int regdump_check_ver(const asic_dump_hdr_t *hdr);
+
 /// Prints the header `buf`, in host order, on standard output. Returns 0, or -1 after a message on standard error when
 /// its version is not the current one.
 int regdec_pr_hdr(void *buf);

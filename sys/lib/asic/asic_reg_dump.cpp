@@ -5,10 +5,7 @@
 #include <cstring>
 
 #include "asic_err.h"
-
-static bool isDumped(const regdump_map_t *mapp) {
-    return (mapp->flags & REGDUMP_FLAGS_NO_DUMP) == 0;
-}
+#include "asic_reg_line.h"
 
 static bool isGroup(const regdump_map_t *mapp) {
     return mapp->child != nullptr;
@@ -217,38 +214,7 @@ static constexpr size_t NAME_COLUMN = 25;
 static constexpr char COLUMNS[] = "0x00000000:  0x00000000  ";
 static_assert(sizeof(COLUMNS) == NAME_COLUMN + 1);
 
-/// The longest a line can be: the columns, a full name, the dump offset in debug form and the line end.
-static constexpr size_t MAX_LINE = NAME_COLUMN + REGDUMP_NAME_SIZE + 32;
-
 namespace {
-
-/// Standard output behind one large buffer. After a failed write everything is dropped.
-class LineSink {
-public:
-    /// Room for one more line, of at most `MAX_LINE` characters; `take` says how many of them were used.
-    char *room() {
-        if (used_ + MAX_LINE > sizeof(buf_))
-            flush();
-        return buf_ + used_;
-    }
-    void take(size_t size) { used_ += size; }
-
-    /// False once standard output has refused something.
-    bool ok() const { return ok_; }
-
-    /// Hands everything to standard output. Returns false when some of it, now or before, was not taken.
-    bool flush() {
-        if (ok_ && used_ != 0)
-            ok_ = std::fwrite(buf_, 1, used_, stdout) == used_;
-        used_ = 0;
-        return ok_;
-    }
-
-private:
-    char buf_[64 * 1024];
-    size_t used_ = 0;
-    bool ok_ = true;
-};
 
 /// The innermost number of a row's names with all that follows it on the line, kept as text that counts up.
 class CountingTail {
@@ -308,33 +274,7 @@ private:
     char last_; ///< the last digit; its place in the text is stale
 };
 
-/// The two hexadecimal digits of every byte.
-struct HexTable {
-    constexpr HexTable() {
-        const char *digits = "0123456789abcdef";
-        for (size_t byte = 0; byte < 256; ++byte) {
-            pair[byte][0] = digits[byte >> 4];
-            pair[byte][1] = digits[byte & 15];
-        }
-    }
-    char pair[256][2] = {};
-};
-
 } // namespace
-
-static constexpr HexTable HEX;
-
-/// Writes four bytes, the first one leftmost, as eight hexadecimal digits.
-static inline void putHex(char *text, const uint8_t *bytes) {
-    for (size_t i = 0; i < 4; ++i)
-        std::memcpy(text + 2 * i, HEX.pair[bytes[i]], 2);
-}
-
-static inline void putHex(char *text, uint32_t value) {
-    const uint8_t bytes[4] = {static_cast<uint8_t>(value >> 24), static_cast<uint8_t>(value >> 16),
-                              static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
-    putHex(text, bytes);
-}
 
 /// Lists the words of the current leaf one by one. `image` is the whole image, of `image_size` bytes; a word beyond it
 /// is 0.

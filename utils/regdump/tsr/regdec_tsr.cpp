@@ -5,6 +5,7 @@
 #include <cstring>
 #include <unistd.h>
 
+#include "regdec_route.h"
 #include "regdump_util.h"
 #include "tsr_reg_dump.h"
 
@@ -19,14 +20,6 @@ struct Dump {
     asic_dump_hdr_t *hdr = nullptr;
 
     tsr_dmp_t *image() { return reinterpret_cast<tsr_dmp_t *>(hdr + 1); }
-};
-
-/// What the command line asks to be routed.
-struct RouteArgs {
-    uint32_t rx_port = 0;
-    const char *frame = nullptr; ///< hexadecimal text
-    size_t len = 0;              ///< characters of `frame`
-    int verbose = 0;
 };
 
 } // namespace
@@ -97,12 +90,6 @@ static int decodeDump(Dump &dump) {
     return cleanUp(dump);
 }
 
-/// Routes one frame through the chip. Returns the run's exit value.
-static int routeFrame(const RouteArgs &, Dump &dump) {
-    std::fprintf(stderr, "Routing a frame is not available in this build\n");
-    return cleanUp(dump);
-}
-
 /// Reads the words of a route command, of seven arguments or more, and routes its frame. Returns the run's exit value.
 static int routeCommand(int argc, char **argv, Dump &dump) {
     RouteArgs args;
@@ -124,7 +111,7 @@ static int routeCommand(int argc, char **argv, Dump &dump) {
             std::printf("Packet too long.Maximum frame length is 500 bytes.\n");
         return cleanUp(dump);
     }
-    return routeFrame(args, dump);
+    return regdec_route(args, dump.image());
 }
 
 /// Does the job that the arguments ask for. Returns the run's exit value.

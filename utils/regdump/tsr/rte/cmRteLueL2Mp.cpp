@@ -13,7 +13,6 @@ namespace {
 
 constexpr uint64_t kFrmCntMsk = 0xff'ffffffff;
 constexpr uint64_t kByteCntMsk = 0xffff'ffffffff;
-constexpr uint32_t kAclStsBnks = 8;
 constexpr uint32_t kNoGrp = ~0u;
 
 /// A group word of a path memory.
@@ -217,20 +216,24 @@ void LagSts(uint32_t lag_addr, CmRteStat *statPtr) {
     CM_TRACE(1, "L2 LAG stats, lgid=0x%x, matched grpIdx=%d, address=%u, byteCnt=0x%x\n", lgid, grp, row, byteCnt);
 }
 
+uint32_t aclStsBank(const CmRteHsiComReg *comRegPtr, uint32_t owner, uint32_t id) {
+    // The banks' pairs of id and owner stand in the register from bank 7 down.
+    for (uint32_t bank = 0; bank < kAclStsBnks; bank++) {
+        const uint32_t pair = 2 * (kAclStsBnks - 1 - bank);
+        if (regElem(comRegPtr, &CmRteHsiComReg::acl_sts_bank7_sel, pair) == owner &&
+            regElem(comRegPtr, &CmRteHsiComReg::acl_sts_bank7_id, pair) == id)
+            return bank;
+    }
+    return kAclStsBnks;
+}
+
 void IncL2AclSts(CmRteStat *statPtr) {
     const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     CmRteHsiMem *memPtr = statPtr->memPtr;
     if (!statPtr->l2PselStsEn)
         return;
 
-    // The banks' pairs of id and owner stand in the register from bank 7 down; owner 0 is layer 2.
-    uint32_t bank = 0;
-    for (; bank < kAclStsBnks; bank++) {
-        const uint32_t pair = 2 * (kAclStsBnks - 1 - bank);
-        if (!regElem(comRegPtr, &CmRteHsiComReg::acl_sts_bank7_sel, pair) &&
-            regElem(comRegPtr, &CmRteHsiComReg::acl_sts_bank7_id, pair) == bits(statPtr->l2PselStsIdx, 14, 12))
-            break;
-    }
+    const uint32_t bank = aclStsBank(comRegPtr, 0, bits(statPtr->l2PselStsIdx, 14, 12));
     if (bank == kAclStsBnks)
         return;
 

@@ -11,6 +11,9 @@ namespace {
 
 constexpr uint32_t kNxtHopCnt = 0x28000;
 
+/// Parameters and results of the exact match, refilled before every search.
+CmExmTbl exmTbl;
+
 /// The next-hop record, unpacked. Its fields stand where the chip's host numbers them, whatever the memory keeps.
 struct NxtHopRcd {
     uint32_t mpid_lgid_egid_mgid;
@@ -129,18 +132,36 @@ void resolvePath(CmRteStat *statPtr, const NxtHopRcd &rcd) {
     }
 }
 
+/// Prints the DA's next hop as it ended up, field by field.
 void traceNxtHop(const CmRteStat *statPtr) {
     CM_TRACE(2, "L3 DA next hop final result:\n");
     if (statPtr->dbgLvl <= 2)
         return;
     Prt("l3NxtHopMpidLgidEgidMgid", statPtr->l3NxtHopMpidLgidEgidMgid);
-    Prt("l3PselIsMgid", statPtr->l3PselIsMgid);
-    Prt("l3PselMcastTyp", statPtr->l3PselMcastTyp);
     Prt("l3NxtHopTrillVld", statPtr->l3NxtHopTrillVld);
     Prt("l3NxtHopTrillDa", statPtr->l3NxtHopTrillDa);
+    Prt("l3NxtHopMctId", statPtr->l3NxtHopMctId);
+    Prt("l3NxtHopIsMctid", statPtr->l3NxtHopIsMctid);
+    Prt("l3NxtHopTrillCmd", statPtr->l3NxtHopTrillCmd);
     Prt("l3NxtHopTrillMc", statPtr->l3NxtHopTrillMc);
+    Prt("l3NxtHopTrillEgidOvrd", statPtr->l3NxtHopTrillEgidOvrd);
+    Prt("l3NxtHopMctNpath", statPtr->l3NxtHopMctNpath);
     Prt("l3NxtHopL2DaIdx", statPtr->l3NxtHopL2DaIdx);
+    Prt("l3NxtHopFcoeL2Prio", statPtr->l3NxtHopFcoeL2Prio);
+    Prt("l3NxtHopFcoeL2PrioPth", statPtr->l3NxtHopFcoeL2PrioPth);
+    Prt("l3NxtHopFcoeL2SaIdx", statPtr->l3NxtHopFcoeL2SaIdx);
+    Prt("l3NxtHopFcoeVsanTagged", statPtr->l3NxtHopFcoeVsanTagged);
     Prt("l3EividDa", statPtr->l3EividDa);
+    Prt("l3NxtHopMpOffset", statPtr->l3NxtHopMpOffset);
+    Prt("l3psel_mpid_sts_en", statPtr->l3psel_mpid_sts_en);
+    Prt("l3PselIsMgid", statPtr->l3PselIsMgid);
+    Prt("l3PselMcastTyp", statPtr->l3PselMcastTyp);
+    Prt("l3PselMctIdStsEn", statPtr->l3PselMctIdStsEn);
+    Prt("l3PselMctIdSts", statPtr->l3PselMctIdSts);
+    Prt("l3PselMpIdStsEn", statPtr->l3PselMpIdStsEn);
+    Prt("l3PselMpIdSts", statPtr->l3PselMpIdSts);
+    Prt("l3PselLgIdStsEn", statPtr->l3PselLgIdStsEn);
+    Prt("l3PselLgIdSts", statPtr->l3PselLgIdSts);
 }
 
 /// Captures one address of the lookup in its history.
@@ -148,9 +169,8 @@ void captureIdx(const CmRteStat *statPtr, uint32_t key, uint32_t hi, uint32_t lo
     CmRteHisU32(hisCtl(statPtr), key, hi, lo, (1u << width) - 1, width, his);
 }
 
-/// Looks the multicast group of the frame's VLAN up. Returns the index of its result word.
+/// Look the multicast group of the frame up in its VLAN; each returns the index of the result word.
 uint32_t searchMcuidIpv4(CmRteStat *statPtr) {
-    static CmExmTbl exmTbl;
     CmRteHsiComReg *comReg = statPtr->comRegPtr;
     const CmRteHsiMem *mem = statPtr->memPtr;
     exmTbl = {};
@@ -179,7 +199,6 @@ uint32_t searchMcuidIpv4(CmRteStat *statPtr) {
 }
 
 uint32_t searchMcuidIpv6(CmRteStat *statPtr) {
-    static CmExmTbl exmTbl;
     CmRteHsiComReg *comReg = statPtr->comRegPtr;
     const CmRteHsiMem *mem = statPtr->memPtr;
     exmTbl = {};

@@ -304,33 +304,14 @@ void IcmpUnreachCk(CmRteStat *statPtr) {
     }
 }
 
-/// The eight statistics banks, which register pairs assign to layer 2 or 3 and to a part of the index.
-struct StsBank {
-    uint32_t CmRteHsiComReg::*sel;
-    uint32_t CmRteHsiComReg::*id;
-};
-constexpr StsBank kStsBanks[8] = {
-    {&CmRteHsiComReg::acl_sts_bank0_sel, &CmRteHsiComReg::acl_sts_bank0_id},
-    {&CmRteHsiComReg::acl_sts_bank1_sel, &CmRteHsiComReg::acl_sts_bank1_id},
-    {&CmRteHsiComReg::acl_sts_bank2_sel, &CmRteHsiComReg::acl_sts_bank2_id},
-    {&CmRteHsiComReg::acl_sts_bank3_sel, &CmRteHsiComReg::acl_sts_bank3_id},
-    {&CmRteHsiComReg::acl_sts_bank4_sel, &CmRteHsiComReg::acl_sts_bank4_id},
-    {&CmRteHsiComReg::acl_sts_bank5_sel, &CmRteHsiComReg::acl_sts_bank5_id},
-    {&CmRteHsiComReg::acl_sts_bank6_sel, &CmRteHsiComReg::acl_sts_bank6_id},
-    {&CmRteHsiComReg::acl_sts_bank7_sel, &CmRteHsiComReg::acl_sts_bank7_id},
-};
-
 /// Counts the frame for the ACL entry that won, and samples it for sFlow.
 void IncL3AclSts(CmRteStat *statPtr) {
     if (!statPtr->l3PselStsSflowEn)
         return;
     const CmRteHsiComReg *comReg = statPtr->comRegPtr;
     CmRteHsiMem *mem = statPtr->memPtr;
-    const uint32_t bankSel = bits(statPtr->l3PselStsSflowIdx, 14, 12);
-    uint32_t bank = 0;
-    while (bank < 8 && !(comReg->*kStsBanks[bank].sel == 1 && comReg->*kStsBanks[bank].id == bankSel))
-        bank++;
-    if (bank == 8)
+    const uint32_t bank = aclStsBank(comReg, 1, bits(statPtr->l3PselStsSflowIdx, 14, 12));
+    if (bank == kAclStsBnks)
         return;
 
     const uint32_t statIdx = bank << 12 | bits(statPtr->l3PselStsSflowIdx, 11, 0);

@@ -1,0 +1,211 @@
+#include "cm_glue.h"
+
+#include "cmUtl.h"
+
+#include <arpa/inet.h>
+#include <cstring>
+
+uint32_t dmpWord(const tsr_dmp_t *tsr_reg, size_t base, uint64_t idx) {
+    if (base >= sizeof(tsr_dmp_t) || idx >= (sizeof(tsr_dmp_t) - base) / 4)
+        return 0;
+    uint32_t word;
+    std::memcpy(&word, reinterpret_cast<const uint8_t *>(tsr_reg) + base + idx * 4, sizeof word);
+    return ntohl(word);
+}
+
+uint32_t dmpPortWord(const tsr_dmp_t *tsr_reg, uint32_t port, size_t fieldOffset) {
+    constexpr uint64_t portWords = sizeof tsr_reg->ephy_reg[0] / 4;
+    return dmpWord(tsr_reg, offsetof(tsr_dmp_t, ephy_reg), port * portWords + fieldOffset / 4);
+}
+
+/// The value of a hexadecimal digit, or -1.
+static int hexDigit(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
+void frame_raw(uint8_t *rx_buf, int has_shim, int rx_buf_size, const char *rx_frame_char, int frame_len,
+               uint32_t *raw_len, uint8_t *shim, int shim_size) {
+    std::memset(rx_buf, 0, static_cast<size_t>(rx_buf_size));
+    uint32_t count = 0;
+    uint8_t *out = has_shim ? shim : rx_buf;
+    int high = -1;
+
+    auto store = [&](int byte) {
+        out[count++] = static_cast<uint8_t>(byte);
+        if (out == shim && count == static_cast<uint32_t>(shim_size)) {
+            out = rx_buf;
+            count = 0;
+        }
+    };
+    for (int i = 0; i < frame_len; i++) {
+        const int digit = hexDigit(rx_frame_char[i]);
+        if (digit < 0)
+            continue;
+        if (high < 0) {
+            high = digit;
+            continue;
+        }
+        store(high << 4 | digit);
+        high = -1;
+    }
+    if (high >= 0)
+        store(high << 4);
+    *raw_len = count;
+}
+
+void shim_fmt(const shim_t *shim, uint32_t *shim_wd) {
+    std::memset(shim_wd, 0, kShimBytes);
+#define SHIM(word, hi, lo, name) shim_wd[word] = setBits(shim_wd[word], hi, lo, shim->name);
+#include "tsr_shim.def"
+#undef SHIM
+}
+
+void shim_str_2_struct(const uint32_t *shim_wd, shim_t *shim) {
+#define SHIM(word, hi, lo, name) shim->name = bits(shim_wd[word], hi, lo);
+#include "tsr_shim.def"
+#undef SHIM
+    shim->shim_len &= ~1u; // the chip does not carry over bit 16 of word 0
+}
+
+int shim_chksum(const uint32_t *shim_wd) {
+    uint32_t sum = 0;
+    for (unsigned lo = 0; lo < 32; lo += 4) {
+        sum += bits(shim_wd[0], lo + 3, lo);
+        if (lo != 4) // the place of the checksum itself
+            sum += bits(shim_wd[1], lo + 3, lo);
+    }
+    return static_cast<int>(sum & 0xf);
+}
+
+int recalcShimCrc(shim_t *shim) {
+    if (shim->shim_len != 0)
+        return 0;
+    uint32_t shim_wd[kShimWords];
+    shim_fmt(shim, shim_wd);
+    // The chip shifts by bits, not by bytes: the buffer does not hold the words' bytes.
+    uint8_t buf[kShimBytes];
+    for (uint32_t i = 0; i < kShimBytes; i++)
+        buf[i] = static_cast<uint8_t>(shim_wd[i / 4] >> (3 - i % 4));
+    buf[7] &= 0xf;
+    buf[23] = 0;
+    uint8_t crc;
+    CalcEnetCrc8(kShimBytes, buf, &crc);
+    shim->w5_7_0 = crc;
+    return 0;
+}
+
+void rte_2_iqs_side(const shim_t *shim, const bp_shim_t *bp_shim, iqs_side_band_t *iqs_side) {
+    std::memset(iqs_side, 0, sizeof *iqs_side);
+    const uint32_t fseq = shim->w0_14_0 * 4 + shim->w1_31_30;
+    iqs_side->tsq_iqs_vld = 1;
+    iqs_side->tsq_iqs_drop = 0;
+
+    uint32_t &w0 = iqs_side->frm_data[0];
+    uint32_t &w1 = iqs_side->frm_data[1];
+    if (bit(fseq, 15)) {
+        iqs_side->tsq_iqs_elb = 1;
+        w1 = setBits(w1, 12, 12, bit(fseq, 14));  // hi_latency
+        w1 = setBits(w1, 11, 11, bit(fseq, 10));  // span
+        w1 = setBits(w1, 10, 10, bit(fseq, 9));   // bp_cp
+        w1 = setBits(w1, 9, 9, bit(fseq, 8));     // mtu_trap
+        w1 = setBits(w1, 8, 8, bit(fseq, 7));     // eacl_log
+        w1 = setBits(w1, 7, 7, bit(fseq, 6));     // egr_sflow
+        w1 = setBits(w1, 6, 4, bits(fseq, 5, 3)); // span_id; bp_pri behind it has no source
+        return;
+    }
+    iqs_side->tsq_iqs_elb = 0;
+    w0 = setBits(w0, 25, 25, shim->lossless_to);
+    w0 = setBits(w0, 24, 19, shim->ing_port);
+    w0 = setBits(w0, 18, 0, bp_shim->l2_egr_da_vid_idx);
+    w1 = setBits(w1, 31, 22, bp_shim->fcoe_sa_idx);
+    w1 = setBits(w1, 18, 16, bp_shim->rcv_pri);
+    w1 = setBits(w1, 15, 13, bp_shim->r_span_q);
+    w1 = setBits(w1, 12, 12, bp_shim->r_span);
+    w1 = setBits(w1, 11, 9, bp_shim->i_span_q);
+    w1 = setBits(w1, 8, 8, bp_shim->i_span);
+    w1 = setBits(w1, 7, 7, bp_shim->sflw);
+    w1 = setBits(w1, 6, 6, bp_shim->acl_log);
+    w1 = setBits(w1, 5, 2, bp_shim->trap_queue);
+    w1 = setBits(w1, 1, 0, bp_shim->rslt_typ);
+}
+
+void shim_2_eqs_side(const shim_t *shim, const tsr_dmp_t *tsr_reg, eqs_side_band_t *eqs_side) {
+    eqs_side->hsq_eqs_qid_q = 305;
+    eqs_side->hsq_eqs_phyp_pkt_q = 0;
+    eqs_side->rte_eqs_trill_en_q = 0;
+    if (shim->egid == dmpWord(tsr_reg, offsetof(tsr_dmp_t, esm_cam_egid_tablebp), 0)) {
+        eqs_side->hsq_eqs_qid_q = 36;
+        return;
+    }
+    for (uint32_t i = 0; i < 32; i++) {
+        if (shim->egid != dmpWord(tsr_reg, offsetof(tsr_dmp_t, esm_cam_egid_table), i))
+            continue;
+        eqs_side->hsq_eqs_qid_q = 8 * i;
+        // The enable stays at its place in the register: 0 or 0x80000.
+        if (i <= 11)
+            eqs_side->rte_eqs_trill_en_q =
+                dmpPortWord(tsr_reg, i, offsetof(tsr_ephy_dmp_t, rte_prc_l2_trill_ctl)) & 1u << 19;
+        return;
+    }
+}
+
+void eqs_2_emc_side(const shim_t *shim, const eqs_side_band_t *eqs_side, emc_side_band_t *emc_side) {
+    emc_side->rte_trill_en_q = eqs_side->rte_eqs_trill_en_q;
+    emc_side->eqs_elp = eqs_side->elp;
+    emc_side->pim_encap = eqs_side->num_frags; // a crossing of the chip model, which leaves eqs_nfrag unset
+    emc_side->ipv4_encap = eqs_side->pim_encap && shim->routed == 0;
+    emc_side->ipv6_encap = eqs_side->pim_encap && shim->routed == 1;
+    emc_side->pim_cnt = eqs_side->pim_cnt;
+    emc_side->eqs_mac_da = eqs_side->mac_da;
+    emc_side->eqs_mac_da1 = eqs_side->mac_da1;
+    emc_side->dbr_id = eqs_side->dbr_id;
+    emc_side->ipv4_da = eqs_side->ipv4_da;
+    emc_side->ipv4_sa = eqs_side->ipv4_sa;
+    emc_side->m_bit = eqs_side->m_bit;
+    emc_side->b_bit = eqs_side->b_bit;
+    emc_side->flow_id = eqs_side->flow_id;
+    std::memcpy(emc_side->ipv6_sa, eqs_side->ipv6_sa, sizeof emc_side->ipv6_sa);
+    std::memcpy(emc_side->ipv6_da, eqs_side->ipv6_da, sizeof emc_side->ipv6_da);
+    emc_side->eqs_trill_da = eqs_side->trill_da;
+    emc_side->eqs_trill_sa = eqs_side->trill_sa;
+    emc_side->final_eivid = eqs_side->final_eivid;
+    emc_side->wired_eivid = eqs_side->wired_eivid;
+    emc_side->final_vpnid = eqs_side->final_vpnid;
+    emc_side->eqs_seq = eqs_side->eqs_seq;
+    emc_side->eqs_seq_val = eqs_side->eqs_seq != 0;
+    emc_side->mtu = eqs_side->mtu;
+    emc_side->transparent_vlan = eqs_side->transparent_vlan;
+    emc_side->eqs_ext_vid = eqs_side->wired_eivid;
+    emc_side->eqs_drop = eqs_side->drop;
+}
+
+/// The upper 16 bits of a word, sign-extended.
+static uint32_t upperHalfSigned(uint32_t word) {
+    return static_cast<uint32_t>(static_cast<int32_t>(word) >> 16);
+}
+
+void rte_2_emc_side(const shim_t *shim, const tsr_dmp_t *tsr_reg, emc_side_band_t *emc_side) {
+    const uint32_t p = emc_side->eqs_elp;
+    constexpr size_t outSa = offsetof(tsr_ephy_dmp_t, rte_prc_trill_exp_out_sa);
+    constexpr size_t outDa = offsetof(tsr_ephy_dmp_t, rte_prc_trill_exp_out_da);
+    emc_side->trill_out_sa = dmpPortWord(tsr_reg, p, outSa);
+    emc_side->trill_out_sa1 = dmpPortWord(tsr_reg, p, outSa + 4);
+    emc_side->trill_out_da = dmpPortWord(tsr_reg, p, outDa);
+    emc_side->trill_out_da1 = dmpPortWord(tsr_reg, p, outDa + 4);
+    emc_side->trill_all_rb_da = dmpWord(tsr_reg, offsetof(tsr_dmp_t, rte_l2_trill_cfg_2), 0);
+    emc_side->trill_all_rb_da1 = dmpWord(tsr_reg, offsetof(tsr_dmp_t, rte_l2_trill_cfg_1), 0);
+    const uint32_t trillCfg0 = dmpWord(tsr_reg, offsetof(tsr_dmp_t, rte_l2_trill_cfg_0), 0);
+    emc_side->trill_etype = upperHalfSigned(trillCfg0);
+    emc_side->rte_trill_sa = bits(trillCfg0, 15, 0);
+    emc_side->c_tagged = shim->rcv_inner_tagged;
+    emc_side->s_tagged = shim->rcv_s_tagged;
+    const uint32_t vlanEtyp = dmpPortWord(tsr_reg, p, offsetof(tsr_ephy_dmp_t, rte_prc_vlan_etyp));
+    emc_side->rte_cfg_stag_et = upperHalfSigned(vlanEtyp);
+    emc_side->rte_cfg_ctag_et = bits(vlanEtyp, 15, 0);
+}
