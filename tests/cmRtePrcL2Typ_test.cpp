@@ -208,7 +208,7 @@ TEST_F(PrcL2TypTest, NoMansLandErrorClearsTheTypeOfATagThatDoesNotCount) {
     EXPECT_EQ(stat.ctag, 5u);
 }
 
-// --- the type that a cut frame leaves ---
+// --- what a cut frame leaves ---
 
 /// A TRILL frame without its inner type word: the TRILL header begins at 14, the inner addresses at 20, the inner tags
 /// at 32.
@@ -216,16 +216,64 @@ Frame trill() {
     return eth().etyp(kTrillEtyp).trill(0x111, 0x222, 9).mac(kDa, kSa);
 }
 
-TEST_F(PrcL2TypTest, TypeWordIsClassifiedBeforeItsEndTest) {
-    // Behind one tag the word stands at 16: 16 + 5 rounds to 20.
-    parse(padded(eth().tag(kCtagEtyp, 5).etyp(kIpv4Etyp)), 20);
+TEST_F(PrcL2TypTest, AddressesAndNicknamesAreReadBeforeTheirEndTests) {
+    const auto bytes = padded(eth().etyp(kIpv4Etyp));
+    parse(bytes, 8);
     EXPECT_EQ(verdict(), dropOf(DRP_EOF));
-    EXPECT_EQ(stat.l2Etyp, kIpv4Etyp);
-    // The inner one behind one tag at 36: 36 + 5 rounds to 40.
+    EXPECT_EQ(stat.l2OuterDa, kDa);
+    EXPECT_EQ(stat.l2OuterSa, 0u);
+    EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_OUTER_MAC], 1u);
+    parse(bytes, 12);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2OuterSa, kSa);
+    // Nicknames: 14 + 7 rounds to 20. The inner DA at 20: 20 + 9 rounds to 28.
     trillPort();
-    parse(padded(trill().tag(kCtagEtyp, 5).etyp(kIpv4Etyp)), 40);
+    const auto inner = padded(trill().etyp(kIpv4Etyp));
+    parse(inner, 20);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2TrillDa, 0x111u);
+    EXPECT_EQ(stat.l2TrillSa, 0x222u);
+    EXPECT_EQ(stat.l2HdrLenAdj, 0u);
+    parse(inner, 28);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2TrillInnerDa, kDa);
+    EXPECT_EQ(stat.l2TrillInnerSa, 0u);
+    EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_INNER_MAC], 1u);
+    EXPECT_EQ(stat.l2HdrLenAdj, 20u);
+}
+
+TEST_F(PrcL2TypTest, TypeWordIsClassifiedBeforeItsEndTest) {
+    // Behind a CN tag the word stands at 16: 16 + 5 rounds to 20.
+    parse(padded(eth().etyp(kCnEtyp).num(1, 2).etyp(kIpv4Etyp)), 20);
     EXPECT_EQ(verdict(), dropOf(DRP_EOF));
     EXPECT_EQ(stat.l2Etyp, kIpv4Etyp);
+    // The inner one behind a CN tag at 36: 36 + 5 rounds to 40.
+    trillPort();
+    parse(padded(trill().etyp(kCnEtyp).num(1, 2).etyp(kIpv4Etyp)), 40);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2Etyp, kIpv4Etyp);
+}
+
+// A word is classified where it stands first, once more behind a tag, and as the final type.
+TEST_F(PrcL2TypTest, HowOftenWordsAreClassified) {
+    const auto clsCnt = [&](const std::vector<uint8_t> &bytes) {
+        begin(bytes);
+        stat.dbgLvl = 4;
+        const std::string out = printed([&] { PrcL2(&stat); });
+        int cnt = 0;
+        for (size_t at = 0; (at = out.find(">> ClsEtyp ", at)) != std::string::npos; at++)
+            cnt++;
+        return cnt;
+    };
+    EXPECT_EQ(clsCnt(padded(eth().etyp(kIpv4Etyp))), 2);
+    EXPECT_EQ(clsCnt(padded(eth().tag(kCtagEtyp, 5).etyp(kIpv4Etyp))), 3);
+    EXPECT_EQ(clsCnt(padded(eth().etyp(kCnEtyp).num(1, 2).etyp(kIpv4Etyp))), 2);
+    trillPort();
+    EXPECT_EQ(clsCnt(padded(trill().etyp(kIpv4Etyp))), 4);
+    EXPECT_EQ(clsCnt(padded(trill().tag(kCtagEtyp, 5).etyp(kIpv4Etyp))), 5);
+    EXPECT_EQ(clsCnt(padded(trill().etyp(kCnEtyp).num(1, 2).etyp(kIpv4Etyp))), 4);
+    sPort();
+    EXPECT_EQ(clsCnt(padded(trill().tag(kStagEtyp, 5).etyp(kIpv4Etyp))), 4);
 }
 
 TEST_F(PrcL2TypTest, WordBehindTheSTagIsClassifiedBeforeItsEndTestOutsideAndBehindItInside) {
