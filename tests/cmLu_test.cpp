@@ -237,6 +237,10 @@ TEST(CmTcamLu, LastBankThatIsCutShortIsOn) {
     tbl.tcamBnkEnMsk = 0b1;
     CmTcamLu(&tbl);
     EXPECT_EQ(hits(tbl), (List{0, 1, 4}));
+    tbl.tcamBnkEnMsk = 0; // takes the short bank out, too
+    CmTcamLu(&tbl);
+    EXPECT_EQ(hits(tbl), (List{}));
+    EXPECT_EQ(tbl.tcamHit, 0u);
 }
 
 TEST(CmTcamLu, BanksFrom32UpAreOff) {

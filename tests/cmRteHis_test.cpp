@@ -25,9 +25,11 @@ CmRteHisCtl on(uint32_t mode = 0) {
 TEST(CmRteHis, StopFlagStopsCapture) {
     His<1> his;
     CmRteHisCtl ctl = on();
-    ctl.rte_his_clr = 1;
-    CmRteHisU32NoRng(ctl, 5, 16, his.reg);
-    EXPECT_EQ(his.slot(3), Words{0});
+    for (const uint32_t clr : {1u, 2u}) {
+        ctl.rte_his_clr = clr;
+        CmRteHisU32NoRng(ctl, 5, 16, his.reg);
+        EXPECT_EQ(his.slot(3), Words{0}) << clr;
+    }
 }
 
 TEST(CmRteHis, OnlyPortsThatAreOnAreCaptured) {
@@ -48,6 +50,7 @@ TEST(CmRteHis, Mode1KeepsTheFirstFourMode0TheLastFour) {
         CmRteHisU32NoRng(on(1), key, 16, first.reg);
         CmRteHisU32NoRng(on(0), key, 16, last.reg);
     }
+    CmRteHisU32NoRng(on(2), 6, 16, first.reg); // every mode but 0 freezes
     for (uint32_t slot = 0; slot < 4; slot++) {
         EXPECT_EQ(first.slot(slot), Words{0x10001 + slot});
         EXPECT_EQ(last.slot(slot), Words{0x10002 + slot});

@@ -181,6 +181,22 @@ TEST_F(LueMacCls, TrillFrameGetsNoVidButTheHistoryOfATrillPortSeesIt) {
     com.rte_l2_mac_vid_en_1 = 0;
     EXPECT_FALSE(has(mac(), "not enabled")) << "the second walk is silent";
     EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10000u);
+    // The second walk asks for the port's enable as the first one does.
+    com.rte_l2_mac_vid_en_1 = 1u << 2;
+    mac();
+    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10841u);
+    portReg.rte_prc_l2_mac_vid_en = 0;
+    mac();
+    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10000u);
+}
+
+TEST_F(LueMacCls, TrillPortsHistoryIsThatOfThePlainFrameToo) {
+    macAny(2, 1);
+    com.rte_l2_mac_vid_en_1 = 1u << 2;
+    portReg.rte_prc_l2_mac_vid_en = 1;
+    stat.isTrillPort = 1;
+    EXPECT_TRUE(has(mac(), prefix + "[TCAM][L2Mac-vid][Hit] HitIdx: 0x41\n"));
+    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10841u);
 }
 
 TEST_F(LueMacCls, PriorityComesFromTheIndexsByte) {
@@ -205,6 +221,24 @@ TEST_F(LueMacCls, PriorityHitIsTheRegistersValue) {
     portReg.rte_prc_l2_mac_prio_en = 6;
     mac();
     EXPECT_EQ(stat.macPrioHit, 6u);
+    EXPECT_EQ(com.rte_his_l2_mac_prio_3, 0x10000u | 6 << 11 | 40 << 5);
+}
+
+TEST_F(LueMacCls, HistoriesHaveTheHitFlagsOfTheFrame) {
+    stat.macVidHit = stat.macPrioHit = 1;
+    mac();
+    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10800u);
+    EXPECT_EQ(com.rte_his_l2_mac_prio_3, 0x10800u);
+}
+
+TEST_F(LueMacCls, UpperBitsOfThePriorityByteDoNotCount) {
+    macAny(0, 0);
+    portReg.rte_prc_l2_mac_prio_en = 1;
+    com.rte_l2_mac_prio_en_1 = 1;
+    mem.RTE_L2_MAC_PRIO_RA[0] = 0xee000000;
+    mac();
+    EXPECT_EQ(stat.macPrio, 6u);
+    EXPECT_EQ(stat.macDp, 1u);
 }
 
 TEST_F(LueMacCls, StatisticsCountFrameAndBytes) {
@@ -225,6 +259,10 @@ TEST_F(LueMacCls, StatisticsCountFrameAndBytes) {
     EXPECT_EQ(mem.RTE_L2_MAC_STS_BCNT_SRAM[2 * idx + 1], 0x40u);
     EXPECT_TRUE(has(mac(), "NewFCnt: 0x1, NewBCnt: 0x81\n"));
     EXPECT_EQ(mem.RTE_L2_MAC_STS_BCNT_SRAM[2 * idx], 0u);
+    mem.RTE_L2_MAC_STS_FCNT_SRAM[2 * idx] = mem.RTE_L2_MAC_STS_BCNT_SRAM[2 * idx] = 0xfffffffe;
+    mac();
+    EXPECT_EQ(mem.RTE_L2_MAC_STS_FCNT_SRAM[2 * idx], 0xfeu) << "40 bits";
+    EXPECT_EQ(mem.RTE_L2_MAC_STS_BCNT_SRAM[2 * idx], 0xfffeu) << "48 bits";
 }
 
 TEST_F(LueMacCls, TheThreeUsesWalkOnTheirOwn) {
@@ -454,6 +492,55 @@ TEST_F(LueCloudCls, VpnAndPolicyTakeDifferentEntriesOfOneSearch) {
     EXPECT_EQ(com.rte_his_csc_policy_rslt_3, 0x10000u | 1 << 14 | 0x2000);
 }
 
+TEST_F(LueCloudCls, EachMaskRegisterHasItsQuarterOfTheEntries) {
+    uint32_t *const vpnMask[] = {&com.csc_vpn_mask_3, &com.csc_vpn_mask_2, &com.csc_vpn_mask_1, &com.csc_vpn_mask_0};
+    uint32_t *const policyMask[] = {&com.csc_policy_mask_3, &com.csc_policy_mask_2, &com.csc_policy_mask_1,
+                                    &com.csc_policy_mask_0};
+    for (uint32_t quarter = 0; quarter < 4; quarter++)
+        cloudAny(quarter * 4096 + 6 * 128 + 1);
+    for (uint32_t quarter = 0; quarter < 4; quarter++) {
+        *vpnMask[quarter] = 1u << 6;
+        *policyMask[3 - quarter] = 1u << 6;
+        cloud();
+        const uint32_t policyIdx = (3 - quarter) * 4096 + 6 * 128 + 1;
+        EXPECT_EQ(com.rte_his_csc_vpn_rslt_3, 0x10000u | 1 << 14 | (quarter * 4096 + 6 * 128 + 1));
+        EXPECT_EQ(com.rte_his_csc_policy_rslt_3, 0x10000u | 1 << 14 | policyIdx);
+        *vpnMask[quarter] = *policyMask[3 - quarter] = 0;
+    }
+}
+
+TEST_F(LueCloudCls, IndexHistoriesHaveRanges) {
+    struct {
+        uint32_t *lo, *hi, *his, key, masked;
+    } const rows[] = {
+        {&com.rte_lue_csc_vpn_addr_lo, &com.rte_lue_csc_vpn_addr_hi, &com.rte_his_csc_vpn_rslt_3, 0x6005, 0x2005},
+        {&com.rte_lue_csc_policy_addr_lo, &com.rte_lue_csc_policy_addr_hi, &com.rte_his_csc_policy_rslt_3, 0x6005,
+         0x2005},
+        {&com.rte_lue_csc_iivid_vpn_id_addr_lo, &com.rte_lue_csc_iivid_vpn_id_addr_hi, &com.rte_his_csc_iivid_vpn_id_3,
+         0x2123, 0x0123}, // 13 bits count
+        {&com.rte_lue_l2_mtu_addr_lo, &com.rte_lue_l2_mtu_addr_hi, &com.rte_his_l2_vid_mtu_3, 0x2123, 0x2123},
+    };
+    cloudAny(0x2005); // block 64: bit 0 of register 1
+    com.csc_vpn_mask_1 = com.csc_policy_mask_1 = 1;
+    setVpnRslt(0x2005, 0xbbb, 0);
+    com.res_passthru_ivid = 0xbbb;
+    stat.icvid = 0x2123; // passes through with more than 13 bits
+    for (const auto &row : rows) {
+        struct {
+            uint32_t lo, hi;
+            bool captured;
+        } const ranges[] = {
+            {row.masked, row.masked, true}, {row.masked + 1, 0x3fff, false}, {0, row.masked - 1, false}};
+        for (const auto &range : ranges) {
+            *row.lo = range.lo;
+            *row.hi = range.hi;
+            *row.his = 0;
+            cloud();
+            EXPECT_EQ(*row.his, range.captured ? 0x10000 | row.key : 0) << &row - rows << " " << range.lo;
+        }
+    }
+}
+
 TEST_F(LueCloudCls, HitsBehindThe1024thAreNotSeen) {
     for (uint32_t i = 0; i < 1024; i++)
         cloudAny(i);
@@ -501,7 +588,7 @@ TEST_F(LueCloudCls, VlansVpnBeatsTheCloudsAndThatTheFrames) {
     stat.stagNz = 1;
     stat.xsvid = 0x123;
     setVpnRslt(0, 7, 0x11111);
-    mem.RTE_IIVID_VPNID_SRAM[7] = 0x22222;
+    mem.RTE_IIVID_VPNID_SRAM[7] = 0xfff22222; // 20 bits
     EXPECT_TRUE(has(cloud(), prefix + "VPN from IVID_VPNID\n"));
     EXPECT_EQ(stat.vpn_id, 0x22222u);
     mem.RTE_IIVID_VPNID_SRAM[7] = 0xffff0;
@@ -513,6 +600,9 @@ TEST_F(LueCloudCls, VlansVpnBeatsTheCloudsAndThatTheFrames) {
     stat.l2QinqEn = 1;
     cloud();
     EXPECT_EQ(stat.vpn_id, 0xfe123u);
+    stat.l2TrillRcvVpnId = 0x1aabcde; // bits 19:13 count
+    cloud();
+    EXPECT_EQ(stat.vpn_id, 0xaa123u);
 }
 
 TEST_F(LueCloudCls, CondemnedFrameLeavesNoKeyAndNoIividInTheHistories) {

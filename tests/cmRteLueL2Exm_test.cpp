@@ -456,8 +456,12 @@ TEST_F(L2ExmDa, TrillCommands) {
     putDa(rsltWord(5, 0, 0, 0, 0xfedc));
     stat.l2PselOverrideTrillEgid = 1;
     stat.l2ExmDoTrillMP = 1;
+    stat.l2ExmDaIsMctid = 1;
+    stat.l2ExmDaFlooded = 1;
     run();
     EXPECT_EQ(stat.l2ExmDoTrillMP, 0u);
+    EXPECT_EQ(stat.l2ExmDaIsMctid, 0u);
+    EXPECT_EQ(stat.l2ExmDaFlooded, 0u);
     EXPECT_EQ(stat.l2PselOverrideTrillEgid, 0u);
 
     putDa(rsltWord(5, 0, 0, 3, 0xfedc));
@@ -877,6 +881,16 @@ TEST_F(L2ExmChassis, TransitUnicastLeavesTheFieldsAlone) {
     EXPECT_FALSE(has(text, "L2_MYDA"));
 }
 
+TEST_F(L2ExmChassis, ForeignAddressesClearTheFields) {
+    stat.l2DaIsChsAddr = stat.l2SaIsChsAddr = 1;
+    stat.l2DaChsRsltIdx = stat.l2SaChsRsltIdx = 77;
+    run();
+    EXPECT_EQ(stat.l2DaIsChsAddr, 0u);
+    EXPECT_EQ(stat.l2DaChsRsltIdx, 0u);
+    EXPECT_EQ(stat.l2SaIsChsAddr, 0u);
+    EXPECT_EQ(stat.l2SaChsRsltIdx, 0u);
+}
+
 TEST_F(L2ExmChassis, TransitMulticastNeedsTheEnable) {
     chassis(7, kDa, 0, 600, 6);
     trill(1, 0);
@@ -976,6 +990,12 @@ TEST_F(L2ExmStp, TrillUnicastAndSkipAlwaysForward) {
     text = run();
     EXPECT_EQ(stat.l2FwdEn, 0u) << "multicast is filtered";
     EXPECT_FALSE(has(text, "ignored"));
+    newFrame();
+    trill(1, 1);
+    stat.l2CtlSkipIvf = 1;
+    text = run();
+    EXPECT_EQ(stat.l2FwdEn, 1u) << "unless it skips the filter";
+    EXPECT_TRUE(has(text, pfx + "fwd_en filtering ignored because l2CtlSkipIvf==1\n"));
 }
 
 // Debug counters.

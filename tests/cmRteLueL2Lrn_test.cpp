@@ -403,6 +403,56 @@ TEST_F(L2LrnPush, Histories) {
     EXPECT_EQ(com.rte_his_l2_da_lrn_inf_3, 0x102bcu);
 }
 
+TEST_F(L2LrnPush, HistoryRangesOfSourceAndDestinationAreTheirOwn) {
+    com.rte_his_en = 1u << kPort;
+    portReg.rte_prc_l2_sa_lrn_lip_en = portReg.rte_prc_l2_da_lrn_lip_en = portReg.rte_prc_l2_da_lrn_en = 1;
+    com.rte_l2_sa_lrn_inf_wr_ptr = com.rte_l2_sa_lrn_inf_rd_ptr = 0xc00;
+    com.rte_lue_l2_sa_lrn_inf_addr_hi = com.rte_lue_l2_sa_lrn_inf_addr_lo = 0xc00;
+    com.rte_lue_l2_sa_lrn_lip_addr_hi = 0x7fff;
+    com.rte_lue_l2_da_lrn_inf_addr_lo = com.rte_lue_l2_da_lrn_lip_addr_lo = 0x7fff;
+    sa();
+    EXPECT_EQ(com.rte_his_l2_sa_lrn_lip_3, 0x10000u | hashOf());
+    EXPECT_EQ(com.rte_his_l2_sa_lrn_inf_3, 0x10c00u) << "all 12 bits count";
+    da();
+    EXPECT_EQ(com.rte_his_l2_da_lrn_lip_3, 0u) << "out of range";
+    EXPECT_EQ(com.rte_his_l2_da_lrn_inf_3, 0u);
+    std::memset(mem.RTE_L2_DA_LIP_SRAM, 0, sizeof mem.RTE_L2_DA_LIP_SRAM);
+    com.rte_lue_l2_sa_lrn_inf_addr_lo = com.rte_lue_l2_sa_lrn_lip_addr_lo = 0x7fff;
+    com.rte_lue_l2_sa_lrn_inf_addr_hi = com.rte_lue_l2_sa_lrn_lip_addr_hi = 0;
+    com.rte_lue_l2_da_lrn_inf_addr_lo = com.rte_lue_l2_da_lrn_inf_addr_hi = 1;
+    com.rte_lue_l2_da_lrn_lip_addr_lo = com.rte_lue_l2_da_lrn_lip_addr_hi = hashOf();
+    da();
+    EXPECT_EQ(com.rte_his_l2_da_lrn_lip_3, 0x10000u | hashOf());
+    EXPECT_EQ(com.rte_his_l2_da_lrn_inf_3, 0x10001u);
+}
+
+TEST_F(L2LrnPush, DestinationFifoHasItsOwnRegisters) {
+    portReg.rte_prc_l2_da_lrn_en = portReg.rte_prc_l2_da_lrn_lip_en = 1;
+    com.rte_l2_sa_lrn_lip_swp_ctl_w0 = com.rte_l2_sa_lrn_lip_swp_ctl_w1 = 0xffffffff;
+    com.rte_l2_da_lrn_lip_swp_ctl_w0 = com.rte_l2_da_lrn_lip_swp_ctl_w1 = 2; // bits 2 and 3 of each word
+    com.rte_l2_sa_lrn_inf_threshold = 0;
+    com.rte_l2_da_lrn_inf_threshold = 2;
+    com.rte_l2_da_lrn_inf_wr_ptr = 0x3ff;
+    com.rte_l2_da_lrn_inf_rd_ptr = 0x3fe;
+    trill(0, 0, 0);
+    stat.l2TrillDa = 0xd004;
+    stat.l2TrillInnerDa = 0x0d0d0d0d0d08;
+    da();
+    EXPECT_EQ(com.rte_l2_da_lrn_inf_wr_ptr, 0u);
+    EXPECT_EQ(com.rte_l2_da_lrn_inf_not_emp, 1u);
+    EXPECT_EQ(com.rte_l2_da_lrn_inf_almost_ful, 0u);
+    EXPECT_EQ(com.rte_l2_sa_lrn_inf_not_emp, 0u);
+    stat.l2LrnInfQw0 ^= 0xc;
+    stat.l2LrnInfQw1 ^= 0xc;
+    EXPECT_EQ(mem.RTE_L2_DA_LIP_SRAM[hashOf() >> 5], 1u << (hashOf() & 31));
+    newFrame();
+    da();
+    EXPECT_EQ(com.rte_l2_da_lrn_inf_almost_ful, 1u);
+    EXPECT_EQ(com.rte_l2_da_lrn_inf_ful, 0u);
+    EXPECT_EQ(com.rte_l2_sa_lrn_inf_almost_ful, 0u);
+    EXPECT_EQ(mem.RTE_L2_SA_LIP_SRAM[hashOf() >> 5], 0u);
+}
+
 TEST_F(L2LrnPush, WritePointerBeyondTheMemoryWritesNothing) {
     com.rte_l2_sa_lrn_inf_wr_ptr = 0xfffffff0;
     sa();

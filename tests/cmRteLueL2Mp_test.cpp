@@ -152,6 +152,18 @@ TEST_F(L2MpChain, SourceLookupRecordsItsOwn) {
     EXPECT_EQ(stat.l2PselLgIdStsEn, 0u);
     EXPECT_EQ(com.rte_his_l2_psel_mpid_3, 0u);
     EXPECT_EQ(com.rte_his_l2_psel_lgid_3, 0u);
+    newFrame();
+    stat.l2PselEgidMgid = kMpid | 0x100;
+    mem.RTE_L2_PSEL_MPID_SRAM[0x800] = kIsMgid | 0x20;
+    run(0);
+    EXPECT_EQ(stat.l2PselSaRsltMpid, 1u);
+    EXPECT_EQ(stat.l2PselSaRsltMpidIsL2Mgid, 1u);
+    newFrame();
+    stat.l2PselEgidMgid = kLgid | 0x20;
+    mem.RTE_L2_PSEL_LGID_SRAM[0x400] = kIsMgid | 0x77;
+    run(0);
+    EXPECT_EQ(stat.l2PselSaRsltLgid, 0x77u);
+    EXPECT_EQ(stat.l2PselSaRsltLgidIsL2Mgid, 1u);
 }
 
 TEST_F(L2MpChain, TrillDestination) {
@@ -197,15 +209,15 @@ TEST_F(L2MpChain, TrillDestination) {
 TEST_F(L2MpChain, TreeNamesTheDestination) {
     stat.l2PselDoTrillMP = stat.l2PselIsMctid = 1;
     stat.l2PselMctId = 0x100;
-    mem.RTE_L2_PSEL_MCTID_SRAM[0x800] = 0x4242;
-    mem.RTE_L2_TRILL_DEST_SRAM[0x4242] = 0x66;
+    mem.RTE_L2_PSEL_MCTID_SRAM[0x800] = 0xc242;
+    mem.RTE_L2_TRILL_DEST_SRAM[0xc242] = 0x66;
     std::string text = run();
-    EXPECT_EQ(stat.l2PselTrillDa, 0x4242u);
+    EXPECT_EQ(stat.l2PselTrillDa, 0xc242u);
     EXPECT_EQ(stat.l2PselEgidMgid, 0x66u);
     EXPECT_EQ(stat.l2PselMctIdStsEn, 1u);
     EXPECT_EQ(stat.l2PselMctIdSts, 0x800u);
     EXPECT_EQ(com.rte_his_l2_psel_mctid_3, 0x10800u);
-    EXPECT_TRUE(has(text, pfx + "[MULTI_PATH] trillDa from MCTID_SRAM: 0x4242\n"));
+    EXPECT_TRUE(has(text, pfx + "[MULTI_PATH] trillDa from MCTID_SRAM: 0xc242\n"));
 
     newFrame();
     com.rte_his_l2_psel_mctid_3 = 0;
@@ -213,7 +225,7 @@ TEST_F(L2MpChain, TreeNamesTheDestination) {
     stat.l2PselMctId = 0x100;
     stat.l2PselEgidMgid = 0x999;
     run(0);
-    EXPECT_EQ(stat.l2PselTrillDa, 0x4242u);
+    EXPECT_EQ(stat.l2PselTrillDa, 0xc242u);
     EXPECT_EQ(stat.l2PselEgidMgid, 0x999u);
     EXPECT_EQ(stat.l2PselMctIdStsEn, 0u);
     EXPECT_EQ(com.rte_his_l2_psel_mctid_3, 0x10800u) << "captured for the source too";
@@ -241,7 +253,11 @@ TEST_F(L2MpSts, Mpid) {
     EXPECT_EQ(mem.RTE_L2_PSEL_STS_MPID_BCNT_SRAM[2 * 13 + 1], 99u);
     EXPECT_EQ(stat.l2psel_mpid_sts_hit, 1u);
     EXPECT_EQ(text, pfx + "L2 MPID stats, mpid=0x1abc, matched grpIdx=1, address=13, byteCnt=0x63\n");
+    mem.RTE_L2_PSEL_STS_MPID_BCNT_SRAM[2 * 255] = 0xffff;
+    mem.RTE_L2_PSEL_STS_MPID_BCNT_SRAM[2 * 255 + 1] = 0xffffff00;
     printed([&] { L2MpidSts(0x1abd << 3 | 7, &stat); });
+    EXPECT_EQ(mem.RTE_L2_PSEL_STS_MPID_BCNT_SRAM[2 * 255], 0xffffu) << "48 bits wide";
+    EXPECT_EQ(mem.RTE_L2_PSEL_STS_MPID_BCNT_SRAM[2 * 255 + 1], 0xffffff64u);
     EXPECT_EQ(mem.RTE_L2_PSEL_STS_MPID_FCNT_SRAM[511], 1u) << "the last row";
     newFrame();
     EXPECT_EQ(printed([&] { L2MpidSts(0x1abe << 3, &stat); }), "");
@@ -354,6 +370,16 @@ TEST_F(L2AclSts, RateZeroNeverSamplesButTheHitMayStand) {
     stat.l2PselStsIdx = 64;
     printed([&] { IncL2AclSts(&stat); });
     EXPECT_EQ(stat.l2AclSflwHit, 0u);
+    // The flag stands at the counter's row, which the bank's number leads, not the id of the index.
+    newFrame();
+    for (uint32_t i = 0; i < 7; i++)
+        regElem(&com, &CmRteHsiComReg::acl_sts_bank6_sel, 2 * i) = 1; // banks 6 to 0
+    mem.RTE_ACL_STS_SFLOW_RA[0x7fff >> 5] = 1;
+    stat.l2PselStsEn = stat.l2PselSflowEn = 1;
+    stat.l2PselStsIdx = 0x0fff;
+    printed([&] { IncL2AclSts(&stat); });
+    EXPECT_EQ(stat.l2PselStsSflowHitIdx, 0x7fffu);
+    EXPECT_EQ(stat.l2AclSflwHit, 1u);
 }
 
 TEST_F(L2AclSts, ProfilesAbove14AreTheLastOne) {

@@ -166,8 +166,19 @@ TEST_F(L2PselKey, EveryFieldStandsAtItsPlace) {
         {[&] { s.l2ExmDaEgidOrig = 0x4000 | kRteRqdEgid; }, Key()},
         {[&] { s.l2ExmDaEgidOrig = 0xc200 | kRteRqdEgid; }, Key()},
         {[&] { s.l2ExmDaEgidOrig = 0x4201 ^ kRteRqdEgid; }, Key()},
+        {[&] { s.l2ExmDaEgidOrig = 0x6200 | kRteRqdEgid; }, Key()},
+        {[&] { s.l2ExmDaEgidOrig = 0x5000 | kRteRqdEgid; }, Key().at(159, 1, 1)}, // whatever the frame's protocol
         {[&] { s.l2ExmDaEgidOrig = 0x4200 | kRteRqdEgid, com.rte_drop_egid = 0x200 | kRteRqdEgid; }, Key()},
-        {[&] { com.rte_drop_egid = 0x1a03, rteEn = 1; }, Key().at(99, 1, 1)},
+        {[&] {
+             s.l2ExmDaEgidOrig = 0x4200 | kRteRqdEgid, com.rte_trap_egid = std::exchange(com.rte_drop_egid, 0x1a03);
+         },
+         Key()},
+        {[&] {
+             s.l2ExmDaEgidOrig = 0x4200 | kRteRqdEgid;
+             com.rte_acl_drop_egid = std::exchange(com.rte_trap_egid, 0x1a02);
+         },
+         Key()},
+        {[&] { com.rte_acl_drop_egid = 0x1a01, rteEn = 1; }, Key().at(99, 1, 1)},
         {[&] { rteEn = 0, s.l2LlcDet = 1; }, Key().at(95, 1, 1)},
         {[&] { s.l2TrillFound = 1; }, Key().at(96, 1, 1)},
         {[&] { s.l2ExmSaHit = 1; }, Key().at(93, 1, 0)},
@@ -245,6 +256,20 @@ TEST_F(L2PselKey, LayerFourPorts) {
         bank12(ACLT_L2_IP, Key().at(80, 8, c.ulp).at(64, 16, c.wantSrc).at(48, 16, c.wantDst).words, {});
         EXPECT_TRUE(has(select(), "L2ACL lookup hit\n")) << "case " << i;
     }
+    // The direction is decided by the classified protocol, ICMP by the header's.
+    for (const auto &[typUlp, ulp, wantSrc, wantDst] :
+         {std::array{6u, 99u, 80u, 1u}, {99u, 6u, 40000u, 80u}, {58u, 6u, 40000u, 80u}, {6u, 58u, 0x8700u, 0u}}) {
+        newFrame();
+        stat.l3IpVer = 6;
+        stat.typL3Ulp = typUlp;
+        stat.l3IpUlp = ulp;
+        stat.l4Src = 40000;
+        stat.l4Dst = 80;
+        stat.l3Ipv6IcmpTyp = 0x8700;
+        portReg.rte_prc_typ_no_dir = 0;
+        bank12(ACLT_L2_IP, Key().at(80, 8, ulp).at(64, 16, wantSrc).at(48, 16, wantDst).words, {});
+        EXPECT_TRUE(has(select(), "L2ACL lookup hit\n")) << typUlp << " " << ulp;
+    }
     newFrame();
     stat.l2FipFound = 1;
     stat.l2FipVer = 0xa;
@@ -317,6 +342,16 @@ TEST_F(L2PselKey, FcoeKeyAndWhenItIsBuilt) {
         EXPECT_EQ(has(text, pfx + line), c.built != 0);
         EXPECT_EQ(has(text, "[FCoE]"), c.built != 0);
     }
+    // A VE-routed frame and nothing else.
+    newFrame();
+    stat.l2FcoeFound = 1;
+    stat.l2FcoeClsRteEn = 0;
+    portReg.rte_prc_l2_fcoe_acl_en = 1;
+    portReg.rte_prc_l2_psel_port = 0;
+    stat.l2ExmDaEgidOrig = 0x4955;
+    Key ve;
+    bank12(ACLT_L2_FCOE, ve.at(93, 1, 0).at(159, 1, 1).words, {});
+    EXPECT_TRUE(has(select(), "L2ACL lookup hit\n"));
 }
 
 TEST_F(L2PselKey, SourceLookupExchangesTheAddresses) {
@@ -337,6 +372,12 @@ TEST_F(L2PselKey, SourceLookupExchangesTheAddresses) {
     const std::string text = select(0);
     EXPECT_TRUE(has(text, "L2ACL lookup hit\n"));
     EXPECT_FALSE(has(text, "[FCoE]"));
+}
+
+TEST_F(L2PselKey, AclIsToldOfTheFrameAndTheSpecialEgids) {
+    tae.dbgLvl = 4;
+    EXPECT_TRUE(has(select(), pfx + "[TAE-L2LU] aclDropEgid=1a01, trapEgid=1a02, dropEgid=1a03\n"));
+    tae.dbgLvl = 0;
 }
 
 // Verdicts.
@@ -431,6 +472,13 @@ TEST_F(L2PselVerdict, ForwardEnable) {
     EXPECT_TRUE(has(fwd(0, 1, 0), pfx + "[L2Psel] l2FwdEn=0, fwdErr=1, fwdTrap=0, fwdDrop=1\n"));
     EXPECT_EQ(out.l2PselRsltTyp, 0u);
     EXPECT_EQ(out.l2PselDropRsn, 32u);
+    acl({{"lgid_egid_mgid", 0x0123}, {"trap_en", 1}, {"trap_que", 5}});
+    EXPECT_TRUE(has(fwd(0, 1, 0), pfx + "L2 trap_en=1. TRAP\n"));
+    EXPECT_EQ(out.l2PselRsltTyp, 1u) << "an enabled trap saves the frame";
+    EXPECT_EQ(out.l2PselTrapQue, 5u);
+    EXPECT_EQ(out.l2PselDropRsn, 0u);
+    EXPECT_EQ(out.l2PselEgidMgid, 0u);
+    acl({{"lgid_egid_mgid", 0x0123}});
     const std::string text = fwd(0, 1, 1);
     EXPECT_TRUE(has(text, pfx + "[L2Psel] l2FwdEn=0, fwdErr=1, fwdTrap=1, fwdDrop=0\n"));
     EXPECT_TRUE(has(text, pfx + "L2 per port/VLAN forwarding enable 0 (ingress filtered).fwdTrap\n" + pfx +
@@ -683,22 +731,23 @@ TEST_F(L2PselTrill, ExactMatchDecides) {
     stat.l2ExmDaMctNpath = 4;
     stat.l2ExmDaOverrideTrillEgid = 1;
     stat.l2ExmDoTrillMP = 1;
+    stat.l2ExmDaIsMctid = 1;
     select();
     EXPECT_EQ(out.l2PselTrillVld, 0u);
     EXPECT_EQ(out.l2PselTrillMc, 0u);
     EXPECT_EQ(out.l2PselTrillDa, 0xcafeu);
-    EXPECT_EQ(out.l2PselIsMctid, 0u);
+    EXPECT_EQ(out.l2PselIsMctid, 1u) << "whatever the validity";
     EXPECT_EQ(out.l2PselMctId, 0x1111u);
     EXPECT_EQ(out.l2PselMctNpath, 4u);
     EXPECT_EQ(out.l2PselOverrideTrillEgid, 1u);
     EXPECT_EQ(out.l2PselDoTrillMP, 1u);
     stat.l2ExmVidTrillMc = 1;
-    stat.l2ExmDaIsMctid = 1;
+    stat.l2ExmDaIsMctid = 0;
     select();
     EXPECT_EQ(out.l2PselTrillVld, 1u);
     EXPECT_EQ(out.l2PselTrillMc, 1u);
     EXPECT_EQ(out.l2PselTrillDa, 0x4321u);
-    EXPECT_EQ(out.l2PselIsMctid, 1u);
+    EXPECT_EQ(out.l2PselIsMctid, 0u);
     stat.l2TrillFound = 1;
     stat.l2TrillDa = 0x7234;
     stat.l2ExmDaTrillCmd = 0;
@@ -807,6 +856,10 @@ TEST_F(L2PselTest, ResultBlockAndFields) {
                               "[L2Psel] result merging done, L2 gid=1abc, L2 is_mgid=0, trapRsn=0, dropRsn=0, "
                               "L2 rslt_typ=3, r_span=1, r_span_que=5\n"))
         << text;
+    acl({{"lgid_egid_mgid", 0x1abc}, {"mctid_trill_da", 0x1234}});
+    run();
+    EXPECT_EQ(stat.l2PselTrillDaPreMP, 0x1234u);
+    EXPECT_EQ(stat.l2PselTrillMcPreMP, 0u);
     stat.dbgLvl = 2;
     EXPECT_FALSE(has(run(), "L2 PSEL result"));
     stat.dbgLvl = 0;

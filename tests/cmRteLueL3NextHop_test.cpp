@@ -470,7 +470,7 @@ protected:
         com.rte_lue_ipv4_mcuid_idx_addr_hi = com.rte_lue_ipv4_mcuid_rslt_addr_hi = 0x3fff;
         com.rte_lue_ipv6_mcuid_idx_addr_hi = com.rte_lue_ipv6_mcuid_rslt_addr_hi = 0xfff;
         com.rte_lue_ipv4_mcuid_bkt_addr_hi = com.rte_lue_ipv6_mcuid_bkt_addr_hi = 0x3ff;
-        stat.iivid = 0x0abc;
+        stat.iivid = 0x1abc;
     }
 
     void ipv4() {
@@ -489,14 +489,14 @@ protected:
     }
     /// Puts the frame's key at entry `n` of the bucket memory.
     void ipv4Bucket(uint32_t n) {
-        const std::vector<uint32_t> key = {0x0abc, 0xe1020304};
+        const std::vector<uint32_t> key = {0x1abc, 0xe1020304};
         std::copy(key.begin(), key.end(), mem.RTE_L3_IPV4_MCUID_BKT_EDRAM + 2 * n);
     }
     void ipv6Bucket(uint32_t n) { std::copy(ipv6Key.begin(), ipv6Key.end(), mem.RTE_L3_IPV6_MCUID_BKT_EDRAM + 8 * n); }
 
     std::string out;
     const std::string start = "CM port=2, frameIdx=9>> START L3_MCUID PROCESSING \n";
-    const std::vector<uint32_t> ipv6Key = {0, 0, 0, 0x0abc, 0xff0e1111, 0x22223333, 0x44445555, 0x66667777};
+    const std::vector<uint32_t> ipv6Key = {0, 0, 0, 0x1abc, 0xff0e1111, 0x22223333, 0x44445555, 0x66667777};
 };
 
 } // namespace
@@ -526,16 +526,16 @@ TEST_F(LueL3Mcuid, WordIsTakenWhole) {
 
 TEST_F(LueL3Mcuid, OverflowTcamGivesTheLastResults) {
     ipv4();
-    tcamExact(mem.RTE_L3_IPV4_MCUID_OVERFLOW_TCAM, 1023, {0x0abc, 0xe1020304});
+    tcamExact(mem.RTE_L3_IPV4_MCUID_OVERFLOW_TCAM, 1023, {0x1abc, 0xe1020304});
     mem.RTE_L3_IPV4_MCUID_RSLT_SRAM[16383] = 0x101;
     EXPECT_EQ(lookUp(), 0x101u);
-    tcamExact(mem.RTE_L3_IPV4_MCUID_OVERFLOW_TCAM, 0, {0x0abc, 0xe1020304});
+    tcamExact(mem.RTE_L3_IPV4_MCUID_OVERFLOW_TCAM, 0, {0x1abc, 0xe1020304});
     mem.RTE_L3_IPV4_MCUID_RSLT_SRAM[16384 - 1024] = 0x102;
     EXPECT_EQ(lookUp(), 0x102u);
-    stat.iivid = 0x0abd;
+    stat.iivid = 0x1abd;
     EXPECT_EQ(lookUp(), 0x777u);
 
-    stat.iivid = 0x0abc;
+    stat.iivid = 0x1abc;
     ipv6();
     tcamExact(mem.RTE_L3_IPV6_MCUID_OVERFLOW_TCAM, 255, ipv6Key);
     mem.RTE_L3_IPV6_MCUID_RSLT_SRAM[4095] = 0x103;
@@ -586,16 +586,16 @@ TEST_F(LueL3Mcuid, BucketHitInTheRangeOfTheTcamCountsOnlyWhenAllowed) {
 }
 
 TEST_F(LueL3Mcuid, HashOfIpv4IsOverSixBytesWithSwappedPairs) {
-    ipv4(); // key 0abc e1020304
+    ipv4(); // key 1abc e1020304
     ipv4Bucket(3 * 16);
     mem.RTE_L3_IPV4_MCUID_RSLT_SRAM[3 * 16] = 0x401;
     struct {
         uint32_t swap;
         uint8_t key[6];
     } const rows[] = {
-        {0, {0x0a, 0xbc, 0xe1, 0x02, 0x03, 0x04}},
-        {1u << 1, {0x0a, 0xbc, 0xe1, 0x02, 0x03, 0x08}},  // bits 2 and 3
-        {1u << 21, {0x06, 0xbc, 0xe1, 0x02, 0x03, 0x04}}, // bits 42 and 43: 10 becomes 01
+        {0, {0x1a, 0xbc, 0xe1, 0x02, 0x03, 0x04}},
+        {1u << 1, {0x1a, 0xbc, 0xe1, 0x02, 0x03, 0x08}},  // bits 2 and 3
+        {1u << 21, {0x16, 0xbc, 0xe1, 0x02, 0x03, 0x04}}, // bits 42 and 43: 10 becomes 01
     };
     for (const auto &row : rows) {
         std::fill(std::begin(mem.RTE_L3_IPV4_MCUID_IDX_SRAM), std::end(mem.RTE_L3_IPV4_MCUID_IDX_SRAM), 1);
@@ -617,11 +617,11 @@ TEST_F(LueL3Mcuid, HashOfIpv6IsOver18BytesWithASwapWordForEachPart) {
         uint32_t w0, w1, w2;
         uint8_t vid, da0Top, da1Low;
     } const rows[] = {
-        {0, 0, 0, 0x0a, 0xff, 0x77},
-        {1u << 5, 0, 0, 0x06, 0xff, 0x77},       // bits 10 and 11 of the VLAN
-        {0, 1u << 27, 0, 0x0a, 0xff, 0x77},      // equal bits stay
-        {0, 0, 1u << 1, 0x0a, 0xff, 0x7b},       // bits 2 and 3 of the address: 01 becomes 10
-        {1u << 5, 0, 1u << 3, 0x06, 0xff, 0xb7}, // bits 6 and 7
+        {0, 0, 0, 0x1a, 0xff, 0x77},
+        {1u << 5, 0, 0, 0x16, 0xff, 0x77},       // bits 10 and 11 of the VLAN
+        {0, 1u << 27, 0, 0x1a, 0xff, 0x77},      // equal bits stay
+        {0, 0, 1u << 1, 0x1a, 0xff, 0x7b},       // bits 2 and 3 of the address: 01 becomes 10
+        {1u << 5, 0, 1u << 3, 0x16, 0xff, 0xb7}, // bits 6 and 7
     };
     for (const auto &row : rows) {
         const uint8_t key[18] = {row.vid, 0xbc, row.da0Top, 0x0e, 0x11, 0x11, 0x22, 0x22, 0x33,
@@ -641,7 +641,7 @@ TEST_F(LueL3Mcuid, HashOfIpv6IsOver18BytesWithASwapWordForEachPart) {
     stat.l3IpDa0 = 0x7f0e111122223333;
     ipv6Bucket(0);
     mem.RTE_L3_IPV6_MCUID_BKT_EDRAM[3 * 32 + 4] = 0x7f0e1111;
-    const uint8_t key[18] = {0x0a, 0xbc, 0xbf, 0x0e, 0x11, 0x11, 0x22, 0x22, 0x33,
+    const uint8_t key[18] = {0x1a, 0xbc, 0xbf, 0x0e, 0x11, 0x11, 0x22, 0x22, 0x33,
                              0x33, 0x44, 0x44, 0x55, 0x55, 0x66, 0x66, 0x77, 0x77};
     std::fill(std::begin(mem.RTE_L3_IPV6_MCUID_IDX_SRAM), std::end(mem.RTE_L3_IPV6_MCUID_IDX_SRAM), 1);
     mem.RTE_L3_IPV6_MCUID_IDX_SRAM[CmEnetCrcCalc(18, key) & 0xfff] = 3;
@@ -653,13 +653,13 @@ TEST_F(LueL3Mcuid, HashOfIpv6IsOver18BytesWithASwapWordForEachPart) {
 TEST_F(LueL3Mcuid, KeysAreRecordedWithTheirValidBitBehindThem) {
     ipv4();
     lookUp();
-    EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_tcam_key_3_w0, 0x10abcu);
+    EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_tcam_key_3_w0, 0x11abcu);
     EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_tcam_key_3_w1, 0xe1020304u);
     EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_rslt_3 & 0x3fff, 0x2345u);
     EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key_3_w0, 0u);
     ipv6();
     lookUp();
-    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key_3_w0, 0x10abcu);
+    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key_3_w0, 0x11abcu);
     EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key_3_w1, 0xff0e1111u);
     EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key_3_w2, 0x22223333u);
     EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key_3_w3, 0x44445555u);

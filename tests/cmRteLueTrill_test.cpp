@@ -153,6 +153,11 @@ TEST_F(LueTrill, RpfHistoryHasARange) {
     stat.l2TrillSa = 2;
     rpf();
     EXPECT_EQ(com.rte_his_trill_rpf_rslt_3, 1u << 24 | 2u << 12 | 1);
+    com.rte_his_trill_rpf_rslt_3 = 0;
+    com.rte_lue_l2_trpf_addr_lo = 0;
+    com.rte_lue_l2_trpf_addr_hi = 2u << 12;
+    rpf();
+    EXPECT_EQ(com.rte_his_trill_rpf_rslt_3, 0u);
 }
 
 TEST_F(LueTrill, GroupsHaveTheirOwn1QMemories) {

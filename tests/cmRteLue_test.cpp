@@ -508,6 +508,21 @@ TEST_F(LueCtrlCls, CondemnedFrameIsNotCaptured) {
     }
 }
 
+TEST_F(LueCtrlCls, IndexHistoryHasARange) {
+    tcamAny(mem.RTE_L2_CONTROL_TCAM, 0x105, 4);
+    struct {
+        uint32_t lo, hi;
+        bool captured;
+    } const rows[] = {{0x105, 0x105, true}, {0x106, 0x3ff, false}, {0, 0x104, false}};
+    for (const auto &row : rows) {
+        com.rte_lue_l2_ctl_rslt_addr_lo = row.lo;
+        com.rte_lue_l2_ctl_rslt_addr_hi = row.hi;
+        com.rte_his_l2_ctl_rslt_3 = 0;
+        ctl();
+        EXPECT_EQ(com.rte_his_l2_ctl_rslt_3, row.captured ? 0x10505u : 0u) << row.lo;
+    }
+}
+
 TEST_F(LueTyp, KeyHasAllFields) {
     portReg.rte_prc_class_lgc_port = 0x15;
     stat.typL3Frag = 1;
@@ -657,6 +672,16 @@ TEST_F(LueTyp, IndexHistoriesHaveRanges) {
     typLu();
     for (uint32_t *his : hisLst)
         EXPECT_EQ(*his, 0x18000u | key);
+    uint32_t *const hiLst[] = {&com.rte_lue_l2_typ_app_addr_hi, &com.rte_lue_l2_typ_vid_addr_hi,
+                               &com.rte_lue_l2_typ_mtu_addr_hi, &com.rte_lue_l2_typ_attrb_addr_hi};
+    for (uint32_t i = 0; i < 4; i++) {
+        *hisLst[i] = 0;
+        *hiLst[i] = key - 1;
+        *loLst[i] = 0;
+    }
+    typLu();
+    for (uint32_t *his : hisLst)
+        EXPECT_EQ(*his, 0u);
 }
 
 TEST_F(LueRteEn, BitOfVlanAndCastByIpVersion) {

@@ -334,6 +334,26 @@ TEST_F(PrcL3Ipv4Test, MulticastNeedsPrefixMacPrefixAndTheLow23BitsToAgree) {
     }
 }
 
+TEST_F(PrcL3Ipv4Test, MulticastFlagIsWrittenWhateverStoodThere) {
+    // An IP unicast to a multicast MAC: with the check on the disagreement clears the flag, else the DA does; so does
+    // the inner header's DA.
+    const auto bytes = plain({.da = 0x0a000001});
+    for (uint32_t ck = 0; ck < 2; ck++) {
+        port.rte_prc_l3_ipv4_ck_da_mcast = ck;
+        place(bytes);
+        stat.l2Da = 0x01005e000001;
+        stat.l3IpDaIsMcast = 1;
+        parse();
+        expectVerdict(0, 0, ck ? 15 : 0);
+        EXPECT_EQ(stat.l3IpDaIsMcast, 0u);
+    }
+    place(bytes);
+    stat.l3IpDaIsMcast = 1;
+    uint32_t cksumErr = 0;
+    PrcL3Ipv4(&stat, 1, cksumErr);
+    EXPECT_EQ(stat.l3IpDaIsMcast, 0u);
+}
+
 TEST_F(PrcL3Ipv4Test, MulticastLineStandsEvenWhenAnEarlierReasonBlocksTheError) {
     port.rte_prc_l3_ipv4_ck_da_mcast = 1;
     port.rte_prc_l3_ipv4_trap_da_mcast_err = 1;

@@ -278,6 +278,25 @@ TEST_F(PrcL3Ipv6Test, MulticastNeedsPrefixMacPrefixAndTheLow32BitsToAgree) {
     EXPECT_EQ(parseLines(1), "");
 }
 
+TEST_F(PrcL3Ipv6Test, MulticastFlagIsWrittenWhateverStoodThere) {
+    // An IP unicast to a multicast MAC: with the check on the disagreement clears the flag, else the DA does; so does
+    // the inner header's DA.
+    const auto bytes = plain({.daHi = 0x2001000000000000});
+    for (uint32_t ck = 0; ck < 2; ck++) {
+        port.rte_prc_l3_ipv6_ck_da_mcast = ck;
+        place(bytes);
+        stat.l2Da = 0x333300000002;
+        stat.l3IpDaIsMcast = 1;
+        parse();
+        expectVerdict(0, 0, ck ? 15 : 0);
+        EXPECT_EQ(stat.l3IpDaIsMcast, 0u);
+    }
+    place(bytes);
+    stat.l3IpDaIsMcast = 1;
+    PrcL3Ipv6(&stat, 1, 0);
+    EXPECT_EQ(stat.l3IpDaIsMcast, 0u);
+}
+
 TEST_F(PrcL3Ipv6Test, TtlAppliesToWhatDoesNotCountAsMulticast) {
     port.rte_prc_l3_ipv6_ck_ttl = 1;
     for (uint32_t hopLimit = 0; hopLimit < 3; hopLimit++) {

@@ -184,6 +184,18 @@ TEST_F(CmRtePrcTest, Ipv4Layer4) {
     EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_TCP] + stat.flexKeyDetected[FLEX_KEY_UDP], 0u);
 }
 
+TEST_F(CmRtePrcTest, TheIpHeaderBehindLayer2IsAnOuterOne) {
+    run(ipv4(kTcp));
+    EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_OUTER_IPV4], 1u);
+    EXPECT_EQ(stat.flexKeyOffset[FLEX_KEY_OUTER_IPV4], 12u);
+    EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_INNER_IPV4], 0u);
+    EXPECT_EQ(stat.l3IpOuterIhl, 5u);
+    run(ipv6(kTcp));
+    EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_OUTER_IPV6], 1u);
+    EXPECT_EQ(stat.flexKeyOffset[FLEX_KEY_OUTER_IPV6], 12u);
+    EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_INNER_IPV6], 0u);
+}
+
 TEST_F(CmRtePrcTest, Ipv4IcmpIsDetectedAsOtherOnlyInALaterFragment) {
     run(ipv4(kIcmp4));
     EXPECT_EQ(nonTcpUdp(), 0u);

@@ -714,11 +714,13 @@ TEST_F(TaeL2, IgnFcoeHidesFcoeBanksOnBothSides) {
     EXPECT_EQ(got("span_en"), 1u);
     EXPECT_EQ(got("pol_en"), 0u);
     EXPECT_EQ(got("acl_log"), 0u);
+    EXPECT_EQ(got("ign_fcoe"), 1u); // the result says so
     EXPECT_EQ(text, "CM port=3, frameIdx=7>> TAE-L2LU>> bank 2 ignored because ign_fcoe=1\n"
                     "CM port=3, frameIdx=7>> TAE-L2LU>> bank 6 ignored because ign_fcoe=1\n");
     result(4, 5, {{"span_en", 1}});
     EXPECT_EQ(printed([&] { EXPECT_TRUE(lookup()); }), "");
     EXPECT_EQ(got("pol_id"), 2u);
+    EXPECT_EQ(got("ign_fcoe"), 0u);
 }
 
 TEST_F(TaeL2, AnFcoeBankMayHideItself) {

@@ -203,6 +203,19 @@ TEST_F(TaeL3DeathTest, GroupAbove29OfAnEvenBankThatIsOffAborts) {
     EXPECT_EXIT(lookup(), testing::KilledBySignal(SIGABRT), "logicalGrpId < 30");
 }
 
+TEST_F(TaeL3DeathTest, GroupAbove29OfAnOddIpv6BankDoesNotCount) {
+    frameIs(kIpv6Sel);
+    enable(4, ACLT_L3_IPV6, 3);
+    enable(5, ACLT_L3_IPV6, 31);
+    tcamEntry(4, 1, fixedKey);
+    tcamEntry(5, 1, fixedKey + 8);
+    result(4, 1, {{"span_en", 1}, {"span_id", 5}});
+    expectRslt({{"span_en", 1}, {"span_id", 5}});
+    setReg("TAE_BANK_PRTCL_SEL_0_REG", 0); // it counts again for a bank of another type
+    configure(5, ACLT_L3_IP_FLEX0, 31);
+    EXPECT_EXIT(lookup(), testing::KilledBySignal(SIGABRT), "logicalGrpId < 30");
+}
+
 // IPv6 pairs.
 
 TEST_F(TaeL3, Ipv6HitsWhereBothBanksOfAPairHitTheSameIndex) {

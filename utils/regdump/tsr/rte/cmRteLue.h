@@ -70,7 +70,7 @@ void L2MpidSts(uint32_t mp_addr, CmRteStat *statPtr);
 void MctMpSts(uint32_t mct_addr, CmRteStat *statPtr);
 /// Banks of the ACL counters, which the two layers share.
 inline constexpr uint32_t kAclStsBnks = 8;
-/// First bank of layer 2 (`owner` 0) or 3 (1) that counts the index part `id`; kAclStsBnks when none does.
+/// First bank of layer 2 (`owner` 0) or 3 (1) whose id is `id`; kAclStsBnks when none does.
 uint32_t aclStsBank(const CmRteHsiComReg *comRegPtr, uint32_t owner, uint32_t id);
 void IncL2AclSts(CmRteStat *statPtr);
 /// Takes back a forward whose final egid leads nowhere.

@@ -7,6 +7,8 @@
 #include "cmUtl.h"
 #include "tbMsg.h"
 
+#include <array>
+
 namespace {
 
 constexpr uint32_t kIpv6HdrLen = 40;
@@ -21,7 +23,7 @@ uint32_t detIpv6EofErr;
 uint32_t detIpv6MlenErr;
 
 // The words under the PIM checksum: SA, DA, length, protocol, PIM register header.
-uint32_t pimDwHdr[12];
+std::array<uint32_t, 12> pimDwHdr;
 
 /// True when `exp` bytes from the frame's start can be read; otherwise the error is recorded.
 bool lenOk(CmRteStat *statPtr, uint32_t exp) {
@@ -165,7 +167,7 @@ bool walkExtHdrs(CmRteStat *statPtr, uint32_t isPimInner) {
 
 /// The PIM register checksum, which IPv6 takes over a pseudo-header too.
 bool pimCksumBad(const CmRteStat *statPtr) {
-    const uint32_t words[] = {
+    pimDwHdr = {
         static_cast<uint32_t>(statPtr->l3IpSa0 >> 32),
         static_cast<uint32_t>(statPtr->l3IpSa0),
         static_cast<uint32_t>(statPtr->l3IpSa1 >> 32),
@@ -179,12 +181,9 @@ bool pimCksumBad(const CmRteStat *statPtr) {
         prcDword(statPtr, statPtr->l4Offset),
         prcDword(statPtr, statPtr->l4Offset + 4),
     };
-    static_assert(wordCnt(words) == wordCnt(pimDwHdr));
     uint32_t sum = 0;
-    for (uint32_t i = 0; i < wordCnt(pimDwHdr); i++) {
-        pimDwHdr[i] = words[i];
-        sum += (pimDwHdr[i] >> 16) + (pimDwHdr[i] & 0xffff);
-    }
+    for (uint32_t word : pimDwHdr)
+        sum += (word >> 16) + (word & 0xffff);
     return prcCksumBad(sum);
 }
 

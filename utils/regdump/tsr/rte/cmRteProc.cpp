@@ -77,9 +77,11 @@ int CmRteProc(uint32_t port, CmRte *cmRtePtr, CmRteMacInf *macInfPtr, uint32_t f
         statPtr->list_RTE_MYDA_RANGE_HI_REG = RTE_L2_CHS_MAC_HI;
         statPtr->list_RTE_MYDA_RANGE_LO_REG = RTE_L2_CHS_MAC_LO;
 
-        // The frame's last byte is the MAC's status; the parser finds zeroes from there on.
-        statPtr->macStat = frm[frmLen - 1];
-        std::memset(frm + frmLen - 1, 0, 32);
+        // The frame's last byte is the MAC's status; the parser finds zeroes from there on. A frame of no bytes, which
+        // only a file can hold, has no status.
+        uint8_t *lastByte = frmLen > 0 ? frm + frmLen - 1 : frm;
+        statPtr->macStat = frmLen > 0 ? *lastByte : 0;
+        std::memset(lastByte, 0, 32);
 
         CmRtePrc(statPtr);
         CmRteLue(statPtr);

@@ -184,10 +184,8 @@ int32_t CmTaeLkup::lookupL3Acl(tL3AclInterface &intf, L3PselRslt *out) {
         if (!bankEnabled(bank))
             continue;
         const enumBankType type = typeByBank[bank];
-        uint32_t logicalGrpId = getLogicalGroupId(bank);
+        const uint32_t logicalGrpId = groupByBank[bank]; // of an odd IPv6 bank its own group does not count
         CM_ASSERT(logicalGrpId < 30);
-        logicalGrpId = groupByBank[bank];
-        CM_ASSERT(logicalGrpId < 30); // the even bank of a pair may be off
 
         const uint32_t *key = nullptr; // null: the bank is not searched
         switch (type) {
