@@ -325,7 +325,22 @@ TEST(FindField, ByChipAddressAndName) {
     EXPECT_EQ(field->lo, 0);
 }
 
+TEST(FindField, FirstAndLastRegisters) {
+    EXPECT_NE(hsiFindField(0x50000, "rte_l2_dix_typ_min"), nullptr);
+    EXPECT_NE(hsiFindField(0x53014, "rte_dma_stat_1"), nullptr);
+    EXPECT_NE(hsiFindField(0x402000, "rte_prc_l2_lu_en"), nullptr);
+    EXPECT_NE(hsiFindField(0x4b20e4, "rte_roc_debug_status_1"), nullptr);
+    EXPECT_NE(hsiFindField(0xa0000, "tfe_tcam_bgrd_hw_init"), nullptr);
+    EXPECT_NE(hsiFindField(0xa021c, "tfe_actv_fcoe_srch_err_addr_reg"), nullptr);
+}
+
 TEST(FindField, OtherRegistersAndNamesAreUnknown) {
+    EXPECT_EQ(hsiFindField(0, "rte_prc_l2_lu_en"), nullptr);
+    EXPECT_EQ(hsiFindField(0x50000, ""), nullptr);
+    EXPECT_EQ(hsiFindField(0x50001, "rte_l2_ieee_len_max"), nullptr);
+    EXPECT_EQ(hsiFindField(0x400000, "rte_prc_l2_lu_en"), nullptr);
+    EXPECT_EQ(hsiFindField(0x4c2000, "rte_prc_l2_lu_en"), nullptr) << "behind the last port";
+    EXPECT_EQ(hsiFindField(0x602000, "rte_prc_l2_lu_en"), nullptr);
     EXPECT_EQ(hsiFindField(0x50000, "rte_l2_ipv4_etyp"), nullptr) << "a field of the next register";
     EXPECT_EQ(hsiFindField(0x50000, "rte_l2_ieee_len"), nullptr);
     EXPECT_EQ(hsiFindField(0x503bc, "rte_l2_ieee_len_max"), nullptr);

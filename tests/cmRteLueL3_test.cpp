@@ -342,6 +342,25 @@ TEST_F(LueL3, SearchesAreSilentInAQuietRun) {
     EXPECT_EQ(run(L3Ipv6), "");
 }
 
+TEST_F(LueL3, DecisionsAreTracedAboveLevel1) {
+    using Stage = void (*)(CmRteStat *);
+    tcamOff(mem.RTE_L3_CONTROL_TCAM, 32);
+    for (Stage stage : {Stage(L3Ipv4), Stage(L3Ipv6), Stage(L3Flt), Stage(L3CtrlCls)}) {
+        for (uint32_t en = 0; en < 2; en++) {
+            resetStat(2);
+            ready();
+            stat.l3IpVer = 4;
+            port2.rte_prc_l3_ipv4_en = port2.rte_prc_l3_ipv6_en = en;
+            const CmRteStat start = stat;
+            stat.dbgLvl = 1;
+            EXPECT_EQ(run(stage), "");
+            stat = start;
+            stat.dbgLvl = 2;
+            EXPECT_EQ(run(stage).substr(0, prefix.size()), prefix);
+        }
+    }
+}
+
 // Routing filter.
 
 TEST_F(LueL3, FilterChecksEachVersionByItsOwnRegisters) {

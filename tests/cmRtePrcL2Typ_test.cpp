@@ -208,7 +208,158 @@ TEST_F(PrcL2TypTest, NoMansLandErrorClearsTheTypeOfATagThatDoesNotCount) {
     EXPECT_EQ(stat.ctag, 5u);
 }
 
+// --- what a cut frame leaves ---
+
+/// A TRILL frame without its inner type word: the TRILL header begins at 14, the inner addresses at 20, the inner tags
+/// at 32.
+Frame trill() {
+    return eth().etyp(kTrillEtyp).trill(0x111, 0x222, 9).mac(kDa, kSa);
+}
+
+TEST_F(PrcL2TypTest, AddressesAndNicknamesAreReadBeforeTheirEndTests) {
+    const auto bytes = padded(eth().etyp(kIpv4Etyp));
+    parse(bytes, 8);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2OuterDa, kDa);
+    EXPECT_EQ(stat.l2OuterSa, 0u);
+    EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_OUTER_MAC], 1u);
+    parse(bytes, 12);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2OuterSa, kSa);
+    // Nicknames: 14 + 7 rounds to 20. The inner DA at 20: 20 + 9 rounds to 28.
+    trillPort();
+    const auto inner = padded(trill().etyp(kIpv4Etyp));
+    parse(inner, 20);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2TrillDa, 0x111u);
+    EXPECT_EQ(stat.l2TrillSa, 0x222u);
+    EXPECT_EQ(stat.l2HdrLenAdj, 0u);
+    parse(inner, 28);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2TrillInnerDa, kDa);
+    EXPECT_EQ(stat.l2TrillInnerSa, 0u);
+    EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_INNER_MAC], 1u);
+    EXPECT_EQ(stat.l2HdrLenAdj, 20u);
+}
+
+TEST_F(PrcL2TypTest, TypeWordIsClassifiedBeforeItsEndTest) {
+    // Behind a CN tag the word stands at 16: 16 + 5 rounds to 20.
+    parse(padded(eth().etyp(kCnEtyp).num(1, 2).etyp(kIpv4Etyp)), 20);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2Etyp, kIpv4Etyp);
+    // The inner one behind a CN tag at 36: 36 + 5 rounds to 40.
+    trillPort();
+    parse(padded(trill().etyp(kCnEtyp).num(1, 2).etyp(kIpv4Etyp)), 40);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2Etyp, kIpv4Etyp);
+}
+
+// A word is classified where it stands first, once more behind a tag, and as the final type.
+TEST_F(PrcL2TypTest, HowOftenWordsAreClassified) {
+    const auto clsCnt = [&](const std::vector<uint8_t> &bytes) {
+        begin(bytes);
+        stat.dbgLvl = 4;
+        const std::string out = printed([&] { PrcL2(&stat); });
+        int cnt = 0;
+        for (size_t at = 0; (at = out.find(">> ClsEtyp ", at)) != std::string::npos; at++)
+            cnt++;
+        return cnt;
+    };
+    EXPECT_EQ(clsCnt(padded(eth().etyp(kIpv4Etyp))), 2);
+    EXPECT_EQ(clsCnt(padded(eth().tag(kCtagEtyp, 5).etyp(kIpv4Etyp))), 3);
+    EXPECT_EQ(clsCnt(padded(eth().etyp(kCnEtyp).num(1, 2).etyp(kIpv4Etyp))), 2);
+    trillPort();
+    EXPECT_EQ(clsCnt(padded(trill().etyp(kIpv4Etyp))), 4);
+    EXPECT_EQ(clsCnt(padded(trill().tag(kCtagEtyp, 5).etyp(kIpv4Etyp))), 5);
+    EXPECT_EQ(clsCnt(padded(trill().etyp(kCnEtyp).num(1, 2).etyp(kIpv4Etyp))), 4);
+    sPort();
+    EXPECT_EQ(clsCnt(padded(trill().tag(kStagEtyp, 5).etyp(kIpv4Etyp))), 4);
+}
+
+TEST_F(PrcL2TypTest, WordBehindTheSTagIsClassifiedBeforeItsEndTestOutsideAndBehindItInside) {
+    sPort();
+    parse(padded(eth().tag(kStagEtyp, 5).etyp(kIpv4Etyp)), 20);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2Etyp, kIpv4Etyp);
+    trillPort();
+    parse(padded(trill().tag(kStagEtyp, 5).etyp(kIpv4Etyp)), 40);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.isSTagged, 1u);
+    EXPECT_EQ(stat.l2Etyp, 0u);
+}
+
+TEST_F(PrcL2TypTest, InnerCTagClearsTheTypeOnlyWhereItCounts) {
+    trillPort();
+    const auto bytes = padded(trill().tag(kCtagEtyp, 5).etyp(48));
+    parse(bytes, 40);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2Etyp, 0u);
+    sPort();
+    parse(bytes, 40);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+    EXPECT_EQ(stat.l2Etyp, kCtagEtyp);
+}
+
+TEST_F(PrcL2TypTest, OuterHeaderOfATrillPortLeavesTheCfiOfTheInnerTagAlone) {
+    trillPort();
+    port.rte_prc_def_inner_vlan_cfi = 1;
+    port.rte_prc_l2_trill_ck_outer_sa = 1;
+    parse(padded(trill().etyp(kIpv4Etyp)));
+    EXPECT_EQ(verdict(), dropOf(DRP_TRILL_MAC_EXP));
+    EXPECT_EQ(stat.ctagCfi, 0u);
+    port.rte_prc_l2_trill_ck_outer_sa = 0;
+    parse(padded(trill().etyp(kIpv4Etyp)));
+    EXPECT_EQ(stat.ctagCfi, 1u);
+}
+
 // --- LLC and SNAP ---
+
+TEST_F(PrcL2TypTest, WordThatIsBothTypeAndLengthIsTreatedAsLength) {
+    com.rte_l2_dix_typ_min = 0x100;
+    parse(padded(eth().etyp(0x300).hex("4242030000")));
+    EXPECT_EQ(verdict(), kNoVerdict);
+    EXPECT_EQ(stat.l2LlcDet, 1u);
+    EXPECT_EQ(stat.l2Etyp, 0u);
+    com.rte_l2_ieee_len_max = 0x2ff;
+    parse(padded(eth().etyp(0x300).hex("4242030000")));
+    EXPECT_EQ(stat.l2LlcDet, 0u);
+    EXPECT_EQ(stat.l2Etyp, 0x300u);
+}
+
+TEST_F(PrcL2TypTest, LlcFrameEndGoesByThePlainRegisterAtATrillPortToo) {
+    trillPort();
+    struct {
+        std::vector<uint8_t> bytes;
+        uint32_t from, to; // lengths that end in the LLC header
+    } const cuts[] = {
+        // The type word at 32: + 5 rounds to 36. LLC at 34: + 8 rounds to 40; SNAP: + 7 and + 9 to 40, + 11 to 44.
+        {padded(trill().etyp(48).hex("4242030000")), 37, 40},
+        {padded(trill().etyp(48).hex("aaaa03000000").etyp(kIpv4Etyp)), 37, 44},
+        // Behind a CN tag the type word at 36: + 5 rounds to 40. LLC at 38: + 8 rounds to 44.
+        {padded(trill().etyp(kCnEtyp).num(1, 2).etyp(48).hex("4242030000")), 41, 44},
+    };
+    for (const auto &cut : cuts)
+        for (uint32_t trap : {0u, 1u}) {
+            port.rte_prc_l2_trap_eof_err = trap;
+            port.rte_prc_l2_trill_trap_eof_err = !trap;
+            for (uint32_t len = cut.from; len <= cut.to; len++) {
+                parse(cut.bytes, len);
+                EXPECT_EQ(stat.flexKeyDetected[FLEX_KEY_LLC], 1u) << len;
+                EXPECT_EQ(verdict(), trap ? kHdrVioTrap : dropOf(DRP_EOF)) << len;
+            }
+            parse(cut.bytes, cut.to + 1);
+            EXPECT_EQ(verdict(), kNoVerdict);
+        }
+    // The very first end test: 19 + 5 rounds to 24.
+    port.rte_prc_l2_trap_eof_err = 0;
+    port.rte_prc_l2_trill_trap_eof_err = 1;
+    begin(Frame().fill(24).bytes);
+    stat.isTrillPort = 1;
+    uint32_t typLen = 48;
+    uint32_t offset = 19;
+    EXPECT_EQ(PrcL2Len(&stat, typLen, offset), 0u);
+    EXPECT_EQ(verdict(), dropOf(DRP_EOF));
+}
 
 TEST_F(PrcL2TypTest, SnapEthertype) {
     const auto bytes = padded(eth().etyp(48).hex("aaaa03000000").etyp(kIpv4Etyp));

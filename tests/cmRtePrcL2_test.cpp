@@ -51,6 +51,21 @@ TEST_F(PrcL2Test, EntryResetsWhatAnEarlierParseLeft) {
     EXPECT_EQ(stat.l2CtlVlanOverride + stat.l2CtlSkipIvf + stat.xsvid + stat.xcvid, 0u);
 }
 
+TEST_F(PrcL2Test, UntaggedAndControlFramesSetTheirTagFieldsAnew) {
+    begin(padded(eth().etyp(0x9999)));
+    stat.ctag = 5;
+    stat.isCTagged = stat.ctagNz = stat.isCnTagged = stat.l2OuterVlanTagged = stat.l2OuterDaIsCtl = 1;
+    PrcL2(&stat);
+    EXPECT_EQ(stat.isCTagged + stat.ctagNz + stat.isCnTagged + stat.l2OuterVlanTagged + stat.l2OuterDaIsCtl, 0u);
+    trillPort();
+    port.rte_prc_l2_trill_da_ctl_vld_0 = 1 << 7;
+    begin(padded(eth(7, kSa).etyp(0x9999)));
+    stat.l2Etyp = stat.l2OuterRcvCfi = stat.ctagCfi = 1;
+    PrcL2(&stat);
+    EXPECT_EQ(stat.l2OuterDaIsCtl, 1u);
+    EXPECT_EQ(stat.l2Etyp + stat.l2OuterRcvCfi + stat.ctagCfi, 0u);
+}
+
 TEST_F(PrcL2Test, UntaggedIpv4) {
     port.rte_prc_def_inner_vlan_id = 0x1123;
     port.rte_prc_def_inner_vlan_prio = 5;

@@ -309,32 +309,6 @@ TEST(RegencRanges, BadRangesAreRefused) {
 
 // ------------------------------------------------------------------------------------------------------------ fields
 
-TEST(RegencFields, BitsOfCommonPortAndLpmRegisters) {
-    unsigned hi = 0;
-    unsigned lo = 0;
-    ASSERT_TRUE(regencFindField(0x50000, "rte_l2_dix_typ_min", hi, lo));
-    EXPECT_EQ(hi, 26u);
-    EXPECT_EQ(lo, 16u);
-    ASSERT_TRUE(regencFindField(0x402000, "rte_prc_l2_lu_en", hi, lo));
-    EXPECT_EQ(hi, 11u);
-    EXPECT_EQ(lo, 11u);
-    ASSERT_TRUE(regencFindField(0x4b2000, "rte_prc_l2_lu_en", hi, lo));
-    ASSERT_TRUE(regencFindField(0xa0030, "bank_prtcl_sel", hi, lo));
-    EXPECT_EQ(hi, 25u);
-    EXPECT_EQ(lo, 0u);
-    // The last register of each list.
-    EXPECT_TRUE(regencFindField(0x53014, "rte_dma_stat_1", hi, lo));
-    EXPECT_TRUE(regencFindField(0x4020e4, "rte_roc_debug_status_1", hi, lo));
-    EXPECT_TRUE(regencFindField(0xa011c, "hist_fcoe_idx_rng_lo", hi, lo));
-
-    EXPECT_FALSE(regencFindField(0x50000, "rte_l2_ipv4_etyp", hi, lo));
-    EXPECT_FALSE(regencFindField(0x50000, "", hi, lo));
-    EXPECT_FALSE(regencFindField(0x50001, "rte_l2_dix_typ_min", hi, lo));
-    EXPECT_FALSE(regencFindField(0x4c2000, "rte_prc_l2_lu_en", hi, lo));
-    EXPECT_FALSE(regencFindField(0x400000, "rte_prc_l2_lu_en", hi, lo));
-    EXPECT_FALSE(regencFindField(0, "rte_prc_l2_lu_en", hi, lo));
-}
-
 TEST(RegencFields, SetTheirBitsAndLeaveTheOthers) {
     RegencDump dump;
     ASSERT_EQ(

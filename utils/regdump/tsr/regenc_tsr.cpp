@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "cmRteHsiReg.h"
 #include "regdump_util.h"
 #include "regenc_tsr_text.h"
 
@@ -279,17 +280,18 @@ bool RegencAssembler::setWords(const RegencWords &words, uint32_t value) {
 
 bool RegencAssembler::setFields(const RegencWords &words, std::string_view name, uint32_t value, std::string &error) {
     return forEachWord(words, [&](uint32_t chipOff, uint32_t dumpOff) {
-        unsigned hi = 0;
-        unsigned lo = 0;
-        if (!regencFindField(chipOff, words.field, hi, lo)) {
+        const HsiFieldDef *field = hsiFindField(chipOff, words.field);
+        if (field == nullptr) {
             error =
                 regencText("unknown name '", name, "': the register at ", hex(chipOff), " has no field ", words.field);
             return false;
         }
-        const uint32_t mask = UINT32_MAX >> (31 - (hi - lo));
+        const unsigned lo = field->lo;
+        const unsigned width = field->hi - lo + 1;
+        const uint32_t mask = UINT32_MAX >> (32 - width);
         if (value > mask) {
-            error = regencText("value ", hex(value), " does not fit the ", std::to_string(hi - lo + 1), " bits of '",
-                               name, "'");
+            error =
+                regencText("value ", hex(value), " does not fit the ", std::to_string(width), " bits of '", name, "'");
             return false;
         }
         const uint32_t before = dump_.word(dumpOff);

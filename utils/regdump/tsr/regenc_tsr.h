@@ -91,10 +91,6 @@ private:
     Table *top_;
 };
 
-/// Finds the bits of the register field `field` of the register at the chip byte offset `chipOffset`: `hi` down to
-/// `lo`. Returns false when that register has no such field, or is none whose fields are known.
-bool regencFindField(uint32_t chipOffset, std::string_view field, unsigned &hi, unsigned &lo);
-
 /// Assembles a dump from text. One line sets one thing:
 ///
 ///     0x00001008:  0x0000002a  ftc_cntl          as the listing prints it

@@ -105,6 +105,7 @@ constexpr HsiFieldDef fields[] = {
 
 constexpr uint32_t kComRegHighest = 12308;
 constexpr uint32_t kPortRegHighest = 228;
+constexpr uint32_t kPortCnt = 12;
 
 constexpr auto comRegs = withFields(comRegList);
 constexpr auto portRegs = withFields(portRegList);
@@ -243,7 +244,7 @@ const HsiFieldDef *hsiFindField(uint32_t chipOffset, std::string_view field) {
         family = &comFamily;
     else if (chipOffset >> 15 == 0xa0000 >> 15)
         family = &tfeFamily;
-    else if (chipOffset >> 22 == 1 && bits(chipOffset, 21, 21) == 0 && bits(chipOffset, 15, 12) == 2)
+    else if (chipOffset >> 22 == 1 && bits(chipOffset, 21, 16) < kPortCnt && bits(chipOffset, 15, 12) == 2)
         family = &portFamily;
     else
         return nullptr;

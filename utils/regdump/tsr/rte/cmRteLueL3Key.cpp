@@ -48,7 +48,7 @@ uint32_t isFragment(const CmRteStat *statPtr) {
     return statPtr->l3Ipv4FrgOffset != 0 || statPtr->l3Ipv4MorFrg == 1;
 }
 
-/// Fields of the six flex words of profile `profile`.
+/// The six words of the flex key of profile `profile`.
 const uint32_t *flexKey(const CmRteStat *statPtr, uint32_t profile) {
     switch (profile & 3) {
     case 0:
