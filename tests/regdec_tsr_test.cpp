@@ -1,5 +1,6 @@
 #include "regdec_tsr.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
+#include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
 
@@ -45,8 +47,15 @@ const std::string USAGE_TEXT = std::string("Usage: ") + REGDEC_TSR_PROGRAM +
 
 const char *const TOO_LONG_TEXT = "Packet too long.Maximum frame length is 500 bytes.\n";
 
-/// What a route command ends with once all its words are accepted.
-const char *const ROUTE_TEXT = "Routing a frame is not available in this build\n";
+/// The verdict on any frame at a front port of a chip whose registers are all 0: no port looks its frames up.
+const char *const DROP_TEXT = "Pkt dropped by RTE, reason code: 1\n"
+                              "\tDRP_NOT_EN: dropped due to lookup not enabled\n";
+
+/// What a verbose run says before the model runs, for a frame of the byte 0.
+const char *const VERBOSE_TEXT = " Length: 1\n00\n\n"
+                                 "Read packet done...\n"
+                                 "Initializing RTE memory...\n"
+                                 "Processing ingress packet, without shim...\n";
 
 /// A dump file that is gone at the end of the test: a header, and an image of zeroes.
 class DumpFile {
@@ -112,6 +121,15 @@ protected:
 
     DumpFile dump_{TSR_HDR};
 };
+
+/// Expects the verbose run of a frame of the byte 0 at port 0, which ends in the same verdict as the quiet one.
+void expectVerboseDrop(const RunResult &result) {
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out.substr(0, std::strlen(VERBOSE_TEXT)), VERBOSE_TEXT);
+    EXPECT_NE(result.out.find("CM port=0, frameIdx=0>> PRC L2 Lookup Not Enabled. DROP\n"), std::string::npos);
+    EXPECT_EQ(result.out.substr(result.out.size() - std::min(result.out.size(), std::strlen(DROP_TEXT))), DROP_TEXT);
+    EXPECT_EQ(result.err, "");
+}
 
 /// The lines that a listing of `image` must have, worked out from the rows alone: each word's place in the image
 /// follows from the order of the rows.
@@ -313,7 +331,7 @@ TEST(RegdecFile, HeaderVersionCountsOnlyWhereTheHeaderIsPrinted) {
     const char *const message = "Dump header ver (2) not current (1)\n";
     expectRun(run({dump.name()}), 255, "", message);
     expectRun(run({dump.name(), "route", "port", "0", "frame"}), 255, "", message);
-    expectRun(run({dump.name(), "route", "port", "0", "frame", "00"}), 255, "", ROUTE_TEXT);
+    expectRun(run({dump.name(), "route", "port", "0", "frame", "00"}), 0, DROP_TEXT, "");
 }
 
 TEST(RegdecFile, WrongChipIsReportedBeforeTheHeaderVersion) {
@@ -359,15 +377,23 @@ TEST(RegdecFile, NoMemoryForTheImage) {
 }
 
 TEST(RegdecFile, NoMemoryForTheHeader) {
-    // Between the memory that the program needs to start and the memory that it needs to work lies a narrow range.
+    // The whole run, in a process that has no memory left: its limit is met and every free block is taken.
     DumpFile dump(TSR_HDR, 0);
-    RunOptions options;
-    bool found = false;
-    for (options.data_limit = 64 * 1024; options.data_limit < 2048 * 1024 && !found; options.data_limit += 4096) {
-        const RunResult result = run({dump.name()}, options);
-        found = result.err == "Cannot allocate buffer\n" && result.status == 255 && result.out.empty();
-    }
-    EXPECT_TRUE(found);
+    std::string name = dump.name();
+    char program[] = "regdec_tsr";
+    char *argv[] = {program, name.data(), nullptr};
+    const auto runWithoutMemory = [&] {
+        const rlimit none = {0, 0};
+        setrlimit(RLIMIT_DATA, &none);
+        for (size_t size = 1 << 20; size >= 8; size /= 2) {
+            void *volatile block; // volatile, so that the compiler cannot leave the allocations out
+            do
+                block = std::malloc(size);
+            while (block != nullptr);
+        }
+        _exit(regdec_tsr_main(2, argv));
+    };
+    EXPECT_EXIT(runWithoutMemory(), testing::ExitedWithCode(255), "^Cannot allocate buffer\n$");
 }
 #endif
 
@@ -475,30 +501,72 @@ TEST(RegdecArguments, ThreeToSixAreRefusedBehindTheHeader) {
 }
 
 TEST_F(RegdecRoute, RouteMustBeTheWholeWord) {
-    expectRun(route({"route", "port", "0", "frame", "00"}), 255, "", ROUTE_TEXT);
+    expectRun(route({"route", "port", "0", "frame", "00"}), 0, DROP_TEXT, "");
     for (const char *word : {"", "r", "rout", "routes", "Route", "xroute"})
         expectRun(route({word, "port", "0", "frame", "00"}), 255, USAGE_TEXT, "");
 }
 
 TEST_F(RegdecRoute, PortAndFrameMayBeAbbreviatedToNothing) {
     for (const char *word : {"", "p", "po", "por", "port"})
-        expectRun(route({"route", word, "0", "frame", "00"}), 255, "", ROUTE_TEXT);
+        expectRun(route({"route", word, "0", "frame", "00"}), 0, DROP_TEXT, "");
     for (const char *word : {"", "f", "fr", "fra", "fram", "frame"})
-        expectRun(route({"route", "port", "0", word, "00"}), 255, "", ROUTE_TEXT);
+        expectRun(route({"route", "port", "0", word, "00"}), 0, DROP_TEXT, "");
     for (const char *word : {"ports", "pt", "Port", "x", "frame"})
         expectRun(route({"route", word, "0", "frame", "00"}), 255, USAGE_TEXT, "");
     for (const char *word : {"frames", "fm", "Frame", "x", "port"})
         expectRun(route({"route", "port", "0", word, "00"}), 255, USAGE_TEXT, "");
 }
 
-TEST_F(RegdecRoute, AnyPortIsTaken) {
-    for (const char *port : {"0", "11", "12", "0xC", "014", "-1", "x", "", "99999999999999999999"})
-        expectRun(route({"route", "port", port, "frame", "00"}), 255, "", ROUTE_TEXT);
+TEST_F(RegdecRoute, PortsUpToElevenAreFrontPorts) {
+    struct Case {
+        const char *port;
+        unsigned number;
+    };
+    // A number may have any base, only its low 32 bits count, and text that is no number is port 0.
+    const Case cases[] = {{"0", 0}, {"11", 11}, {"0xb", 11}, {"0XB", 11},        {"013", 11},   {" 9", 9},
+                          {"x", 0}, {"", 0},    {"port", 0}, {"4294967307", 11}, {"7eleven", 7}};
+    for (const Case &c : cases) {
+        expectRun(route({"route", "port", c.port, "frame", "00"}), 0, DROP_TEXT, "");
+        const std::string out = route({"route", "port", c.port, "frame", "00", "topspin"}).out;
+        EXPECT_EQ(out.substr(0, std::strlen(VERBOSE_TEXT)), VERBOSE_TEXT) << c.port;
+        EXPECT_NE(out.find("CM port=" + std::to_string(c.number) + ", frameIdx=0>> "), std::string::npos) << c.port;
+    }
+}
+
+TEST_F(RegdecRoute, HigherPortsAndNegativeOnesAreTheFabric) {
+    // A shim with the egress group 0x123, and a frame of one byte behind it.
+    const std::string frame = "000000000123000000000000000000000000000000000000aa";
+    const std::string start = " Length: 1\naa\n\nRead packet done...\nFrame comes in with shim egid 291\n";
+    const std::string ingress = "RTE";
+    for (const char *port : {"12", "0xC", "014", "-1", "4294967308", "99999999999999999999"}) {
+        const RunResult result = route({"route", "port", port, "frame", frame, "topspin"});
+        EXPECT_EQ(result.status, 0) << port;
+        EXPECT_EQ(result.out.substr(0, start.size()), start) << port;
+        EXPECT_EQ(result.out.find(ingress), std::string::npos) << port;
+        EXPECT_EQ(result.err, "") << port;
+    }
+}
+
+TEST_F(RegdecRoute, AShimThatIsCutShortCountsAsTheFrame) {
+    const auto verbose = [&](size_t digits) {
+        return route({"route", "port", "12", "frame", std::string(digits, '0'), "topspin"}).out;
+    };
+    const auto start = [](size_t len) {
+        return " Length: " + std::to_string(len) + "\n" + std::string(2 * len, '0') + "\n\nRead packet done...\n";
+    };
+    EXPECT_EQ(verbose(0).find(start(0)), 0u);
+    EXPECT_EQ(verbose(1).find(start(1)), 0u);
+    EXPECT_EQ(verbose(46).find(start(23)), 0u);
+    EXPECT_EQ(verbose(47).find(start(0)), 0u) << "a lone digit fills the last byte of the shim";
+    EXPECT_EQ(verbose(48).find(start(0)), 0u);
+    EXPECT_EQ(verbose(50).find(start(1)), 0u);
 }
 
 TEST_F(RegdecRoute, FrameOf500CharactersIsAccepted) {
-    expectRun(routeWith(std::string(500, '0'), {}), 255, "", ROUTE_TEXT);
-    expectRun(routeWith("", {}), 255, "", ROUTE_TEXT);
+    expectRun(routeWith(std::string(500, '0'), {}), 0, DROP_TEXT, "");
+    expectRun(routeWith("", {}), 0, DROP_TEXT, "");
+    const std::string start = " Length: 250\n" + std::string(500, '0') + "\n\nRead packet done...\n";
+    EXPECT_EQ(routeWith(std::string(500, '0'), {"topspin"}).out.find(start), 0u);
 }
 
 TEST_F(RegdecRoute, FrameOf501CharactersIsRefusedAndOnlyAVerboseRunSaysSo) {
@@ -525,7 +593,7 @@ TEST_F(RegdecRoute, WordsThatMakeAVerboseRun) {
     for (const auto &words : forms)
         expectRun(routeWith(std::string(501, '0'), words), 255, TOO_LONG_TEXT, "");
     for (const auto &words : forms)
-        expectRun(routeWith("00", words), 255, "", ROUTE_TEXT);
+        expectVerboseDrop(routeWith("00", words));
 }
 
 TEST_F(RegdecRoute, WordsThatLeaveTheRunQuiet) {
@@ -543,7 +611,7 @@ TEST_F(RegdecRoute, WordsThatLeaveTheRunQuiet) {
     for (const auto &words : forms)
         expectRun(routeWith(std::string(501, '0'), words), 255, "", "");
     for (const auto &words : forms)
-        expectRun(routeWith("00", words), 255, "", ROUTE_TEXT);
+        expectRun(routeWith("00", words), 0, DROP_TEXT, "");
 }
 
 TEST_F(RegdecRoute, RxvcNeedsItsValueAndTopspin) {
