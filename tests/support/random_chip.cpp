@@ -76,6 +76,30 @@ void randomChip(DumpBuilder &dump, uint64_t seed) {
         }
     }
 
+    // Many stations stand behind the router: their group is the one of frames that have to be routed. Many ACL entries
+    // name it too, or leave the choice to the station's group.
+    constexpr uint32_t kRteRqdEgid = 0x0a5, kPthEgid = 0x1f0;
+    constexpr uint32_t kEgidForm = 2 << 13;
+    dump.set("rte_spcl_egid_2", kRteRqdEgid).set("rte_spcl_egid_1.rte_pth_egid", kPthEgid);
+    const auto replace = [](uint32_t &word, uint32_t mask, uint32_t bits) {
+        word = htonl((ntohl(word) & ~mask) | bits);
+    };
+    for (auto &entry : dump.image()->rte_l2_exm_rslt) {
+        for (uint32_t &word : entry) {
+            if (chance(50))
+                replace(word, 1 << 23 | 0x1e1ff, kEgidForm | kRteRqdEgid);
+        }
+    }
+    for (auto &entry : dump.image()->tae_rslt) {
+        const uint32_t choice = static_cast<uint32_t>(random() % 3);
+        for (uint32_t &word : entry) {
+            if (choice == 0)
+                replace(word, (1 << 17 | 0x1e1ff) << 3, (kEgidForm | kRteRqdEgid) << 3);
+            else if (choice == 1)
+                replace(word, (1 << 17 | 0x1ffff) << 3, (kEgidForm | kPthEgid) << 3);
+        }
+    }
+
     // An entry of zeroes cares for no bit of the key.
     uint8_t *image = reinterpret_cast<uint8_t *>(dump.image());
     for (const Tcam &tcam : kTcams) {
@@ -109,15 +133,16 @@ FrameMaker::Bytes FrameMaker::tags() {
     return f.bytes;
 }
 
-FrameMaker::Bytes FrameMaker::trill() {
+FrameMaker::Bytes FrameMaker::trill(const Bytes &innerMacs) {
     Frame f;
+    append(f.bytes, mac());
+    append(f.bytes, mac());
     if (chance(50))
         f.etyp(0x8100).num(random_(), 2);
     const uint32_t optLen = oneOf({0, 0, 3});
     f.etyp(0x22f3).trill(below(0x10000), below(0x10000), oneOf({0, 1, 5, 63}), below(2), 0, optLen);
     append(f.bytes, noise(4 * optLen));
-    append(f.bytes, mac());
-    append(f.bytes, mac());
+    append(f.bytes, innerMacs);
     return f.bytes;
 }
 
@@ -218,13 +243,27 @@ FrameMaker::Bytes FrameMaker::payload() {
     return f.bytes;
 }
 
+FrameMaker::Bytes FrameMaker::macFor(const Bytes &packet) {
+    constexpr size_t kIpv4Da = 2 + 16, kIpv6Da = 2 + 24;
+    if (chance(70) && packet.size() >= kIpv4Da + 4 && packet[0] == 0x08 && packet[kIpv4Da] >> 4 == 14) {
+        const uint8_t *da = packet.data() + kIpv4Da;
+        return {1, 0, 0x5e, static_cast<uint8_t>(da[1] & 0x7f), da[2], da[3]};
+    }
+    if (chance(70) && packet.size() >= kIpv6Da + 16 && packet[0] == 0x86 && packet[kIpv6Da] == 0xff) {
+        const uint8_t *da = packet.data() + kIpv6Da;
+        return {0x33, 0x33, da[12], da[13], da[14], da[15]};
+    }
+    return mac();
+}
+
 std::vector<uint8_t> FrameMaker::frame() {
-    Bytes bytes = mac();
+    const Bytes packet = payload();
+    Bytes bytes = macFor(packet);
     append(bytes, mac());
     if (chance(30))
-        append(bytes, trill());
+        bytes = trill(bytes);
     append(bytes, tags());
-    append(bytes, payload());
+    append(bytes, packet);
     if (chance(15))
         bytes.resize(below(static_cast<uint32_t>(bytes.size()) + 1));
     if (bytes.size() > kMaxFrame)

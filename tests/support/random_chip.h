@@ -33,8 +33,9 @@ private:
     uint32_t oneOf(std::initializer_list<uint32_t> values) { return values.begin()[below(values.size())]; }
     Bytes noise(size_t n);
     Bytes mac();
+    Bytes macFor(const Bytes &packet); ///< a multicast group's own address, mostly
     Bytes tags();
-    Bytes trill();
+    Bytes trill(const Bytes &innerMacs);
     Bytes ipv4(const Bytes &payload, uint32_t ulp);
     Bytes ipv6(Bytes payload, uint32_t nxtHdr);
     Bytes layer4();
