@@ -90,15 +90,19 @@ void randomChip(DumpBuilder &dump, uint64_t seed) {
                 replace(word, 1 << 23 | 0x1e1ff, kEgidForm | kRteRqdEgid);
         }
     }
-    for (auto &entry : dump.image()->tae_rslt) {
-        const uint32_t choice = static_cast<uint32_t>(random() % 3);
+    const auto aclGroup = [&](auto &entry) {
+        const uint32_t choice = static_cast<uint32_t>(random() % 5 / 2);
         for (uint32_t &word : entry) {
             if (choice == 0)
                 replace(word, (1 << 17 | 0x1e1ff) << 3, (kEgidForm | kRteRqdEgid) << 3);
             else if (choice == 1)
                 replace(word, (1 << 17 | 0x1ffff) << 3, (kEgidForm | kPthEgid) << 3);
         }
-    }
+    };
+    for (auto &entry : dump.image()->tae_rslt)
+        aclGroup(entry);
+    aclGroup(dump.image()->tae_l2_srch_def_rslt);
+    aclGroup(dump.image()->tae_l3_srch_def_rslt);
 
     // An entry of zeroes cares for no bit of the key.
     uint8_t *image = reinterpret_cast<uint8_t *>(dump.image());
