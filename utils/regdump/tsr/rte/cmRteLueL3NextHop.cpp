@@ -47,10 +47,14 @@ NxtHopRcd unpackNxtHop(uint32_t a, uint32_t b, uint32_t c) {
     };
 }
 
-/// Takes group and multicast flag from a word of the path tables; a group has no multicast type of its own.
+/// Takes group and multicast flag from a word of the path tables.
 void takePathWord(CmRteStat *statPtr, uint32_t word) {
     statPtr->l3NxtHopMpidLgidEgidMgid = bits(word, 16, 0);
     statPtr->l3PselIsMgid = bit(word, 17);
+}
+
+/// A multicast group found on the way has no multicast type of its own.
+void clearMcastTyp(CmRteStat *statPtr) {
     if (statPtr->l3PselIsMgid)
         statPtr->l3PselMcastTyp = 0;
 }
@@ -110,6 +114,7 @@ void resolvePath(CmRteStat *statPtr, const NxtHopRcd &rcd) {
     if (!rcd.is_mgid && statPtr->l3NxtHopTrillVld && !statPtr->l3NxtHopTrillEgidOvrd) {
         const uint32_t word = memWord(mem->RTE_L2_TRILL_DEST_SRAM, statPtr->l3NxtHopTrillDa);
         takePathWord(statPtr, word);
+        clearMcastTyp(statPtr);
         CM_TRACE(1, "[L3NextHopLu] trillDestLu RTE_L2_TRILL_DEST_SRAM[%x]=0x%x, result:\n", statPtr->l3NxtHopTrillDa,
                  word);
     }
@@ -117,6 +122,7 @@ void resolvePath(CmRteStat *statPtr, const NxtHopRcd &rcd) {
         const uint32_t mp = L2PselMpid(statPtr->l3NxtHopMpidLgidEgidMgid, statPtr);
         const uint32_t word = memWord(mem->RTE_L2_PSEL_MPID_SRAM, mp);
         takePathWord(statPtr, word);
+        clearMcastTyp(statPtr);
         statPtr->l3PselMpIdStsEn = 1;
         statPtr->l3PselMpIdSts = mp;
         CM_TRACE(1, "[L3NextHopLu] L2PselMpid RTE_L2_PSEL_MPID_SRAM[%x]=0x%x, result:\n", mp, word);
@@ -125,7 +131,7 @@ void resolvePath(CmRteStat *statPtr, const NxtHopRcd &rcd) {
         const uint32_t lagId = bits(statPtr->l3NxtHopMpidLgidEgidMgid, 9, 0);
         const uint32_t lg = L2PselLgid(statPtr->l3NxtHopMpidLgidEgidMgid, statPtr);
         const uint32_t word = memWord(mem->RTE_L2_PSEL_LGID_SRAM, lg);
-        takePathWord(statPtr, word);
+        takePathWord(statPtr, word); // the type stays here, as on the chip
         statPtr->l3PselLgIdStsEn = 1;
         statPtr->l3PselLgIdSts = lg;
         CM_TRACE(1, "[L3NextHopLu] lagId=0x%x RTE_L2_PSEL_LGID_SRAM[%x]=0x%x, result:\n", lagId, lg, word);
