@@ -6,6 +6,11 @@
 /// The four results of a path selection.
 enum RTE_RSLT_TYP : uint32_t { RSLT_DROP = 0, RSLT_TRAP = 1, RSLT_FWD = 2, RSLT_FWD_A_TRAP = 3 };
 
+/// Whether the frame goes on, with or without a copy to the CPU.
+inline bool isFwd(uint32_t rsltTyp) {
+    return rsltTyp == RSLT_FWD || rsltTyp == RSLT_FWD_A_TRAP;
+}
+
 // cmRteLue
 void L2CtrlCls(CmRteStat *statPtr);
 void TypLu(CmRteStat *statPtr);
@@ -19,6 +24,9 @@ void L2VidCls(CmRteStat *statPtr);
 void CloudCls(CmRteStat *statPtr);
 /// Adds `incr` to the 64-bit counter with its high word at `dwPtr[0]`, and ANDs each word with its half of `msk`.
 void IncrSts(uint32_t *dwPtr, uint64_t msk, uint32_t incr);
+/// The widths of the chip's counters: frames are counted in 40 bits, bytes in 48.
+inline constexpr uint64_t kFrmCntMsk = 0xff'ffffffff;
+inline constexpr uint64_t kByteCntMsk = 0xffff'ffffffff;
 
 // cmRteLueL2Exm, cmRteLueL2Egid
 void L2Exm(CmRteStat *statPtr);

@@ -10,8 +10,6 @@ namespace {
 constexpr uint32_t kMacTblCnt = 64;    // sub-tables of the MAC TCAM
 constexpr uint32_t kMacEntryCnt = 32;  // entries in one of them
 constexpr uint32_t kMacEntryWords = 8; // words of an entry, X and Y
-constexpr uint64_t kFrmCntMsk = 0xff'ffffffff;
-constexpr uint64_t kByteCntMsk = 0xffff'ffffffff;
 
 bool prcVerdict(const CmRteStat *statPtr) {
     return statPtr->l2PrcTrap || statPtr->l2PrcDrop;

@@ -18,7 +18,6 @@ constexpr uint32_t kExmBkts = 12288;
 constexpr uint32_t kExmTcamEntries = 1024;
 constexpr uint32_t kMyDaEntries = 128;
 constexpr uint32_t kDbgCnts = 16;
-constexpr uint64_t kDbgCntMsk = 0xff'ffffffff;
 constexpr uint32_t kEgidForm = 0x4000; // makes a group of an egid
 constexpr unsigned kMcastMacBit = 40;
 
@@ -532,6 +531,6 @@ void L2ExmDbgCnt(CmRteStat *statPtr) {
         const uint32_t da = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_dbg_da_en_0, n, 4) && statPtr->l2ExmDaIdx == idx;
         const uint32_t sa = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_dbg_sa_en_0, n, 4) && statPtr->l2ExmSaIdx == idx;
         if (da || sa)
-            IncrSts(&regElem(comRegPtr, &CmRteHsiComReg::rte_l2_dbg_cnt_0_w0, n, 2), kDbgCntMsk, da + sa);
+            IncrSts(&regElem(comRegPtr, &CmRteHsiComReg::rte_l2_dbg_cnt_0_w0, n, 2), kFrmCntMsk, da + sa);
     }
 }

@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr uint64_t kFrmCntMsk = 0xff'ffffffff;
-constexpr uint64_t kByteCntMsk = 0xffff'ffffffff;
 constexpr uint32_t kNoGrp = ~0u;
 
 /// A group word of a path memory.

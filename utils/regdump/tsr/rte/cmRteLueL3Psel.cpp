@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr uint64_t kFrmCntMsk = 0xffffffffffull;
-constexpr uint64_t kByteCntMsk = 0xffffffffffffull;
 constexpr uint32_t kCtrlTrapRsn = 26;
 constexpr uint32_t kMaxKeyWords = 16;
 constexpr uint32_t kFlexKeys = 4;

@@ -49,17 +49,12 @@ const char *const rte_rsn_str[kRteRsnCnt] = {
 
 namespace {
 
-constexpr uint64_t kFrmCntMsk = 0xffffffffffull; // 40-bit frame counters
 constexpr uint32_t kLfsrSeed = 512;
 constexpr uint32_t kClassTrapQue = 14;
 constexpr uint32_t kMaxIpLength = 16383;
 
 /// State of the port sFlow sequence, one word an ingress port; lives as long as the process.
 int32_t sflow_lfsr[12];
-
-bool isFwd(uint32_t rsltTyp) {
-    return rsltTyp == RSLT_FWD || rsltTyp == RSLT_FWD_A_TRAP;
-}
 
 /// Which side decides, group by group: 1 for layer 3.
 struct WinFlags {

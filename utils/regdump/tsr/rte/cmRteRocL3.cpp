@@ -29,7 +29,7 @@ static uint32_t aclEnable(const CmRteStat *statPtr) {
 
 void L3PreRoc(CmRteStat *statPtr) {
     const CmRteHsiPortReg *portReg = statPtr->portRegPtr;
-    const bool l2Fwd = statPtr->l2PselRsltTyp == RSLT_FWD || statPtr->l2PselRsltTyp == RSLT_FWD_A_TRAP;
+    const bool l2Fwd = isFwd(statPtr->l2PselRsltTyp);
     const bool l2PrcOk = !statPtr->l2PrcDrop && !statPtr->l2PrcTrap;
     const bool ucastRqd = l2Fwd && !statPtr->l2PselL3IpDaIsMcast && statPtr->l2PselRteRqd == 1;
     bool mcastRqd = statPtr->l3IpDaIsMcast == 1 && statPtr->l2PselRteEn == 1 && l2PrcOk;

@@ -9,14 +9,8 @@
 
 namespace {
 
-constexpr uint64_t kFrmCntMsk = 0xffffffffffull;    // 40-bit frame counters
-constexpr uint64_t kByteCntMsk = 0xffffffffffffull; // 48-bit byte counters
-constexpr uint32_t kDropRsnUnused = 36;             // first number beyond the drop reasons that a filter looks at
-constexpr uint32_t kTrapRsnUnused = 27;             // the same of the trap reasons
-
-bool isFwd(uint32_t rsltTyp) {
-    return rsltTyp == RSLT_FWD || rsltTyp == RSLT_FWD_A_TRAP;
-}
+constexpr uint32_t kDropRsnUnused = 36; // first number beyond the drop reasons that a filter looks at
+constexpr uint32_t kTrapRsnUnused = 27; // the same of the trap reasons
 
 /// Adds one to frame counter `entry`, two words an entry; an entry beyond the memory is not counted.
 template <size_t N> void countFrm(uint32_t (&cntMem)[N], uint32_t entry) {
