@@ -3,12 +3,12 @@
 // FRAME_BENCH_DUMP names the dump that parser and frames run on; bench/frame.sh assembles it from the sample
 // configuration. The worst cases program the chip themselves, on top of it.
 
-#include "cmRte.h"
-#include "cmRtePrc.h"
-#include "cmTae.h"
-#include "cmTfe.h"
+#include "base/cmRte.h"
 #include "cm_rte_wrapper.h"
+#include "prc/cmRtePrc.h"
 #include "regdump_util.h"
+#include "tae/cmTae.h"
+#include "tfe/cmTfe.h"
 #include "tsr_cmodel_util.h"
 
 #include <benchmark/benchmark.h>

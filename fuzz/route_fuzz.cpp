@@ -8,7 +8,7 @@
 // Changes to the common and the port's registers, or for the fabric to any word of the image, hold for one input. What
 // a frame counts or learns stays.
 
-#include "cmRteHsi.h"
+#include "hsi/cmRteHsi.h"
 #include "random_chip.h"
 #include "tsr_cmodel_util.h"
 #include "whole_chip.h"

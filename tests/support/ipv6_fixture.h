@@ -1,9 +1,9 @@
 #pragma once
 // The chip set up for IPv6 parsing, frames for it, and the lines that its parser prints.
 
-#include "cmRtePrc.h"
 #include "frame_builder.h"
 #include "model_fixture.h"
+#include "prc/cmRtePrc.h"
 
 #include <sstream>
 

@@ -2,10 +2,10 @@
 // The layer-3 path selection alone: what it calls in other sources is replaced here by functions that record the call
 // and hand back what the test prepared. They are definitions, so one source of a program includes this header.
 
-#include "cmRteLue.h"
-#include "cmRteLueL3.h"
-#include "cmTae.h"
+#include "lue/cmRteLue.h"
+#include "lue/cmRteLueL3.h"
 #include "model_fixture.h"
+#include "tae/cmTae.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 #pragma once
 // A chip model with all registers and memories zero, and one frame in front of its stages.
 
-#include "cmRte.h"
-#include "cmUtl.h"
+#include "base/cmRte.h"
+#include "base/cmUtl.h"
 
 #include <cstdint>
 #include <cstring>

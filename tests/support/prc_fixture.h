@@ -1,9 +1,9 @@
 #pragma once
 // A port with common type registers in front of the parser, and checks on what the parser records.
 
-#include "cmRtePrc.h"
-#include "cmRteRoc.h"
 #include "model_fixture.h"
+#include "prc/cmRtePrc.h"
+#include "roc/cmRteRoc.h"
 
 #include <functional>
 #include <ostream>

@@ -1,7 +1,7 @@
 #pragma once
 // Registers of the model by the text of their name, for tests that walk an array register.
 
-#include "cmRte.h"
+#include "base/cmRte.h"
 
 #include <map>
 #include <string>
@@ -13,7 +13,7 @@ inline uint32_t &comFld(CmRteHsiComReg &rec, const std::string &name) {
 #define REG(addr, reg, ...) __VA_ARGS__
 #define REG_RO(addr, reg, ...) __VA_ARGS__
 #define REG_W1C(addr, reg, ...) __VA_ARGS__
-#include "cmRteHsiComReg.def"
+#include "base/cmRteHsiComReg.def"
 #undef FLD
 #undef REG
 #undef REG_RO
@@ -29,7 +29,7 @@ inline uint32_t &portFld(CmRteHsiPortReg &rec, const std::string &name) {
 #define REG(addr, reg, ...) __VA_ARGS__
 #define REG_RO(addr, reg, ...) __VA_ARGS__
 #define REG_W1C(addr, reg, ...) __VA_ARGS__
-#include "cmRteHsiPortReg.def"
+#include "base/cmRteHsiPortReg.def"
 #undef FLD
 #undef REG
 #undef REG_RO

@@ -1,9 +1,9 @@
 #pragma once
 // A frame in front of the result stage.
 
-#include "cmRteLue.h"
-#include "cmRteRoc.h"
+#include "lue/cmRteLue.h"
 #include "model_fixture.h"
+#include "roc/cmRteRoc.h"
 
 #include <cstdio>
 #include <string>

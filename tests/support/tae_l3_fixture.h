@@ -1,8 +1,8 @@
 #pragma once
 // The ACL engine in front of a layer-3 search, and the result word field by field.
 
-#include "cmTae.h"
-#include "cmUtl.h"
+#include "base/cmUtl.h"
+#include "tae/cmTae.h"
 
 #include <algorithm>
 #include <array>

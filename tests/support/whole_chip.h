@@ -2,9 +2,9 @@
 // Both roads through the whole chip, in process, on a model that is loaded already. The model's own ends are exceptions
 // in a program that includes this: only one of its sources may, since the definitions stand in for the library's.
 
+#include "base/cmRte.h"
+#include "base/cmRteAbort.h"
 #include "cmAssert.h"
-#include "cmRte.h"
-#include "cmRteAbort.h"
 #include "cm_glue.h"
 #include "cm_rte_wrapper.h"
 #include "hmc.h"

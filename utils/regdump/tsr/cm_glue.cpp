@@ -1,6 +1,6 @@
 #include "cm_glue.h"
 
-#include "cmUtl.h"
+#include "base/cmUtl.h"
 
 #include <arpa/inet.h>
 #include <cstring>

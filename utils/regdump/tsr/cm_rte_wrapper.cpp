@@ -1,8 +1,8 @@
 #include "cm_rte_wrapper.h"
 
-#include "cmRte.h"
-#include "cmRteRoc.h"
-#include "cmUtl.h"
+#include "base/cmRte.h"
+#include "base/cmUtl.h"
+#include "roc/cmRteRoc.h"
 
 #include <cstdio>
 

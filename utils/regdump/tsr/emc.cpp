@@ -1,6 +1,6 @@
 #include "emc.h"
 
-#include "cmUtl.h"
+#include "base/cmUtl.h"
 #include "eqs.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "eqs.h"
 
-#include "cmUtl.h"
+#include "base/cmUtl.h"
 #include "cm_glue.h"
 
 #include <arpa/inet.h>

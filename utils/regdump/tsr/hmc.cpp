@@ -1,6 +1,6 @@
 #include "hmc.h"
 
-#include "cmUtl.h"
+#include "base/cmUtl.h"
 #include "cm_glue.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "iqs.h"
 
-#include "cmUtl.h"
+#include "base/cmUtl.h"
 
 /// The edit of a span copy with index `k`. Multi-bit fields are shifted down, one-bit fields keep their place.
 static void fillSpanEdit(hmc_hdr_t &hdr, uint32_t k, const tsr_dmp_t *tsr_reg) {

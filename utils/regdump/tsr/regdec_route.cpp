@@ -1,6 +1,6 @@
 #include "regdec_route.h"
 
-#include "cmUtl.h"
+#include "base/cmUtl.h"
 #include "cm_glue.h"
 #include "cm_rte_wrapper.h"
 #include "emc.h"

@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "cmRteHsiReg.h"
+#include "hsi/cmRteHsiReg.h"
 #include "regdump_util.h"
 #include "regenc_tsr_text.h"
 

@@ -1,9 +1,9 @@
 #include "tsr_cmodel_util.h"
 
-#include "cmRte.h"
-#include "cmRteHsi.h"
-#include "cmTae.h"
-#include "cmTfe.h"
+#include "base/cmRte.h"
+#include "hsi/cmRteHsi.h"
+#include "tae/cmTae.h"
+#include "tfe/cmTfe.h"
 
 #include <algorithm>
 #include <cstddef>

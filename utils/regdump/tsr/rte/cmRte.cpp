@@ -1,10 +1,10 @@
-#include "cmRte.h"
+#include "base/cmRte.h"
 
-#include "cmRteHsiMem.h"
-#include "cmRteHsiReg.h"
-#include "cmTae.h"
-#include "cmTfe.h"
-#include "cmUtl.h"
+#include "base/cmUtl.h"
+#include "hsi/cmRteHsiMem.h"
+#include "hsi/cmRteHsiReg.h"
+#include "tae/cmTae.h"
+#include "tfe/cmTfe.h"
 
 #include <cstring>
 #include <iterator>

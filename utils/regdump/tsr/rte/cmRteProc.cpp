@@ -1,7 +1,7 @@
-#include "cmRte.h"
-#include "cmRteLog.h"
-#include "cmTae.h"
-#include "cmTfe.h"
+#include "base/cmRte.h"
+#include "log/cmRteLog.h"
+#include "tae/cmTae.h"
+#include "tfe/cmTfe.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,0 +1,352 @@
+#include "hsi/cmRteHsiReg.h"
+
+#include "base/cmUtl.h"
+
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string printed(const std::function<void()> &fn) {
+    testing::internal::CaptureStdout();
+    fn();
+    std::fflush(stdout);
+    return testing::internal::GetCapturedStdout();
+}
+
+/// Bits `hi` to `lo` of a word, worked out bit by bit.
+[[gnu::noinline]] uint32_t cut(uint32_t word, unsigned hi, unsigned lo) {
+    uint32_t value = 0;
+    for (unsigned b = lo; b <= hi; b++)
+        value |= (word >> b & 1) << (b - lo);
+    return value;
+}
+
+TEST(ComReg, WriteSplitsTheWordIntoItsFields) {
+    CmRteHsiComReg reg{};
+    EXPECT_EQ(CmRteHsiComRegWr(&reg, 0, 0x06000100, 0), 1);
+    EXPECT_EQ(reg.rte_l2_dix_typ_min, 0x600u);
+    EXPECT_EQ(reg.rte_l2_ieee_len_max, 0x100u);
+}
+
+TEST(ComReg, BitsOutsideTheFieldsReadBackAsZero) {
+    CmRteHsiComReg reg{};
+    CmRteHsiComRegWr(&reg, 0x50000, 0xffffffff, 0);
+    uint32_t data = 0;
+    EXPECT_EQ(CmRteHsiComRegRd(&reg, 0x50000, &data), 1);
+    EXPECT_EQ(data, 0x07ff07ffu);
+}
+
+TEST(ComReg, OffsetsBetweenAndBehindTheRegistersAreUnknown) {
+    auto reg = std::make_unique<CmRteHsiComReg>();
+    std::memset(reg.get(), 0x5a, sizeof *reg);
+    const auto before = std::make_unique<CmRteHsiComReg>(*reg);
+    for (uint32_t offset : {0x1u, 0x2u, 0x3bcu, 0x3fcu, 0x3018u, 0x7ffcu}) {
+        EXPECT_EQ(CmRteHsiComRegWr(reg.get(), offset, ~0u, 0), 0) << std::hex << offset;
+        uint32_t data = 5;
+        EXPECT_EQ(CmRteHsiComRegRd(reg.get(), offset, &data), 0);
+        EXPECT_EQ(data, 0u) << "an unknown offset clears it";
+    }
+    EXPECT_EQ(std::memcmp(reg.get(), before.get(), sizeof *reg), 0);
+    uint32_t data = 0;
+    EXPECT_EQ(CmRteHsiComRegRd(reg.get(), 12308, &data), 1);
+}
+
+TEST(ComReg, AddressKeepsItsLowFifteenBits) {
+    CmRteHsiComReg reg{};
+    EXPECT_EQ(CmRteHsiComRegWr(&reg, 0xff58000, 0x06000100, 0), 1);
+    EXPECT_EQ(reg.rte_l2_dix_typ_min, 0x600u);
+}
+
+TEST(ComReg, ReadOnlyRegisterKeepsWhatTheStagesWrote) {
+    CmRteHsiComReg reg{};
+    reg.rte_l2_sa_lrn_fifo_rd_0 = 0x1234;
+    EXPECT_EQ(CmRteHsiComRegWr(&reg, 0x5010c, 0xffffffff, 0), 1);
+    uint32_t data = 0;
+    EXPECT_EQ(CmRteHsiComRegRd(&reg, 0x5010c, &data), 1);
+    EXPECT_EQ(data, 0x1234u);
+}
+
+struct W1c {
+    uint32_t addr;
+    uint32_t CmRteHsiComReg::*field;
+};
+
+TEST(ComReg, WriteOneToClear) {
+    const W1c list[] = {
+        {0x50408, &CmRteHsiComReg::rte_lue_perr_int_en_clr_0}, {0x5040c, &CmRteHsiComReg::rte_lue_perr_int_en_clr_1},
+        {0x50418, &CmRteHsiComReg::rte_lue_perr_int_status_0}, {0x5041c, &CmRteHsiComReg::rte_lue_perr_int_status_1},
+        {0x50434, &CmRteHsiComReg::rte_lue_perr_outflag_0},    {0x50438, &CmRteHsiComReg::rte_lue_perr_outflag_1},
+        {0x50440, &CmRteHsiComReg::rte_sts_perr_int_en_clr},   {0x50448, &CmRteHsiComReg::rte_sts_perr_int_status},
+        {0x50458, &CmRteHsiComReg::rte_sts_perr_outflag},      {0x50460, &CmRteHsiComReg::rte_lue_eerr_int_en_clr},
+        {0x50468, &CmRteHsiComReg::rte_lue_eerr_int_status},   {0x50478, &CmRteHsiComReg::rte_lue_eerr_outflag},
+        {0x50484, &CmRteHsiComReg::rte_nor_int_en_clr},        {0x5048c, &CmRteHsiComReg::rte_nor_int_status},
+        {0x504b0, &CmRteHsiComReg::rte_mac_err_int_en_clr},    {0x504b8, &CmRteHsiComReg::rte_mac_err_int_status},
+        {0x504e0, &CmRteHsiComReg::rte_tcam_perr_int_en_clr},  {0x504e8, &CmRteHsiComReg::rte_tcam_perr_int_status},
+        {0x504f8, &CmRteHsiComReg::rte_tcam_perr_outflag}};
+    for (const W1c &reg : list) {
+        CmRteHsiComReg com{};
+        com.*reg.field = 0xff00ff0f;
+        EXPECT_EQ(CmRteHsiComRegWr(&com, reg.addr, 0x80f0000f, 0), 1);
+        EXPECT_EQ(com.*reg.field, 0x7f00ff00u) << std::hex << reg.addr;
+    }
+}
+
+TEST(PortReg, WriteOneToClear) {
+    for (const auto &[offset, field] : {std::pair{0xdcu, &CmRteHsiPortReg::rte_prc_debug_status},
+                                        std::pair{0xe0u, &CmRteHsiPortReg::rte_roc_debug_status_0},
+                                        std::pair{0xe4u, &CmRteHsiPortReg::rte_roc_debug_status_1}}) {
+        CmRteHsiPortReg reg{};
+        reg.*field = 0x0f;
+        EXPECT_EQ(CmRteHsiPortRegWr(&reg, offset, 0xf1, 0, 0), 1);
+        EXPECT_EQ(reg.*field, 0x0eu);
+    }
+}
+
+TEST(PortReg, SflowCountTakesNoWrite) {
+    CmRteHsiPortReg reg{};
+    reg.rte_prc_port_sflw_cnt = 5;
+    EXPECT_EQ(CmRteHsiPortRegWr(&reg, 0x5c, 0xffff, 0, 0), 1);
+    EXPECT_EQ(reg.rte_prc_port_sflw_cnt, 5u);
+}
+
+TEST(PortReg, LastRegisterStandsAt228) {
+    CmRteHsiPortReg reg{};
+    uint32_t data = 0;
+    EXPECT_EQ(CmRteHsiPortRegRd(&reg, 228, &data), 1);
+    EXPECT_EQ(CmRteHsiPortRegRd(&reg, 232, &data), 0);
+    EXPECT_EQ(CmRteHsiPortRegWr(&reg, 232, 0, 0, 0), 0);
+    EXPECT_EQ(CmRteHsiPortRegWr(&reg, 0x402000, 1, 0, 0), 1);
+    EXPECT_EQ(reg.rte_prc_l2_lrn_port, 1u);
+}
+
+TEST(TfeReg, HostAddressesStandInTheBlock) {
+    auto reg = std::make_unique<CmTfeHsiComReg>();
+    EXPECT_EQ(CmTfeHsiComRegWr(reg.get(), 0xa0030, 0xffffffff, 0), 1);
+    EXPECT_EQ(reg->bank_prtcl_sel, 0x3ffffffu);
+    EXPECT_EQ(CmTfeHsiComRegWr(reg.get(), 0xa0048, 0xffffffff, 0), 1);
+    EXPECT_EQ(reg->fcoe_sa_srch_def_rslt_addr, 0xffffffu);
+    EXPECT_EQ(CmTfeHsiComRegWr(reg.get(), 0xa004c, 0, 0), 0);
+    EXPECT_EQ(CmTfeHsiComRegWr(reg.get(), 0xa0220, 0, 0), 0);
+    uint32_t data = 7;
+    EXPECT_EQ(CmTfeHsiComRegRd(reg.get(), 0xa0220, &data), 0);
+    EXPECT_EQ(data, 0u);
+}
+
+// Each register of a family takes a random word; each field of it must hold its bits, and the read must give the word
+// back with the bits of no field cleared.
+
+template <class Rec> struct FamilyCheck {
+    std::mt19937 rng{4711};
+    std::unique_ptr<Rec> rec = std::make_unique<Rec>();
+    std::function<int(uint32_t, uint32_t)> wr;
+    std::function<int(uint32_t, uint32_t *)> rd;
+    uint32_t data = 0;
+    uint32_t readBack = 0;
+
+    [[gnu::noinline]] void write(uint32_t addr) {
+        data = static_cast<uint32_t>(rng());
+        readBack = 0;
+        EXPECT_EQ(wr(addr, data), 1) << std::hex << addr;
+    }
+    [[gnu::noinline]] void overwrite(uint32_t addr) { EXPECT_EQ(wr(addr, ~data), 1) << std::hex << addr; }
+    [[gnu::noinline]] void field(const char *name, uint32_t value, unsigned hi, unsigned lo) {
+        EXPECT_EQ(value, cut(data, hi, lo)) << name;
+        readBack |= cut(data, hi, lo) << lo;
+    }
+    [[gnu::noinline]] void read(uint32_t addr) {
+        uint32_t value = ~readBack;
+        EXPECT_EQ(rd(addr, &value), 1);
+        EXPECT_EQ(value, readBack) << std::hex << addr;
+    }
+};
+
+#define FLD(name, hi, lo) check.field(#name, check.rec->name, hi, lo);
+#define REG(addr, name, ...)                                                                                           \
+    check.write(addr);                                                                                                 \
+    __VA_ARGS__ check.read(addr);
+#define REG_RO(addr, name, ...)
+#define REG_W1C(addr, name, ...)
+#define REG_NO_HOST(name, ...)
+
+TEST(ComReg, EachFieldOfEachRegister) {
+    FamilyCheck<CmRteHsiComReg> check;
+    check.wr = [&](uint32_t addr, uint32_t data) { return CmRteHsiComRegWr(check.rec.get(), addr, data, 0); };
+    check.rd = [&](uint32_t addr, uint32_t *data) { return CmRteHsiComRegRd(check.rec.get(), addr, data); };
+#include "base/cmRteHsiComReg.def"
+}
+
+TEST(PortReg, EachFieldOfEachRegister) {
+    FamilyCheck<CmRteHsiPortReg> check;
+    check.wr = [&](uint32_t addr, uint32_t data) { return CmRteHsiPortRegWr(check.rec.get(), addr, data, 3, 0); };
+    check.rd = [&](uint32_t addr, uint32_t *data) { return CmRteHsiPortRegRd(check.rec.get(), addr, data); };
+#include "base/cmRteHsiPortReg.def"
+}
+
+TEST(TfeReg, EachFieldOfEachRegister) {
+    FamilyCheck<CmTfeHsiComReg> check;
+    check.wr = [&](uint32_t addr, uint32_t data) { return CmTfeHsiComRegWr(check.rec.get(), addr, data, 0); };
+    check.rd = [&](uint32_t addr, uint32_t *data) { return CmTfeHsiComRegRd(check.rec.get(), addr, data); };
+#include "tfe/cmTfeHsiComReg.def"
+}
+
+#undef FLD
+#undef REG
+#undef REG_RO
+#undef REG_W1C
+
+// A read-only register keeps all of its fields and shows them to the host.
+
+#define FLD(name, hi, lo)                                                                                              \
+    check.rec->name = cut(check.data, hi, lo);                                                                         \
+    check.readBack |= cut(check.data, hi, lo) << lo;
+#define REG(addr, name, ...)
+#define REG_RO(addr, name, ...)                                                                                        \
+    check.data = static_cast<uint32_t>(check.rng());                                                                   \
+    check.readBack = 0;                                                                                                \
+    __VA_ARGS__ check.overwrite(addr);                                                                                 \
+    check.read(addr);
+#define REG_W1C(addr, name, ...)
+
+TEST(ComReg, EachReadOnlyRegister) {
+    FamilyCheck<CmRteHsiComReg> check;
+    check.wr = [&](uint32_t addr, uint32_t data) { return CmRteHsiComRegWr(check.rec.get(), addr, data, 0); };
+    check.rd = [&](uint32_t addr, uint32_t *data) { return CmRteHsiComRegRd(check.rec.get(), addr, data); };
+#include "base/cmRteHsiComReg.def"
+}
+
+#undef FLD
+#undef REG
+#undef REG_RO
+#undef REG_W1C
+#undef REG_NO_HOST
+
+TEST(RegTrace, ShowsEachFieldFromTheHighBitsToTheLow) {
+    CmRteHsiComReg reg{};
+    EXPECT_EQ(printed([&] { CmRteHsiComRegWr(&reg, 0x50000, 0x06000100, 1); }),
+              "           RTE_L2_TYP_LEN                   <= 0x06000100\n"
+              "  [26:16]  rte_l2_dix_typ_min               <= 0x600\n"
+              "  [10: 0]  rte_l2_ieee_len_max              <= 0x100\n"
+              "\n");
+}
+
+TEST(RegTrace, OneBitFieldShowsOneNumber) {
+    CmRteHsiPortReg reg{};
+    EXPECT_EQ(printed([&] { CmRteHsiPortRegWr(&reg, 0x10, 1, 7, 1); }),
+              "  port=07  RTE_PRC_MAC_CLS_CTL              <= 0x00000001\n"
+              "  [    0]  rte_prc_mac_cls_profile          <= 0x1\n"
+              "\n");
+}
+
+TEST(RegTrace, ReadOnlyRegisterShowsNoField) {
+    CmRteHsiComReg reg{};
+    EXPECT_EQ(printed([&] { CmRteHsiComRegWr(&reg, 0x5010c, 0xabc, 1); }),
+              "           RTE_L2_SA_LRN_FIFO_RD_0          <= 0x00000abc\n"
+              "\n");
+}
+
+TEST(RegTrace, TfeHasTheSameShape) {
+    auto reg = std::make_unique<CmTfeHsiComReg>();
+    EXPECT_EQ(printed([&] { CmTfeHsiComRegWr(reg.get(), 0xa0000, 3, 1); }),
+              "           TFE_CTRL_REG                     <= 0x00000003\n"
+              "  [    0]  tfe_tcam_bgrd_hw_init            <= 0x1\n"
+              "\n");
+}
+
+TEST(RegTrace, UnknownOffsetAndQuietWritePrintNothing) {
+    CmRteHsiComReg reg{};
+    EXPECT_EQ(printed([&] {
+                  CmRteHsiComRegWr(&reg, 0x50001, 1, 1);
+                  CmRteHsiComRegWr(&reg, 0x50000, 1, 0);
+              }),
+              "");
+}
+
+TEST(RegInit, CommonRegistersTakeTheirResetValues) {
+    CmRteHsiComReg reg;
+    std::memset(&reg, 0xff, sizeof reg);
+    CmRteHsiComRegInit(&reg);
+    EXPECT_EQ(reg.rte_l2_dix_typ_min, 0u);
+    EXPECT_EQ(reg.rte_l2_ieee_len_max, 0x5dcu);
+    EXPECT_EQ(reg.rte_l2_ipv4_etyp, 0x800u);
+    EXPECT_EQ(reg.rte_l2_ipv6_etyp, 0x86ddu);
+    EXPECT_EQ(reg.rte_l2_vlan_etyp, 0x8100u);
+    EXPECT_EQ(reg.rte_l2_ctl_vid, 0x1fffu);
+    EXPECT_EQ(reg.rte_l3_ipv4_mcast_mac_prefix, 0x1005eu);
+    EXPECT_EQ(reg.rte_trap_drop_mru, 0x3fffu);
+    EXPECT_EQ(reg.rte_prc_tcpip_hsh_val_0, 0xb352u);
+    EXPECT_EQ(reg.rte_prc_tcpip_hsh_val_1, 0x7a1au);
+    EXPECT_EQ(reg.rte_l2_lrn_lip_hsh_val, 0xecb1876bu);
+    EXPECT_EQ(reg.rte_tae_ipv6_exm_hsh_val, 0x1809u);
+    EXPECT_EQ(reg.rte_l2_sa_lrn_inf_not_emp, 0u);
+    EXPECT_EQ(reg.rte_l2_da_lrn_inf_wr_ptr, 0u);
+    uint32_t notZero = 0;
+    for (uint32_t i = 0; i < sizeof reg / 4; i++)
+        notZero += reinterpret_cast<const uint32_t *>(&reg)[i] != 0;
+    EXPECT_EQ(notZero, 56u);
+}
+
+TEST(RegInit, PortRegistersHaveTwoEthertypes) {
+    CmRteHsiPortReg reg;
+    std::memset(&reg, 0xff, sizeof reg);
+    CmRteHsiPortRegInit(&reg);
+    CmRteHsiPortReg expected{};
+    expected.rte_prc_stag_etyp = 0x88a8;
+    expected.rte_prc_ctag_etyp = 0x8100;
+    EXPECT_EQ(std::memcmp(&reg, &expected, sizeof reg), 0);
+}
+
+TEST(RegInit, TfeRegistersAreZero) {
+    CmTfeHsiComReg reg;
+    std::memset(&reg, 0xff, sizeof reg);
+    CmTfeHsiComRegInit(&reg);
+    const CmTfeHsiComReg expected{};
+    EXPECT_EQ(std::memcmp(&reg, &expected, sizeof reg), 0);
+}
+
+TEST(FindField, ByChipAddressAndName) {
+    const HsiFieldDef *field = hsiFindField(0x50000, "rte_l2_ieee_len_max");
+    ASSERT_NE(field, nullptr);
+    EXPECT_EQ(field->hi, 10);
+    EXPECT_EQ(field->lo, 0);
+    field = hsiFindField(0x4b2000, "rte_prc_l2_lu_en");
+    ASSERT_NE(field, nullptr);
+    EXPECT_EQ(field->hi, 11);
+    EXPECT_EQ(field->lo, 11);
+    field = hsiFindField(0xa0030, "bank_prtcl_sel");
+    ASSERT_NE(field, nullptr);
+    EXPECT_EQ(field->hi, 25);
+    EXPECT_EQ(field->lo, 0);
+}
+
+TEST(FindField, FirstAndLastRegisters) {
+    EXPECT_NE(hsiFindField(0x50000, "rte_l2_dix_typ_min"), nullptr);
+    EXPECT_NE(hsiFindField(0x53014, "rte_dma_stat_1"), nullptr);
+    EXPECT_NE(hsiFindField(0x402000, "rte_prc_l2_lu_en"), nullptr);
+    EXPECT_NE(hsiFindField(0x4b20e4, "rte_roc_debug_status_1"), nullptr);
+    EXPECT_NE(hsiFindField(0xa0000, "tfe_tcam_bgrd_hw_init"), nullptr);
+    EXPECT_NE(hsiFindField(0xa021c, "tfe_actv_fcoe_srch_err_addr_reg"), nullptr);
+}
+
+TEST(FindField, OtherRegistersAndNamesAreUnknown) {
+    EXPECT_EQ(hsiFindField(0, "rte_prc_l2_lu_en"), nullptr);
+    EXPECT_EQ(hsiFindField(0x50000, ""), nullptr);
+    EXPECT_EQ(hsiFindField(0x50001, "rte_l2_ieee_len_max"), nullptr);
+    EXPECT_EQ(hsiFindField(0x400000, "rte_prc_l2_lu_en"), nullptr);
+    EXPECT_EQ(hsiFindField(0x4c2000, "rte_prc_l2_lu_en"), nullptr) << "behind the last port";
+    EXPECT_EQ(hsiFindField(0x602000, "rte_prc_l2_lu_en"), nullptr);
+    EXPECT_EQ(hsiFindField(0x50000, "rte_l2_ipv4_etyp"), nullptr) << "a field of the next register";
+    EXPECT_EQ(hsiFindField(0x50000, "rte_l2_ieee_len"), nullptr);
+    EXPECT_EQ(hsiFindField(0x503bc, "rte_l2_ieee_len_max"), nullptr);
+    EXPECT_EQ(hsiFindField(0x2800000, "rte_l2_ieee_len_max"), nullptr);
+    EXPECT_EQ(hsiFindField(0x403000, "rte_prc_l2_lu_en"), nullptr);
+    EXPECT_EQ(hsiFindField(0x58000, "rte_l2_ieee_len_max"), nullptr);
+}
+
+} // namespace

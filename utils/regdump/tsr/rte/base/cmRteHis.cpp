@@ -1,0 +1,113 @@
+#include "base/cmRteHis.h"
+
+#include "base/cmUtl.h"
+
+namespace {
+
+constexpr uint32_t kSlotCnt = 4;
+
+uint32_t hiWord(uint64_t key) {
+    return static_cast<uint32_t>(key >> 32);
+}
+
+uint32_t loWord(uint64_t key) {
+    return static_cast<uint32_t>(key);
+}
+
+/// Valid flag of slot 0 in a history of N words a slot: position 0 is bit 0 of the last word; what lies above the first
+/// word is looked for there.
+template <uint32_t N> uint32_t slotVld(const uint32_t *his, uint32_t vldPos) {
+    const uint32_t up = vldPos / 32;
+    return bit(his[up < N ? N - 1 - up : 0], vldPos % 32);
+}
+
+/// Moves the slots one down and puts `words` into the last one, when the control and the valid flag of slot 0 let it.
+template <uint32_t N>
+void capture(const CmRteHisCtl &ctl, uint32_t slot0Vld, const uint32_t (&words)[N], uint32_t *his) {
+    if (ctl.rte_his_clr)
+        return;
+    if (!bit(ctl.rte_his_en, ctl.phyPort))
+        return;
+    if (slot0Vld && ctl.rte_his_mode)
+        return;
+    for (uint32_t i = 0; i < (kSlotCnt - 1) * N; i++)
+        his[i] = his[i + N];
+    for (uint32_t i = 0; i < N; i++)
+        his[(kSlotCnt - 1) * N + i] = words[i];
+}
+
+} // namespace
+
+void CmRteHisU32NoRng(const CmRteHisCtl &ctl, uint32_t key, uint32_t vldPos, uint32_t *his) {
+    // A position in the upper half of 64 has no flag: nothing is looked for and nothing set.
+    const uint32_t vld = vldPos % 64 < 32 ? 1u << vldPos % 32 : 0;
+    capture(ctl, his[0] & vld, {key | vld}, his);
+}
+
+void CmRteHisU32(const CmRteHisCtl &ctl, uint32_t key, uint32_t rngHi, uint32_t rngLo, uint32_t rngMask,
+                 uint32_t vldPos, uint32_t *his) {
+    const uint32_t masked = key & rngMask;
+    if (masked < rngLo || masked > rngHi)
+        return;
+    CmRteHisU32NoRng(ctl, key, vldPos, his);
+}
+
+void CmRteHisU64NoRng(const CmRteHisCtl &ctl, uint64_t key, uint32_t vldPos, uint32_t *his) {
+    const uint64_t vld = 1ull << vldPos % 64;
+    capture(ctl, (his[0] & hiWord(vld)) | (his[1] & loWord(vld)), {hiWord(key | vld), loWord(key | vld)}, his);
+}
+
+void CmRteHisU64(const CmRteHisCtl &ctl, uint64_t key, uint32_t vldPos, uint32_t rngHi0, uint32_t rngHi1,
+                 uint32_t rngLo0, uint32_t rngLo1, const uint64_t *rngMaskPtr, uint32_t *his) {
+    const uint64_t masked = key & *rngMaskPtr;
+    const uint64_t rngHi = static_cast<uint64_t>(rngHi0) << 32 | rngHi1;
+    const uint64_t rngLo = static_cast<uint64_t>(rngLo0) << 32 | rngLo1;
+    if (masked < rngLo || masked > rngHi)
+        return;
+    CmRteHisU64NoRng(ctl, key, vldPos, his);
+}
+
+void CmRteHisU96NoRng(const CmRteHisCtl &ctl, uint64_t key0, uint64_t key1, uint32_t vldPos, uint32_t *his) {
+    // The chip puts the flag into W0 whatever its position, but looks for it by position; its users pass 64 and more.
+    const uint32_t vld = vldPos % 64 < 32 ? 1u << vldPos % 32 : 0;
+    capture(ctl, slotVld<3>(his, vldPos), {loWord(key0) | vld, hiWord(key1), loWord(key1)}, his);
+}
+
+void CmRteHisU96(const CmRteHisCtl &ctl, uint64_t key0, uint64_t key1, uint32_t vldPos, const uint32_t (&rngHi)[3],
+                 const uint32_t (&rngLo)[3], uint32_t *his) {
+    const uint32_t key[3] = {loWord(key0), hiWord(key1), loWord(key1)};
+    if (CmpU96(key, rngHi) > 0 || CmpU96(key, rngLo) < 0)
+        return;
+    CmRteHisU96NoRng(ctl, key0, key1, vldPos, his);
+}
+
+void CmRteHisU128NoRng(const CmRteHisCtl &ctl, uint64_t key0, uint64_t key1, uint32_t vldPos, uint32_t *his) {
+    const uint32_t vld = 1u << vldPos % 32;
+    capture(ctl, slotVld<4>(his, vldPos), {hiWord(key0) | vld, loWord(key0), hiWord(key1), loWord(key1)}, his);
+}
+
+void CmRteHisU160NoRng(const CmRteHisCtl &ctl, uint64_t key0, uint64_t key1, uint64_t key2, uint32_t vldPos,
+                       uint32_t *his) {
+    const uint32_t vld = 1u << vldPos % 32;
+    // The slot has no room for the low word of key0: the chip drops it.
+    capture(ctl, slotVld<5>(his, vldPos), {hiWord(key0) | vld, hiWord(key1), loWord(key1), hiWord(key2), loWord(key2)},
+            his);
+}
+
+void RteHisUL3CtlMacTcam(const CmRteHisCtl &ctl, const uint32_t (&key)[14], uint32_t vldPos, uint32_t *his) {
+    uint32_t words[14];
+    for (uint32_t i = 0; i < 14; i++)
+        words[i] = key[i];
+    words[0] |= 1u << vldPos % 32;
+    capture(ctl, slotVld<14>(his, vldPos), words, his);
+}
+
+int CmpU96(const uint32_t (&a)[3], const uint32_t (&b)[3]) {
+    for (uint32_t i = 0; i < 3; i++) {
+        if (a[i] > b[i])
+            return 1;
+        if (a[i] < b[i])
+            return -1;
+    }
+    return 0;
+}

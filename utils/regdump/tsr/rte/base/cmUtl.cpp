@@ -1,0 +1,142 @@
+#include "base/cmUtl.h"
+
+namespace {
+
+uint32_t crcTable[256];
+bool crcTableDone = false;
+uint8_t crc8Table[256];
+bool crc8TableDone = false;
+uint32_t crcTbl[256];
+
+/// Table of the reflected CRC-32 of Ethernet: one byte a step, low bit first.
+void fillCrcTable(uint32_t (&table)[256]) {
+    for (uint32_t i = 0; i < 256; i++) {
+        uint32_t value = i;
+        for (int step = 0; step < 8; step++)
+            value = value & 1 ? value >> 1 ^ 0xedb88320u : value >> 1;
+        table[i] = value;
+    }
+}
+
+/// CRC of `len` bytes before the complement. A short input has a short start value: 8 bits of ones for each byte.
+uint32_t crcOf(const uint32_t (&table)[256], uint32_t len, const uint8_t *frm) {
+    uint32_t value = 0xffffffffu;
+    if (len < 4)
+        value = len ? value >> (4 - len) * 8 : 0;
+    for (uint32_t i = 0; i < len; i++)
+        value = table[(value ^ frm[i]) & 0xff] ^ value >> 8;
+    return value;
+}
+
+/// Pairs 0 to (keyBitSiz + 1) / 2 - 1 of `key`, those under a set control bit with their two bits exchanged.
+uint64_t swapPairs(uint32_t keyBitSiz, uint64_t key, uint64_t swap) {
+    uint64_t swapped = 0;
+    const uint32_t pairCnt = (keyBitSiz + 1) / 2;
+    for (uint32_t i = 0; i < pairCnt && i < 32; i++) {
+        uint64_t pair = key >> 2 * i & 3;
+        if (swap >> i & 1)
+            pair = (pair & 1) << 1 | pair >> 1;
+        swapped |= pair << 2 * i;
+    }
+    return swapped;
+}
+
+void setBytes(uint64_t value, uint32_t byteNum, uint8_t *byteLst) {
+    for (uint32_t i = 0; i < byteNum; i++)
+        byteLst[i] = static_cast<uint8_t>(value >> 8 * (byteNum - 1 - i));
+}
+
+} // namespace
+
+void CmGetDword(uint32_t byteNum, const uint8_t *byteLst, uint32_t *dwordPtr) {
+    uint32_t value = 0;
+    for (uint32_t i = 0; i < byteNum; i++)
+        value = value << 8 | byteLst[i];
+    *dwordPtr = value;
+}
+
+void CmGetQword(uint32_t byteNum, const uint8_t *byteLst, uint64_t *qwordPtr) {
+    uint64_t value = 0;
+    for (uint32_t i = 0; i < byteNum; i++)
+        value = value << 8 | byteLst[i];
+    *qwordPtr = value;
+}
+
+void CmSetDword(uint32_t dword, uint32_t byteNum, uint8_t *byteLst) {
+    if (byteNum <= 4)
+        setBytes(dword, byteNum, byteLst);
+}
+
+void CmSetQword(uint64_t qword, uint32_t byteNum, uint8_t *byteLst) {
+    if (byteNum <= 8)
+        setBytes(qword, byteNum, byteLst);
+}
+
+void CmSetDqword(uint64_t qword0, uint64_t qword1, uint32_t byteNum, uint8_t *byteLst) {
+    if (byteNum > 16)
+        return;
+    if (byteNum <= 8) {
+        setBytes(qword1, byteNum, byteLst);
+        return;
+    }
+    setBytes(qword0, byteNum - 8, byteLst);
+    setBytes(qword1, 8, byteLst + byteNum - 8);
+}
+
+void CmSwpU32(uint32_t keyBitSiz, uint32_t key, uint32_t swap, uint32_t *swappedKeyPtr) {
+    *swappedKeyPtr = static_cast<uint32_t>(swapPairs(keyBitSiz, key, swap));
+}
+
+void CmSwpU64(uint32_t keyBitSiz, uint64_t key, uint64_t swap, uint64_t *swappedKeyPtr) {
+    *swappedKeyPtr = swapPairs(keyBitSiz, key, swap);
+}
+
+void reverseKey(uint32_t *key, uint32_t wdCnt) {
+    for (uint32_t i = 0; i < wdCnt / 2; i++) {
+        const uint32_t word = key[i];
+        key[i] = key[wdCnt - 1 - i];
+        key[wdCnt - 1 - i] = word;
+    }
+}
+
+void BuildCrcTable(void) {
+    fillCrcTable(crcTable);
+    crcTableDone = true;
+}
+
+void CalcEnetCrc(int len, const uint8_t *frm, uint8_t *crc) {
+    if (!crcTableDone)
+        BuildCrcTable();
+    const uint32_t value = ~crcOf(crcTable, len > 0 ? static_cast<uint32_t>(len) : 0, frm);
+    for (int i = 0; i < 4; i++)
+        crc[i] = static_cast<uint8_t>(value >> 8 * i);
+}
+
+void BuildCrc8Table(void) {
+    // The chip's table is the identity, so the checksum comes to the XOR of all bytes.
+    for (uint32_t i = 0; i < 256; i++)
+        crc8Table[i] = static_cast<uint8_t>(i);
+    crc8TableDone = true;
+}
+
+void CalcEnetCrc8(int len, const uint8_t *frm, uint8_t *crc) {
+    if (!crc8TableDone)
+        BuildCrc8Table();
+    uint8_t value = 0xff;
+    for (int i = 0; i < len; i++)
+        value = crc8Table[value ^ frm[i]];
+    *crc = static_cast<uint8_t>(~value);
+}
+
+int recalcEnetCrc(uint8_t *pkt, uint32_t pkt_len) {
+    CalcEnetCrc(static_cast<int>(pkt_len) - 4, pkt, pkt + pkt_len - 4);
+    return 0;
+}
+
+void CmEnetCrcInit(void) {
+    fillCrcTable(crcTbl);
+}
+
+uint32_t CmEnetCrcCalc(uint32_t len, const uint8_t *frm) {
+    return __builtin_bswap32(~crcOf(crcTbl, len, frm));
+}

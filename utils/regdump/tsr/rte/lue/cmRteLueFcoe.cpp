@@ -1,0 +1,111 @@
+#include "lue/cmRteLue.h"
+
+#include "base/cmUtl.h"
+#include "base/tbMsg.h"
+#include "lue/cmRteLueL3.h"
+#include "roc/cmRteRoc.h"
+
+namespace {
+
+/// Trap reasons of the prefix search.
+enum : uint32_t { TRP_LPM_HIT = 13, TRP_LPM_MISS = 14 };
+
+/// Upper 16 bits of the address of a domain controller; the low byte is its domain.
+constexpr uint32_t kDomainCtlr = 0xfffc;
+
+/// Bit `n` of a table with a bit a number; 0 beyond it.
+template <size_t N> uint32_t fltBit(const uint32_t (&tbl)[N], uint32_t n) {
+    return bit(memWord(tbl, n / 32), n % 32);
+}
+
+/// The address by which a Fibre Channel id is searched: a domain controller is found under its domain.
+uint32_t fcidLu(uint32_t fcid) {
+    if (bits(fcid, 23, 8) == kDomainCtlr)
+        return bits(fcid, 7, 0) << 16 | kDomainCtlr;
+    return fcid;
+}
+
+/// Searches one Fibre Channel id in the frame's virtual fabric.
+TFE_LUE_RSLT srchFcid(const CmRteStat *statPtr, uint32_t fcid, uint32_t isDa) {
+    const L3FwdFcoeInKey key = {
+        {statPtr->l2FcoeClsVfid << 20, fcidLu(fcid) << 8 | (statPtr->l2FcoeClsVfidTyp & 1) << 7}};
+    L3FwdFcoeInKeyR keyR;
+    CmTfeLue::ReshuffleKey(&key, &keyR, 0);
+    TFE_LUE_INPUT input = lpmInput(statPtr, keyR.word, isDa);
+    input.fcoe_srch = 1;
+    TFE_LUE_RSLT rslt{};
+    statPtr->tfePtr->lookupL3Lpm(&input, &rslt);
+    return rslt;
+}
+
+} // namespace
+
+void FcoeCls(CmRteStat *statPtr) {
+    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
+    const CmRteHsiMem *memPtr = statPtr->memPtr;
+
+    if (!statPtr->l2ExmDaIsMgidOrig && CmRteCkRteRqdEgid(statPtr, statPtr->l2ExmDaEgidOrig)) {
+        if (bit(statPtr->l2ExmDaEgidOrig, 12))
+            statPtr->l2FcoeVfRouted = 1;
+        else if (bit(statPtr->l2ExmDaEgidOrig, 11))
+            statPtr->l2FcoeVeRouted = 1;
+    }
+
+    if (statPtr->l2FcoeFcVfidVld) {
+        statPtr->l2FcoeClsVfid = statPtr->l2FcoeFcVfid;
+        statPtr->l2FcoeClsVfidTyp = 0;
+    } else if (statPtr->iivid != portRegPtr->rte_prc_l2_fcoe_def_vid) {
+        const uint32_t word = memWord(memPtr->RTE_FCOE_VFID_SRAM, statPtr->iivid);
+        statPtr->l2FcoeClsVfid = bits(word, 11, 0);
+        statPtr->l2FcoeClsVfidTyp = bit(word, 12);
+    } else {
+        statPtr->l2FcoeClsVfid = portRegPtr->rte_prc_l2_fcoe_def_vfid;
+        statPtr->l2FcoeClsVfidTyp = portRegPtr->rte_prc_l2_fcoe_def_vfid_typ;
+    }
+
+    statPtr->l2FcoeClsRteEn = fltBit(memPtr->RTE_FCOE_VID_FLT_RA, statPtr->iivid) &
+                              fltBit(memPtr->RTE_FCOE_VFID_FLT_RA, statPtr->l2FcoeClsVfid);
+
+    CM_TRACE(2, "L3 FCoE Cls:\n");
+    CM_TRACE_RAW(2, "    vid        = %x\n", statPtr->iivid);
+    CM_TRACE_RAW(2, "    vfid       = %x\n", statPtr->l2FcoeClsVfid);
+    CM_TRACE_RAW(2, "    vfid_typ   = %x\n", statPtr->l2FcoeClsVfidTyp);
+    CM_TRACE_RAW(2, "    vf_routed  = %x\n", statPtr->l2FcoeVfRouted);
+    CM_TRACE_RAW(2, "    ve_routed  = %x\n", statPtr->l2FcoeVeRouted);
+    CM_TRACE_RAW(2, "    rte_en     = %x\n", statPtr->l2FcoeClsRteEn);
+}
+
+void FcoeLu(CmRteStat *statPtr) {
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+
+    if (!statPtr->portRegPtr->rte_prc_fcoe_en) {
+        if (statPtr->l3PrcDropRsn == 0 && statPtr->l3PrcTrapRsn == 0)
+            statPtr->l3PrcDropRsn = DRP_NOT_EN;
+        CM_TRACE(1, "FCoE PRC not enabled, L3 DROP\n");
+        return;
+    }
+
+    L3VrfLu(statPtr);
+
+    const TFE_LUE_RSLT da = srchFcid(statPtr, statPtr->l2FcoeFcDid, 1);
+    statPtr->l2FcoeLuDidHit = da.hit;
+    if (da.hit) {
+        statPtr->l2FcoeTrapQue = comRegPtr->rte_fcoe_hit_trap_que;
+        statPtr->l2FcoeTrapRsn = TRP_LPM_HIT;
+    } else {
+        statPtr->l2FcoeTrapQue = comRegPtr->rte_fcoe_miss_trap_que;
+        statPtr->l2FcoeTrapRsn = TRP_LPM_MISS;
+    }
+    // A miss reads the default word as a hit reads its own.
+    statPtr->l2FcoeLuTrapEn = bit(da.rslt, 9);
+    statPtr->l3FwdFcoeApplZng = bit(da.rslt, 8);
+    statPtr->l2FcoeLuDaGrpId = bits(da.rslt, 13, 10);
+    statPtr->l3FwdNextHopRsltIdx = bits(da.rslt, 31, 14);
+    CM_TRACE(2, "L3 LPM DA result:\n");
+
+    const TFE_LUE_RSLT sa = srchFcid(statPtr, statPtr->l2FcoeFcSid, 0);
+    statPtr->l2FcoeLuSaGrpId = bits(sa.rslt, 13, 10);
+    statPtr->l2FcoeLuSidHit = sa.hit;
+    statPtr->l3FwdSaNextHopRsltIdx = bits(sa.rslt, 31, 14);
+    CM_TRACE(2, "L3 LPM SA result:\n");
+}

@@ -1,0 +1,289 @@
+// Multipath: from the group of a path selection to the final group, by TRILL destinations, multipath groups and link
+// aggregation, and the counters of the paths taken.
+
+#include "base/cmRteHis.h"
+#include "base/cmUtl.h"
+#include "base/tbMsg.h"
+#include "lue/cmRteLue.h"
+
+#include <bit>
+#include <iterator>
+
+namespace {
+
+constexpr uint32_t kNoGrp = ~0u;
+
+/// A group word of a path memory.
+struct Group {
+    uint32_t isMgid;
+    uint32_t gid;
+};
+
+Group groupOf(uint32_t word) {
+    return {bit(word, 17), bits(word, 16, 0)};
+}
+
+/// The parser's hash of type `typ`, as far as it picks a path.
+uint32_t pathHash(const CmRteStat *statPtr, uint32_t typ) {
+    return typ < std::size(statPtr->hshVal) ? bits(statPtr->hshVal[typ], 11, 0) : 0;
+}
+
+/// Hash type of group `id`: eight nibbles a word, the first one on top.
+template <size_t N> uint32_t nibbleHshTyp(const uint32_t (&sram)[N], uint32_t id) {
+    return memWord(sram, id >> 3) >> (28 - 4 * (id & 7)) & 7;
+}
+
+/// First of the `cnt` list registers from `first` that holds `id`; kNoGrp when none does.
+uint32_t findGrp(const CmRteHsiComReg *comRegPtr, uint32_t CmRteHsiComReg::*first, uint32_t cnt, uint32_t id) {
+    for (uint32_t i = 0; i < cnt; i++) {
+        if (regElem(comRegPtr, first, i) == id)
+            return i;
+    }
+    return kNoGrp;
+}
+
+/// Counts the frame in the counters' row. Returns the byte counter's low word.
+template <size_t N>
+uint32_t countPath(const CmRteStat *statPtr, uint32_t (&frmCnt)[N], uint32_t (&byteCnt)[N], uint32_t row) {
+    IncrSts(&frmCnt[2 * row], kFrmCntMsk, 1);
+    IncrSts(&byteCnt[2 * row], kByteCntMsk, statPtr->frmLen);
+    return byteCnt[2 * row + 1];
+}
+
+/// The TRILL destination of the path selection, or of the path of its multicast tree. Returns whether there is one.
+bool pickTrillDest(CmRteStat *statPtr, uint32_t isDaLu, uint32_t *destPtr) {
+    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    if (!statPtr->l2PselIsMctid) {
+        *destPtr = statPtr->l2PselTrillDa;
+        return statPtr->l2PselTrillVld != 0;
+    }
+    const uint32_t addr = MctMpid(statPtr->l2PselMctId, statPtr->l2PselMctNpath, statPtr);
+    *destPtr = bits(memWord(statPtr->memPtr->RTE_L2_PSEL_MCTID_SRAM, addr), 15, 0);
+    statPtr->l2PselTrillDa = *destPtr;
+    if (isDaLu) {
+        statPtr->l2PselMctIdStsEn = 1;
+        statPtr->l2PselMctIdSts = addr;
+    }
+    CmRteHisU32(hisCtl(statPtr), addr, comRegPtr->rte_lue_l2_psel_mctid_addr_hi,
+                comRegPtr->rte_lue_l2_psel_mctid_addr_lo, 0xffff, 16, &comRegPtr->rte_his_l2_psel_mctid_0);
+    CM_TRACE(1, "[MULTI_PATH] trillDa from MCTID_SRAM: 0x%x\n", *destPtr);
+    return true;
+}
+
+void resolveMpid(CmRteStat *statPtr, uint32_t isDaLu, Group &group) {
+    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    const uint32_t addr = L2PselMpid(group.gid, statPtr);
+    group = groupOf(memWord(statPtr->memPtr->RTE_L2_PSEL_MPID_SRAM, addr));
+    if (isDaLu) {
+        statPtr->l2PselMpIdStsEn = 1;
+        statPtr->l2PselMpIdSts = addr;
+        statPtr->l2PselDaRsltMpidIsL2Mgid = group.isMgid;
+        statPtr->l2PselDaRsltMpid = group.gid;
+        CmRteHisU32(hisCtl(statPtr), addr, comRegPtr->rte_lue_l2_psel_mpid_addr_hi,
+                    comRegPtr->rte_lue_l2_psel_mpid_addr_lo, 0xffff, 16, &comRegPtr->rte_his_l2_psel_mpid_0);
+    } else {
+        statPtr->l2PselSaRsltMpidIsL2Mgid = group.isMgid;
+        // The chip records for the source that there was a group, not which.
+        statPtr->l2PselSaRsltMpid = 1;
+    }
+    CM_TRACE(1, "[MULTI_PATH] gid from L2_MPID: %x, isMgid:%u\n", group.gid, group.isMgid);
+}
+
+void resolveLgid(CmRteStat *statPtr, uint32_t isDaLu, Group &group) {
+    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    const uint32_t addr = L2PselLgid(group.gid, statPtr);
+    group = groupOf(memWord(statPtr->memPtr->RTE_L2_PSEL_LGID_SRAM, addr));
+    if (isDaLu) {
+        statPtr->l2PselDaRsltLgidIsL2Mgid = group.isMgid;
+        statPtr->l2PselDaRsltLgid = group.gid;
+        statPtr->l2PselLgIdStsEn = 1;
+        statPtr->l2PselLgIdSts = addr;
+        CmRteHisU32(hisCtl(statPtr), addr, comRegPtr->rte_lue_l2_psel_lgid_addr_hi,
+                    comRegPtr->rte_lue_l2_psel_lgid_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_l2_psel_lgid_0);
+    } else {
+        statPtr->l2PselSaRsltLgidIsL2Mgid = group.isMgid;
+        statPtr->l2PselSaRsltLgid = group.gid;
+    }
+    CM_TRACE(1, "[MULTI_PATH] gid from L2_LGID: %x, isMgid: %u\n", group.gid, group.isMgid);
+}
+
+} // namespace
+
+void l2MultipathProcess(CmRteStat *statPtr, uint32_t isDaLu) {
+    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    Group group = {statPtr->l2PselIsL2Mgid, statPtr->l2PselEgidMgid};
+
+    uint32_t dest = 0;
+    if (statPtr->l2PselDoTrillMP && pickTrillDest(statPtr, isDaLu, &dest) && !statPtr->l2PselOverrideTrillEgid) {
+        group = groupOf(memWord(statPtr->memPtr->RTE_L2_TRILL_DEST_SRAM, dest));
+        CmRteHisU32(hisCtl(statPtr), dest, comRegPtr->rte_lue_l2_psel_trill_dest_addr_hi,
+                    comRegPtr->rte_lue_l2_psel_trill_dest_addr_lo, 0xffff, 16,
+                    &comRegPtr->rte_his_l2_psel_trill_dest_0);
+        CM_TRACE(1, "[MULTI_PATH] gidVal from TRILL: %x, isMgid: %u\n", group.gid, group.isMgid);
+    }
+
+    if (!group.isMgid && bit(group.gid, 16))
+        resolveMpid(statPtr, isDaLu, group);
+    // A row of a multipath group may name an aggregation group; the row of an aggregation group is final.
+    if (!group.isMgid && bits(group.gid, 16, 15) == 1)
+        resolveLgid(statPtr, isDaLu, group);
+
+    if (statPtr->l2PselRsltTyp == RSLT_DROP || statPtr->l2PselRsltTyp == RSLT_TRAP)
+        group.isMgid = 0;
+    statPtr->l2PselIsL2Mgid = group.isMgid;
+    statPtr->l2PselEgidMgid = group.gid;
+}
+
+uint32_t L2PselMpid(uint32_t mpid, CmRteStat *statPtr) {
+    const uint32_t l2Mpid = bits(mpid, 12, 0);
+    const uint32_t nPath = bits(mpid, 15, 13);
+    const uint32_t hshTyp = nibbleHshTyp(statPtr->memPtr->RTE_L2_MPID_HASH_TYPE_SRAM, l2Mpid);
+    const uint32_t hashVal = nPath ? pathHash(statPtr, hshTyp) : 0;
+    const uint32_t addr = (l2Mpid * 8 + hashVal % (nPath + 1)) & 0xffff;
+    CM_TRACE(1,
+             "[MULTI_PATH] L2PselMpid. l2Mpid: 0x%x, HashType: 0x%x,\t\t   \tnPath: 0x%x, hashVal: 0x%x, "
+             "RsltRamAddr: 0x%x\n",
+             l2Mpid, hshTyp, nPath, hashVal, addr);
+    return addr;
+}
+
+uint32_t MctMpid(uint32_t mctId, uint32_t npath, CmRteStat *statPtr) {
+    const uint32_t id = bits(mctId, 12, 0);
+    const uint32_t nPath = bits(npath, 2, 0);
+    const uint32_t hshTyp = nibbleHshTyp(statPtr->memPtr->RTE_L2_MCTID_HASH_TYPE_SRAM, id);
+    const uint32_t hashVal = nPath ? pathHash(statPtr, hshTyp) : 0;
+    const uint32_t addr = (id * 8 + hashVal % (nPath + 1)) & 0xffff;
+    CM_TRACE(1, "[MULTI_PATH] MctMpid. mctId: 0x%x, HashType: 0x%x, nPath: 0x%x, hashVal: 0x%x, RsltRamAddr: 0x%x\n",
+             id, hshTyp, nPath, hashVal, addr);
+    return addr;
+}
+
+uint32_t L2PselLgid(uint32_t lgid, CmRteStat *statPtr) {
+    const uint32_t l = bits(lgid, 9, 0);
+    const uint32_t word = memWord(statPtr->memPtr->RTE_L2_LGID_HASH_TYPE_RA, l >> 1);
+    const uint32_t half = l & 1 ? bits(word, 15, 0) : bits(word, 31, 16);
+    const uint32_t hshTyp = bits(half, 2, 0);
+    const uint32_t nPath = bits(half, 9, 3);
+    const uint32_t hashVal = nPath ? pathHash(statPtr, hshTyp) : 0;
+    const uint32_t addr = (l * 32 + hashVal % (nPath + 1)) & 0x7fff;
+    CM_TRACE(1, "L2PselLgid. LGID: 0x%x, HashType: 0x%x, nPath: 0x%x, hashVal: 0x%x, RsltRamAddr: 0x%x\n", l, hshTyp,
+             nPath, hashVal, addr);
+    return addr;
+}
+
+void MctMpSts(uint32_t mct_addr, CmRteStat *statPtr) {
+    CmRteHsiMem *memPtr = statPtr->memPtr;
+    const uint32_t mctid = bits(mct_addr, 15, 3);
+    const uint32_t grp = findGrp(statPtr->comRegPtr, &CmRteHsiComReg::rte_l2_psel_sts_mctid_0, 32, mctid);
+    if (grp == kNoGrp)
+        return;
+    const uint32_t row = grp << 3 | (mct_addr & 7);
+    countPath(statPtr, memPtr->RTE_L2_PSEL_STS_MCTID_FCNT_SRAM, memPtr->RTE_L2_PSEL_STS_MCTID_BCNT_SRAM, row);
+    statPtr->l2psel_mctid_sts_hit = 1;
+    CM_TRACE(1, "[MULTI_PATH] MctMpid stats, mctid=0x%x, matched grpIdx=%d, address=%u\n", mctid, grp, row);
+}
+
+void L2MpidSts(uint32_t mp_addr, CmRteStat *statPtr) {
+    CmRteHsiMem *memPtr = statPtr->memPtr;
+    const uint32_t mpid = bits(mp_addr, 15, 3);
+    const uint32_t grp = findGrp(statPtr->comRegPtr, &CmRteHsiComReg::rte_l2_psel_sts_mpid_0, 32, mpid);
+    if (grp == kNoGrp)
+        return;
+    const uint32_t row = grp << 3 | (mp_addr & 7);
+    const uint32_t byteCnt =
+        countPath(statPtr, memPtr->RTE_L2_PSEL_STS_MPID_FCNT_SRAM, memPtr->RTE_L2_PSEL_STS_MPID_BCNT_SRAM, row);
+    statPtr->l2psel_mpid_sts_hit = 1;
+    CM_TRACE(1, "L2 MPID stats, mpid=0x%x, matched grpIdx=%d, address=%u, byteCnt=0x%x\n", mpid, grp, row, byteCnt);
+}
+
+void LagSts(uint32_t lag_addr, CmRteStat *statPtr) {
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    CmRteHsiMem *memPtr = statPtr->memPtr;
+    const uint32_t lgid = bits(lag_addr, 14, 5);
+    CM_TRACE(1, "lag_id=%x sts_lgid groupd: 0x%x, 0x%x, 0x%x, 0x%x, 0x%x, 0x%x, 0x%x, 0x%x\n", lgid,
+             comRegPtr->rte_l2_psel_sts_lgid_0, comRegPtr->rte_l2_psel_sts_lgid_1, comRegPtr->rte_l2_psel_sts_lgid_2,
+             comRegPtr->rte_l2_psel_sts_lgid_3, comRegPtr->rte_l2_psel_sts_lgid_4, comRegPtr->rte_l2_psel_sts_lgid_5,
+             comRegPtr->rte_l2_psel_sts_lgid_6, comRegPtr->rte_l2_psel_sts_lgid_7);
+    const uint32_t grp = findGrp(comRegPtr, &CmRteHsiComReg::rte_l2_psel_sts_lgid_0, 8, lgid);
+    if (grp == kNoGrp)
+        return;
+    const uint32_t row = grp << 5 | (lag_addr & 31);
+    const uint32_t byteCnt =
+        countPath(statPtr, memPtr->RTE_L2_PSEL_STS_LGID_FCNT_SRAM, memPtr->RTE_L2_PSEL_STS_LGID_BCNT_SRAM, row);
+    statPtr->l2psel_lgid_sts_hit = 1;
+    CM_TRACE(1, "L2 LAG stats, lgid=0x%x, matched grpIdx=%d, address=%u, byteCnt=0x%x\n", lgid, grp, row, byteCnt);
+}
+
+uint32_t aclStsBank(const CmRteHsiComReg *comRegPtr, uint32_t owner, uint32_t id) {
+    // The banks' pairs of id and owner stand in the register from bank 7 down.
+    for (uint32_t bank = 0; bank < kAclStsBnks; bank++) {
+        const uint32_t pair = 2 * (kAclStsBnks - 1 - bank);
+        if (regElem(comRegPtr, &CmRteHsiComReg::acl_sts_bank7_sel, pair) == owner &&
+            regElem(comRegPtr, &CmRteHsiComReg::acl_sts_bank7_id, pair) == id)
+            return bank;
+    }
+    return kAclStsBnks;
+}
+
+void IncL2AclSts(CmRteStat *statPtr) {
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    CmRteHsiMem *memPtr = statPtr->memPtr;
+    if (!statPtr->l2PselStsEn)
+        return;
+
+    const uint32_t bank = aclStsBank(comRegPtr, 0, bits(statPtr->l2PselStsIdx, 14, 12));
+    if (bank == kAclStsBnks)
+        return;
+
+    const uint32_t idx = bank << 12 | bits(statPtr->l2PselStsIdx, 11, 0);
+    const uint32_t oldFrmCnt = memPtr->RTE_ACL_STS_FCNT_SRAM[2 * idx + 1];
+    const uint32_t byteCnt = countPath(statPtr, memPtr->RTE_ACL_STS_FCNT_SRAM, memPtr->RTE_ACL_STS_BCNT_SRAM, idx);
+    CM_TRACE(1, "L2 ACL stats, statIdx=0x%x, matched bank %u (addr=%x), byteCnt=0x%x\n", statPtr->l2PselStsIdx, bank,
+             idx, byteCnt);
+
+    const uint32_t profile = statPtr->l2PselSflowProfile > 14 ? 15 : statPtr->l2PselSflowProfile;
+    const uint32_t rate = regElem(comRegPtr, &CmRteHsiComReg::rte_sflow_rate_0, profile);
+    const uint32_t oneHot = std::bit_floor(rate);
+    CM_TRACE(1, "sFlowProfileRate=0x%x, l2PselSflowEn=%d, RTE_ACL_STS_FCNT_SRAM=0x%x \n", rate, statPtr->l2PselSflowEn,
+             oldFrmCnt);
+
+    const uint32_t sflowWord = memWord(memPtr->RTE_ACL_STS_SFLOW_RA, idx >> 5);
+    const uint32_t shift = 31 - (idx & 31);
+    if (statPtr->l2PselSflowEn && bit(sflowWord, shift))
+        statPtr->l2AclSflwHit = 1;
+    const uint32_t maskedCnt = oldFrmCnt & (oneHot - 1);
+    if (statPtr->l2PselSflowEn && oneHot && maskedCnt == oneHot - 1)
+        statPtr->l2PselSflowFlagSet = 1;
+    statPtr->l2psel_acl_sts_hit = 1;
+    statPtr->l2PselStsSflowHitIdx = idx;
+    CM_TRACE(1, "sFlowProfileOneHot=0x%x, l2AclSflwHit=%d, masked FCNT=0x%x, SFLOW_RA[0x%x]=0x%x shift=%d\n", oneHot,
+             statPtr->l2AclSflwHit, maskedCnt, idx >> 5, sflowWord, shift);
+}
+
+void checkFinalEgid(CmRteStat *statPtr) {
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    if (statPtr->l2PselIsL2Mgid)
+        return;
+    const uint32_t egid = statPtr->l2PselEgidMgid;
+    const uint32_t low = bits(egid, 12, 0);
+
+    if (bit(egid, 14) && (low == comRegPtr->rte_pth_egid || low == comRegPtr->rte_drop_egid)) {
+        if (statPtr->l2PselRsltTyp == RSLT_FWD_A_TRAP) {
+            statPtr->l2PselRsltTyp = RSLT_TRAP;
+            CM_TRACE(1, "[MULTI_PATH] final egid (0x%x) is either pass_egid or drop_egid. FWD_TRAP --> TRAP\n", egid);
+        } else if (statPtr->l2PselRsltTyp == RSLT_FWD) {
+            statPtr->l2PselRsltTyp = RSLT_DROP;
+            statPtr->l2PselDropRsn = 0;
+            CM_TRACE(1, "[MULTI_PATH] final egid (0x%x) is either pass_egid or drop_egid. DROP\n", egid);
+        }
+    } else if (bits(egid, 16, 14) != 0) {
+        if (statPtr->l2PselRsltTyp == RSLT_FWD_A_TRAP) {
+            statPtr->l2PselRsltTyp = RSLT_TRAP;
+            CM_TRACE(1, "[MULTI_PATH] final egid (0x%x) has bits [16:14]!=0. FWD_A_TRAP --> TRAP\n", egid);
+        } else if (statPtr->l2PselRsltTyp == RSLT_FWD) {
+            statPtr->l2PselRsltTyp = RSLT_DROP;
+            statPtr->l2PselDropRsn = 0;
+            CM_TRACE(1, "[MULTI_PATH] final egid (0x%x) has bits [16:14]!=0. DROP\n", egid);
+        }
+    }
+}

@@ -1,0 +1,115 @@
+// Ingress QoS: the VLAN priority map, the DSCP map, and the per-port VLAN translation.
+
+#include "base/cmUtl.h"
+#include "base/tbMsg.h"
+#include "prc/cmRtePrc.h"
+
+namespace {
+
+const uint32_t kL2MapEntryCnt = 32;
+const uint32_t kDscpMapEntryCnt = 64;
+/// An entry is three fields of the register file, and the entries stand in their order.
+const uint32_t kMapStride = 3;
+
+static_assert(offsetof(CmRteHsiPortReg, rte_prc_l2_que_pri_3_7) ==
+              offsetof(CmRteHsiPortReg, rte_prc_l2_que_pri_0_0) + 31 * kMapStride * sizeof(uint32_t));
+static_assert(offsetof(CmRteHsiPortReg, rte_prc_l3_que_pri_3_15) ==
+              offsetof(CmRteHsiPortReg, rte_prc_l3_que_pri_0_0) + 63 * kMapStride * sizeof(uint32_t));
+
+/// Field `index` of a map that starts at register `first`; 0 beyond its `entryCnt` entries.
+uint32_t mapElem(const CmRteHsiPortReg *portRegPtr, uint32_t CmRteHsiPortReg::*first, uint32_t index,
+                 uint32_t entryCnt) {
+    return index < entryCnt ? regElem(portRegPtr, first, index, kMapStride) : 0;
+}
+
+/// Whether the priority map treats the frame as untagged. Only the tag that counts at the port's kind is looked at.
+bool isUntagged(const CmRteStat *statPtr) {
+    if (statPtr->isTrillPort)
+        return !statPtr->l2OuterVlanTagged;
+    if (statPtr->l2QinqEn)
+        return !statPtr->isSTagged && !statPtr->isCTagged;
+    return !statPtr->isCTagged;
+}
+
+} // namespace
+
+uint32_t ingL2MapDp(CmRteHsiPortReg *portRegPtr, uint32_t index) {
+    return mapElem(portRegPtr, &CmRteHsiPortReg::rte_prc_l2_dp_0_0, index, kL2MapEntryCnt);
+}
+uint32_t ingL2MapIwpri(CmRteHsiPortReg *portRegPtr, uint32_t index) {
+    return mapElem(portRegPtr, &CmRteHsiPortReg::rte_prc_l2_iwpri_0_0, index, kL2MapEntryCnt);
+}
+uint32_t ingL2MapQuePri(CmRteHsiPortReg *portRegPtr, uint32_t index) {
+    return mapElem(portRegPtr, &CmRteHsiPortReg::rte_prc_l2_que_pri_0_0, index, kL2MapEntryCnt);
+}
+
+uint32_t ingDscpMapDp(CmRteHsiPortReg *portRegPtr, uint32_t index) {
+    return mapElem(portRegPtr, &CmRteHsiPortReg::rte_prc_l3_dp_0_0, index, kDscpMapEntryCnt);
+}
+uint32_t ingDscpMapIwpri(CmRteHsiPortReg *portRegPtr, uint32_t index) {
+    return mapElem(portRegPtr, &CmRteHsiPortReg::rte_prc_l3_iwpri_0_0, index, kDscpMapEntryCnt);
+}
+uint32_t ingDscpMapQuePri(CmRteHsiPortReg *portRegPtr, uint32_t index) {
+    return mapElem(portRegPtr, &CmRteHsiPortReg::rte_prc_l3_que_pri_0_0, index, kDscpMapEntryCnt);
+}
+
+void ingL2PriMap(CmRteStat *statPtr) {
+    CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
+    if (isUntagged(statPtr)) {
+        statPtr->igPriMapDrpPrcd = portRegPtr->rte_prc_def_dp;
+        statPtr->igPriMapIwpri = portRegPtr->rte_prc_def_iwpri;
+        statPtr->igPriMapQuePri = portRegPtr->rte_prc_def_que_pri;
+        CM_TRACE(1, "Ingres QoS VLAN priority map: untagged. default dp=0x%x, iwpri=0x%x, quePri=0x%x\n",
+                 statPtr->igPriMapDrpPrcd, statPtr->igPriMapIwpri, statPtr->igPriMapQuePri);
+        return;
+    }
+
+    uint32_t ctagged = 1;
+    uint32_t vlan_prio = 0;
+    uint32_t vlan_dei = 0;
+    if (statPtr->l2TrillFound) {
+        vlan_prio = statPtr->l2OuterRcvPrio;
+        vlan_dei = statPtr->l2OuterRcvCfi;
+    } else if (statPtr->l2QinqEn) {
+        if (statPtr->isSTagged) {
+            ctagged = 0;
+            vlan_prio = statPtr->stagPrio;
+            vlan_dei = statPtr->stagDei;
+        } else if (statPtr->isCTagged) {
+            vlan_prio = statPtr->ctagPrio;
+            vlan_dei = statPtr->ctagCfi;
+        }
+    } else {
+        vlan_prio = statPtr->ctagPrio;
+        vlan_dei = statPtr->ctagCfi;
+    }
+
+    const uint32_t pri_map_idx = ctagged * 16 + bits(vlan_dei, 0, 0) * 8 + bits(vlan_prio, 2, 0);
+    statPtr->igPriMapDrpPrcd = ingL2MapDp(portRegPtr, pri_map_idx);
+    statPtr->igPriMapIwpri = ingL2MapIwpri(portRegPtr, pri_map_idx);
+    statPtr->igPriMapQuePri = ingL2MapQuePri(portRegPtr, pri_map_idx);
+    CM_TRACE(1, "Ingres QoS VLAN priority map: idx=0x%x, dp=0x%x, iwpri=0x%x, quePri=0x%x\n", pri_map_idx,
+             statPtr->igPriMapDrpPrcd, statPtr->igPriMapIwpri, statPtr->igPriMapQuePri);
+}
+
+void ingDscpPriMap(CmRteStat *statPtr) {
+    CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
+    if ((statPtr->l3IpVer == 4 || statPtr->l3IpVer == 6) && portRegPtr->rte_prc_trust_dscp &&
+        statPtr->l3PrcTrapRsn == 0 && statPtr->l3PrcDropRsn == 0) {
+        const uint32_t dscp = statPtr->l3IpDscpOuter;
+        statPtr->igPriMapDrpPrcd = ingDscpMapDp(portRegPtr, dscp);
+        statPtr->igPriMapIwpri = ingDscpMapIwpri(portRegPtr, dscp);
+        statPtr->igPriMapQuePri = ingDscpMapQuePri(portRegPtr, dscp);
+        CM_TRACE(2, "Ingres QoS from IP DSCP map: dscp=0x%x, dp=0x%x, iwpri=0x%x, quePri=0x%x\n", dscp,
+                 statPtr->igPriMapDrpPrcd, statPtr->igPriMapIwpri, statPtr->igPriMapQuePri);
+    } else {
+        CM_TRACE(3, "Skipped IP DSCP QoS map: IpVer=%u, trust_dscp=%u, prcTrap=0x%x, prcDrop=0x%x\n", statPtr->l3IpVer,
+                 portRegPtr->rte_prc_trust_dscp, statPtr->l3PrcTrapRsn, statPtr->l3PrcDropRsn);
+    }
+}
+
+uint32_t vlanTrans(CmRteHsiMem *memPtr, uint32_t igPort, uint32_t igVlan) {
+    const uint32_t idx = bits(igPort, 4, 0) * 4096 + bits(igVlan, 11, 0);
+    const uint32_t word = memWord(memPtr->RTE_VLAN_X_EDRAM, idx >> 1);
+    return igVlan & 1 ? bits(word, 12, 0) : bits(word, 28, 16);
+}

@@ -1,0 +1,196 @@
+#include "tfe/cmTfe.h"
+
+#include "base/cmUtl.h"
+#include "base/keyShuffle.h"
+#include "base/tbMsg.h"
+
+#include <cstdio>
+
+namespace {
+
+constexpr uint32_t kBanks = 13;
+constexpr uint32_t kBigBanks = 9;
+constexpr uint32_t kBigBankWords = 0x20000;
+constexpr uint32_t kSmallBankWords = 0x10000;
+constexpr uint32_t kIpv6BlockWords = 0x8000;
+constexpr uint32_t kEntriesPerCell = 2048;
+constexpr uint32_t kForcedMissBit = 21;
+
+/// Values of a bank's two bits in `bank_prtcl_sel`.
+enum BankPrtcl : uint32_t { PRTCL_IPV4 = 0, PRTCL_FCOE = 1, PRTCL_IPV6 = 2, PRTCL_INVALID = 3 };
+
+/// Moves of 32 address bits, less the top one, into the word of their group behind a bit of the VRF.
+#define ADDR_GROUP(src, dst)                                                                                           \
+    {src, 0, 0, dst, 30}, {src, 8, 7, dst, 28}, {src, 16, 15, dst, 26}, {src, 24, 23, dst, 24}, {src, 6, 1, dst, 18},  \
+        {src, 14, 9, dst, 12}, {src, 22, 17, dst, 6}, {                                                                \
+        src, 30, 25, dst, 0                                                                                            \
+    }
+
+constexpr std::array<KeyMove, 12> kIpv4Moves{{
+    {1, 31, 31, 0, 31}, // ipv4_addr_31
+    {0, 31, 21, 0, 20}, // vrf_id_11_1
+    {0, 19, 0, 0, 0},   // carries through
+    {0, 20, 20, 1, 31}, // vrf_id_0
+    ADDR_GROUP(1, 1),
+}};
+static_assert(movesEachBitOnce<2, 2>(kIpv4Moves, {0xffffffff, 0xffffffff}));
+
+constexpr std::array<KeyMove, 41> kIpv6Moves{{
+    {0, 31, 24, 0, 23}, // vrf_id_11_4
+    {1, 31, 31, 0, 31},
+    {0, 23, 23, 1, 31},
+    ADDR_GROUP(1, 1), // address bits 127:96 with vrf_id_3
+    {2, 31, 31, 2, 31},
+    {0, 22, 22, 3, 31},
+    ADDR_GROUP(2, 3), // 95:64 with vrf_id_2
+    {3, 31, 31, 4, 31},
+    {0, 21, 21, 5, 31},
+    ADDR_GROUP(3, 5), // 63:32 with vrf_id_1
+    {4, 31, 31, 6, 31},
+    {0, 20, 20, 7, 31},
+    ADDR_GROUP(4, 7), // 31:0 with vrf_id_0
+}};
+static_assert(movesEachBitOnce<5, 8>(kIpv6Moves, {0xfff00000, 0xffffffff, 0xffffffff, 0xffffffff, 0xffffffff}));
+
+#undef ADDR_GROUP
+
+constexpr std::array<KeyMove, 6> kFcoeMoves{{
+    {0, 31, 28, 0, 28}, // vfid_11_8
+    {1, 7, 7, 0, 27},   // vfid_typ
+    {1, 23, 16, 1, 24}, // fcid_lu_15_8
+    {1, 15, 8, 1, 16},  // fcid_lu_7_0
+    {1, 31, 24, 1, 8},  // fcid_lu_23_16
+    {0, 27, 20, 1, 0},  // vfid_7_0
+}};
+static_assert(movesEachBitOnce<2, 2>(kFcoeMoves, {0xfff00000, 0xffffff80}));
+
+/// Whether a word pair of an entry is valid and matches `key`: a bit with both value and mask set never does.
+bool pairMatches(uint32_t value, uint32_t mask, uint32_t key) {
+    return (value & mask) == 0 && ((value | mask) & (value ^ key)) == 0;
+}
+
+/// First entry of `entryCnt` at `tcam`, of `KeyWords` value and as many mask words, that matches `key`; `entryCnt` when
+/// none does.
+template <uint32_t KeyWords> uint32_t firstMatch(const uint32_t *tcam, uint32_t entryCnt, const uint32_t *key) {
+    for (uint32_t i = 0; i < entryCnt; i++, tcam += 2 * KeyWords) {
+        uint32_t word = 0;
+        while (word < KeyWords && pairMatches(tcam[word], tcam[KeyWords + word], key[word]))
+            word++;
+        if (word == KeyWords)
+            return i;
+    }
+    return entryCnt;
+}
+
+uint32_t bankBase(uint32_t bank) {
+    return bank < kBigBanks ? bank * kBigBankWords : kBigBanks * kBigBankWords + (bank - kBigBanks) * kSmallBankWords;
+}
+uint32_t bankWords(uint32_t bank) {
+    return bank < kBigBanks ? kBigBankWords : kSmallBankWords;
+}
+
+/// A match in one bank: the index of its word in the address map, and the cell that the trace names.
+struct BankHit {
+    bool found = false;
+    uint32_t rsltIdx = 0;
+    uint32_t cell = 0;
+};
+
+BankHit searchBank(const uint32_t *tcam, uint32_t bank, const TFE_LUE_INPUT &input) {
+    const uint32_t base = bankBase(bank);
+    const uint32_t words = bankWords(bank);
+    if (!input.ipv6_srch) {
+        const uint32_t entryCnt = words / 4;
+        const uint32_t entry = firstMatch<2>(tcam + base, entryCnt, input.key);
+        if (entry == entryCnt)
+            return {};
+        return {true, base / 4 + entry, entry / kEntriesPerCell};
+    }
+    for (uint32_t block = 0; block < words; block += kIpv6BlockWords) {
+        const uint32_t entryCnt = kIpv6BlockWords / 16;
+        const uint32_t entry = firstMatch<8>(tcam + base + block, entryCnt, input.key);
+        // An IPv6 entry takes four steps of the address map.
+        if (entry != entryCnt)
+            return {true, (base + block) / 4 + 4 * entry, entry};
+    }
+    return {};
+}
+
+/// The word that a miss gives.
+uint32_t defaultRslt(const CmTfeHsiComReg &reg, const TFE_LUE_INPUT &input) {
+    if (input.ipv4_srch)
+        return input.da_lkup ? reg.ipv4_da_srch_def_rslt_addr : reg.ipv4_sa_srch_def_rslt_addr;
+    if (input.ipv6_srch)
+        return input.da_lkup ? reg.ipv6_da_srch_def_rslt_addr : reg.ipv6_sa_srch_def_rslt_addr;
+    return input.da_lkup ? reg.fcoe_da_srch_def_rslt_addr : reg.fcoe_sa_srch_def_rslt_addr;
+}
+
+#define TFE_TRACE(fmt, ...)                                                                                            \
+    do {                                                                                                               \
+        if (dbgLvl)                                                                                                    \
+            TbMsg(TB_MSG_PRINT, __func__, __FILE_NAME__, __LINE__, "CM-TFE port=%d, frameIdx=%d: [lookupL3Lpm] " fmt,  \
+                  static_cast<int>(input->port_num), static_cast<int>(input->frameIdx) __VA_OPT__(, ) __VA_ARGS__);    \
+    } while (0)
+
+} // namespace
+
+void CmTfeLue::ReshuffleKey(const L3FwdIpv4InKey *in, L3FwdIpv4InKeyR *out, int dbg) {
+    reshuffle(kIpv4Moves, "L3FwdIpv4InKey", in->word, out->word, dbg);
+}
+
+void CmTfeLue::ReshuffleKey(const L3FwdIpv6InKey *in, L3FwdIpv6InKeyR *out, int dbg) {
+    reshuffle(kIpv6Moves, "L3FwdIpv6InKey", in->word, out->word, dbg);
+}
+
+void CmTfeLue::ReshuffleKey(const L3FwdFcoeInKey *in, L3FwdFcoeInKeyR *out, int dbg) {
+    reshuffle(kFcoeMoves, "L3FwdFcoeInKey", in->word, out->word, dbg);
+}
+
+int CmTfeLue::lookupL3Lpm(const TFE_LUE_INPUT *input, TFE_LUE_RSLT *rslt) const {
+    const CmTfeHsiComReg &reg = *comRegPtr;
+    const uint32_t *key = input->key;
+    if (input->ipv6_srch)
+        TFE_TRACE("input key=0x%08x_%08x_%08x_%08x_%08x_%08x\n", key[0], key[1], key[2], key[3], key[4], key[5]);
+    else
+        TFE_TRACE("input key=0x%08x_%08x\n", key[0], key[1]);
+
+    const uint32_t prtcl = input->ipv4_srch ? PRTCL_IPV4 : input->ipv6_srch ? PRTCL_IPV6 : PRTCL_FCOE;
+    const uint32_t active = reg.tfe_bank_en & (reg.tfe_bank_pwrdn ^ 0x1fff);
+    BankHit found;
+    for (uint32_t bank = 0; bank < kBanks && !found.found; bank++) {
+        if (!bit(active, bank))
+            continue;
+        const uint32_t bankPrtcl = bits(reg.bank_prtcl_sel, 2 * bank + 1, 2 * bank);
+        if (bankPrtcl == PRTCL_INVALID)
+            TbMsg(TB_MSG_PRINT, __func__, __FILE_NAME__, __LINE__, "CM-TFE Invalid bank_prtcl_sel (%d) for bank %d\n",
+                  static_cast<int>(bankPrtcl), static_cast<int>(bank));
+        if (bankPrtcl != prtcl) {
+            TFE_TRACE("bank %d skipped for ipv4=%d ipv6=%d fcoe=%d\n", static_cast<int>(bank),
+                      static_cast<int>(input->ipv4_srch), static_cast<int>(input->ipv6_srch),
+                      static_cast<int>(input->fcoe_srch));
+            continue;
+        }
+        found = searchBank(memPtr->TFE_TCAM, bank, *input);
+        if (found.found)
+            TFE_TRACE("hit found, bank=%d cell=%d rsltIdx=0x%x\n", static_cast<int>(bank), static_cast<int>(found.cell),
+                      found.rsltIdx);
+    }
+
+    // The lookup stages read the entry's default-VRF flag at another bit; the two positions are meant to differ.
+    if (found.found && (input->ipv4_srch || input->ipv6_srch) && bit(memPtr->TFE_AMAP[found.rsltIdx], kForcedMissBit) &&
+        !input->default_vrf_en) {
+        found.found = false;
+        TFE_TRACE("default_vrf set, forcing miss\n");
+    }
+
+    rslt->hit = found.found;
+    rslt->rslt = found.found ? memPtr->TFE_AMAP[found.rsltIdx] : defaultRslt(reg, *input);
+    TFE_TRACE("result tcam idx=0x%x remapped idx=0x%x and it is a %s\n", found.rsltIdx, rslt->rslt,
+              rslt->hit ? "hit" : "miss");
+    return 0;
+}
+
+int CmTfeLue::tfeCkStats() {
+    std::printf("Function %s not yet implemented, file: %s line: %d\n", __PRETTY_FUNCTION__, __FILE_NAME__, __LINE__);
+    return 0;
+}
