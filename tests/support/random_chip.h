@@ -30,7 +30,9 @@ public:
 private:
     using Bytes = std::vector<uint8_t>;
 
-    uint32_t oneOf(std::initializer_list<uint32_t> values) { return values.begin()[below(values.size())]; }
+    uint32_t oneOf(std::initializer_list<uint32_t> values) {
+        return values.begin()[below(static_cast<uint32_t>(values.size()))];
+    }
     Bytes noise(size_t n);
     Bytes mac();
     Bytes macFor(const Bytes &packet); ///< a multicast group's own address, mostly

@@ -357,7 +357,7 @@ std::vector<Config> configs() {
 /// The words of an image that a change may matter for.
 class Places {
 public:
-    explicit Places(const DumpBuilder &dump) : dump_(dump) {
+    explicit Places(const DumpBuilder &dump) {
         const uint8_t *image = reinterpret_cast<const uint8_t *>(dump.image());
         for (uint32_t at = 0; at < TSR_DUMP_SIZE; at += 4) {
             uint32_t word;
@@ -389,7 +389,6 @@ public:
     }
 
 private:
-    const DumpBuilder &dump_;
     std::vector<uint32_t> set_, registers_, groups_;
 };
 
@@ -590,7 +589,7 @@ public:
                     temp_.file("cut.dmp", all.substr(0, all.size() - 1)),
                     temp_.file("long.dmp", all + "more")};
         for (size_t at = 0; at < sizeof(asic_dump_hdr_t); at += 4) {
-            for (uint8_t value : {1, 0x80}) {
+            for (int value : {1, 0x80}) {
                 std::string changed = all;
                 changed[at + 3] = static_cast<char>(changed[at + 3] ^ value);
                 dumps.push_back(temp_.file("header" + std::to_string(at) + "_" + std::to_string(value), changed));
