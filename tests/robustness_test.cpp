@@ -1,6 +1,7 @@
 // Frames by chance through the whole chip, on dumps that are by chance where it does not matter: no frame and no dump
 // may make a stage read or write outside its records, shift too far or hang. The sanitizers look on in their build.
 
+#include "base/cmRteCfg.h"
 #include "random_chip.h"
 #include "tsr_cmodel_util.h"
 #include "whole_chip.h"
@@ -11,8 +12,6 @@
 #include <unistd.h>
 
 namespace {
-
-constexpr uint32_t kPortCnt = 12;
 
 /// While it lives, standard output goes nowhere.
 class Muted {

@@ -1,11 +1,11 @@
 #include "random_chip.h"
 
+#include "base/cmRteCfg.h"
 #include "chip_image.h"
 #include "frame_builder.h"
 
 namespace {
 
-constexpr uint32_t kPortCnt = 12;
 constexpr size_t kMaxFrame = 250;
 constexpr size_t kShim = 24;
 

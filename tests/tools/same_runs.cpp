@@ -5,6 +5,7 @@
 //
 // Ends with status 0 when all runs are equal, 1 when some differ, 2 when it cannot do its job.
 
+#include "base/cmRteCfg.h"
 #include "dump_builder.h"
 #include "random_chip.h"
 #include "temp_dir.h"
@@ -45,7 +46,6 @@ using Bytes = std::vector<uint8_t>;
 using Words = std::vector<std::string>;
 
 constexpr uint32_t kRunsPerChip = 25;
-constexpr uint32_t kPortCnt = 12;
 constexpr size_t kShim = 24;
 constexpr size_t kMaxFrame = 250;
 

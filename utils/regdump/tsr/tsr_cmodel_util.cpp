@@ -202,7 +202,6 @@ constexpr MemRun kTaeMemRuns[] = {
 #undef WHOLE
 #undef BYTES
 
-constexpr uint32_t kPortCnt = 12;
 constexpr uint32_t kPortRegBytes = 52 * 4; // the block's registers up to the first word of the sFlow drop count
 
 void loadPortRegs(const Load &load) {

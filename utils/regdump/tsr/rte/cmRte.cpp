@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr uint32_t kPortCnt = 12;
-
 /// What an empty TCAM word holds in all its bytes: X and Y are both set in a bit, so that no key matches.
 constexpr uint8_t tcamNoMatchBit = 1;
 

@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr uint32_t kPortCnt = 12;
-
 constexpr uint32_t kMyDaMacHiAddr = 0x52400; // chip address of rte_l2_myda_mac_hi
 constexpr uint32_t kMyDaMacLoAddr = 0x52600; // chip address of rte_l2_myda_mac_lo
 

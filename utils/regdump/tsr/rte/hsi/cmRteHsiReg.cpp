@@ -105,7 +105,6 @@ constexpr HsiFieldDef fields[] = {
 
 constexpr uint32_t kComRegHighest = 12308;
 constexpr uint32_t kPortRegHighest = 228;
-constexpr uint32_t kPortCnt = 12;
 
 constexpr auto comRegs = withFields(comRegList);
 constexpr auto portRegs = withFields(portRegList);
