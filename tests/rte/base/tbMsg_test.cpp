@@ -215,4 +215,10 @@ TEST_F(StackTraceTest, ErrorAsksForNone) {
     EXPECT_FALSE(exists("args"));
 }
 
+TEST(Prt, PadsTheNameTo30Columns) {
+    EXPECT_EQ(printed([] { Prt("egid", 0x1a); }), "egid                           = 0x0000001a\n");
+    EXPECT_EQ(printed([] { Prt("mgid_o_copy_id_o_qcn_control_xyz", 0xffffffff); }),
+              "mgid_o_copy_id_o_qcn_control_xyz = 0xffffffff\n");
+}
+
 } // namespace

@@ -51,21 +51,6 @@ using LueCloudCls = LueL2Cls;
 
 } // namespace
 
-TEST(LueIncrSts, CarriesIntoTheHighWordAndKeepsTheMask) {
-    uint32_t count[2] = {0, 0xffffffff};
-    IncrSts(count, 0xffffffffff, 1);
-    EXPECT_EQ(count[0], 1u);
-    EXPECT_EQ(count[1], 0u);
-    count[0] = 0xff, count[1] = 0xfffffffe;
-    IncrSts(count, 0xffffffffff, 3);
-    EXPECT_EQ(count[0], 0u);
-    EXPECT_EQ(count[1], 1u);
-    count[0] = 0xffffffff, count[1] = 0x10;
-    IncrSts(count, 0xffff00000fff, 0xfff);
-    EXPECT_EQ(count[0], 0xffffu);
-    EXPECT_EQ(count[1], 0x00fu);
-}
-
 TEST_F(LueMacCls, KeyHasPortAndBothAddresses) {
     stat.l2MacClsDa = 0x112233445566;
     stat.l2MacClsSa = 0xaabbccddeeff;

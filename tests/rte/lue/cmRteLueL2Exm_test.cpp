@@ -5,7 +5,6 @@
 #include "model_fixture.h"
 #include "tcam_image.h"
 
-#include <array>
 #include <random>
 
 namespace {
@@ -56,17 +55,11 @@ protected:
         com.rte_l2_hit_trap_que = 6;
         com.rte_l2_miss_trap_que = 9;
         mem.RTE_L2_FID_SRAM[kIivid] = kFid;
-        for (uint32_t i = 0; i < 128; i++) {
-            macHiAddr[i] = 0x52400 + 4 * i;
-            macLoAddr[i] = 0x52600 + 4 * i;
-        }
         newFrame();
     }
 
     void newFrame() {
         resetStat(kPort);
-        stat.list_RTE_MYDA_RANGE_HI_REG = macHiAddr.data();
-        stat.list_RTE_MYDA_RANGE_LO_REG = macLoAddr.data();
         stat.frmIdx = 1;
         stat.iivid = kIivid;
         stat.vpn_id = 0x76543;
@@ -152,8 +145,6 @@ protected:
     }
     static bool has(const std::string &text, const std::string &part) { return text.find(part) != std::string::npos; }
 
-    std::array<uint32_t, 128> macHiAddr;
-    std::array<uint32_t, 128> macLoAddr;
     const std::string pfx = "CM port=3, frameIdx=1>> ";
 };
 

@@ -9,6 +9,7 @@ namespace {
 
 using ComReg = CmRteHsiComReg;
 using PortReg = CmRteHsiPortReg;
+using PrcVlanTrans = PrcTest;
 
 Frame eth(uint64_t da = kDa, uint64_t sa = kSa) {
     return Frame().mac(da, sa);
@@ -761,6 +762,37 @@ TEST_F(PrcL2Test, AnyRegistersAndAnyBytesStayInTheFrame) {
         parse(frame.bytes, 1 + rng() % 50);
         EXPECT_LE(stat.l2PrcTrap + stat.l2PrcDrop, 1u);
     }
+}
+
+TEST_F(PrcVlanTrans, TakesTheHalfByTheLowBitOfTheVlan) {
+    // Port 2, VLAN 0x123 and its even neighbour: entry 2 * 4096 + 0x122 = 0x2122, word 0x1091.
+    mem.RTE_VLAN_X_EDRAM[0x1091] = 0x1abc0def;
+    EXPECT_EQ(vlanTrans(&mem, 2, 0x122), 0x1abcu);
+    EXPECT_EQ(vlanTrans(&mem, 2, 0x123), 0x0defu);
+}
+
+TEST_F(PrcVlanTrans, IsThirteenBitsWide) {
+    mem.RTE_VLAN_X_EDRAM[0] = 0xffffffff;
+    EXPECT_EQ(vlanTrans(&mem, 0, 0), 0x1fffu);
+    EXPECT_EQ(vlanTrans(&mem, 0, 1), 0x1fffu);
+    mem.RTE_VLAN_X_EDRAM[0] = 0xe000e000;
+    EXPECT_EQ(vlanTrans(&mem, 0, 0), 0u);
+    EXPECT_EQ(vlanTrans(&mem, 0, 1), 0u);
+}
+
+TEST_F(PrcVlanTrans, TreatsVlanZeroLikeAnyOther) {
+    mem.RTE_VLAN_X_EDRAM[3 * 2048] = 0x07770000;
+    EXPECT_EQ(vlanTrans(&mem, 3, 0), 0x777u);
+}
+
+TEST_F(PrcVlanTrans, WrapsPortAndVlan) {
+    mem.RTE_VLAN_X_EDRAM[5 * 2048 + 0x7ff] = 0x11112222 & 0x1fff1fff;
+    EXPECT_EQ(vlanTrans(&mem, 5, 0xffe), 0x1111u);
+    EXPECT_EQ(vlanTrans(&mem, 5 + 32, 0xffe), 0x1111u);
+    EXPECT_EQ(vlanTrans(&mem, 5 + 64, 0x1ffe), 0x1111u);
+    mem.RTE_VLAN_X_EDRAM[65535] = 0x1234;
+    EXPECT_EQ(vlanTrans(&mem, 31, 0xfff), 0x1234u);
+    EXPECT_EQ(vlanTrans(&mem, 0xffffffff, 0xffffffff), 0x1234u);
 }
 
 } // namespace

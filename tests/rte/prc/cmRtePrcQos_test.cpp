@@ -1,4 +1,4 @@
-// Ingress QoS maps and the per-port VLAN translation.
+// Ingress QoS maps.
 
 #include "model_fixture.h"
 #include "prc/cmRtePrc.h"
@@ -231,37 +231,6 @@ TEST_F(PrcQosDscp, TrappedPacketKeepsTheVlanMap) {
 TEST_F(PrcQosDscp, DroppedPacketKeepsTheVlanMap) {
     stat.l3PrcDropRsn = 19;
     expectKept("CM port=0, frameIdx=0>> Skipped IP DSCP QoS map: IpVer=4, trust_dscp=1, prcTrap=0x0, prcDrop=0x13\n");
-}
-
-TEST_F(PrcQos, VlanTransTakesTheHalfByTheLowBitOfTheVlan) {
-    // Port 2, VLAN 0x123 and its even neighbour: entry 2 * 4096 + 0x122 = 0x2122, word 0x1091.
-    mem.RTE_VLAN_X_EDRAM[0x1091] = 0x1abc0def;
-    EXPECT_EQ(vlanTrans(&mem, 2, 0x122), 0x1abcu);
-    EXPECT_EQ(vlanTrans(&mem, 2, 0x123), 0x0defu);
-}
-
-TEST_F(PrcQos, VlanTransIsThirteenBitsWide) {
-    mem.RTE_VLAN_X_EDRAM[0] = 0xffffffff;
-    EXPECT_EQ(vlanTrans(&mem, 0, 0), 0x1fffu);
-    EXPECT_EQ(vlanTrans(&mem, 0, 1), 0x1fffu);
-    mem.RTE_VLAN_X_EDRAM[0] = 0xe000e000;
-    EXPECT_EQ(vlanTrans(&mem, 0, 0), 0u);
-    EXPECT_EQ(vlanTrans(&mem, 0, 1), 0u);
-}
-
-TEST_F(PrcQos, VlanTransTreatsVlanZeroLikeAnyOther) {
-    mem.RTE_VLAN_X_EDRAM[3 * 2048] = 0x07770000;
-    EXPECT_EQ(vlanTrans(&mem, 3, 0), 0x777u);
-}
-
-TEST_F(PrcQos, VlanTransWrapsPortAndVlan) {
-    mem.RTE_VLAN_X_EDRAM[5 * 2048 + 0x7ff] = 0x11112222 & 0x1fff1fff;
-    EXPECT_EQ(vlanTrans(&mem, 5, 0xffe), 0x1111u);
-    EXPECT_EQ(vlanTrans(&mem, 5 + 32, 0xffe), 0x1111u);
-    EXPECT_EQ(vlanTrans(&mem, 5 + 64, 0x1ffe), 0x1111u);
-    mem.RTE_VLAN_X_EDRAM[65535] = 0x1234;
-    EXPECT_EQ(vlanTrans(&mem, 31, 0xfff), 0x1234u);
-    EXPECT_EQ(vlanTrans(&mem, 0xffffffff, 0xffffffff), 0x1234u);
 }
 
 } // namespace

@@ -502,10 +502,4 @@ TEST(RocSflow, Sequence) {
     EXPECT_EQ(CmRteLfsr(0), 0u);
 }
 
-TEST_F(RocTest, FieldPrint) {
-    EXPECT_EQ(printed([] { Prt("egid", 0x1a); }), "egid                           = 0x0000001a\n");
-    EXPECT_EQ(printed([] { Prt("mgid_o_copy_id_o_qcn_control_xyz", 0xffffffff); }),
-              "mgid_o_copy_id_o_qcn_control_xyz = 0xffffffff\n");
-}
-
 } // namespace

@@ -30,49 +30,6 @@ protected:
     }
 };
 
-TEST_F(CmRteRocTest, EveryDropReasonHasItsText) {
-    const std::vector<std::string> texts = {
-        "DRP_LU: lookup result indicates drop",
-        "DRP_NOT_EN: dropped due to lookup not enabled",
-        "DRP_PAUSE: PAUSE or PFC frame",
-        "DRP_L2_ALL_RB_DA: non-TRILL port should not received all-rbridges outer MAC DA",
-        "DRP_L2_SA: MAC SA is bcast/mcast or SA is chassis address",
-        "DRP_L2_TYP: type or length error (non-ether type)",
-        "DRP_TRILL_MAC_CTL_DA: non-TRILL frame without control MAC DA at TRILL enabled port",
-        "DRP_TRILL_MAC_EXP: TRILL outer DA or SA or TRILL outer VLAN mismatch",
-        "DRP_TRILL_HDR: TRILL version mismatch or TRILL mc flag invalid or TRILL header option field error",
-        "DRP_TRILL_TTL: TRILL hop count error",
-        "DRP_TRILL_LOOP: received TRILL SA matches TRILL address of the chip",
-        "DRP_SRC: source filtered or Ethernet DA==SA",
-        "DRP_EOF: premature EOF during header parsing",
-        "DRP_IP_HDR: IPv4/IPv6 version error or IP header length error for IP routed packet",
-        "DRP_IP_TTL: IPv4/IPv6 TTL<=1 for IP routed packet",
-        "DRP_IP_DA_MCAST: IPv4/IPv6 IPDA multicast address mismatches MAC DA",
-        "DRP_IP_SA_MCAST: IPv4/IPv6 IPSA is multicast address",
-        "DRP_IP_PIM_HDR: See spec table 17-501",
-        "DRP_IPV4_CKSUM: IPv4 checksum error or IPv4/IPv6 PIM checksum error",
-        "DRP_IPV4_IHL_GT5: IPv4 IHL>5 for IP routed packet",
-        "DRP_IP_RTE_EN: IPv4/IPv6 routing not enabled",
-        "Wrong reason #1, call Ondra-x00000",
-        "DRP_FCOE_HDR: FCoE header error for FCoE routed packet",
-        "DRP_FCOE_TTL: FCoE VSAN hopCnt<=1 for FCoE routed packet",
-        "DRP_FCOE_RTE_EN: FCoE routing not enabled for Fcoe routed packet",
-        "DRP_TAIL: tail drop",
-        "DRP_LOCAL_MAC: Drop due to local mac bit set",
-        "Wrong reason #2, call Ondra-x00000",
-        "DRP_TRILL_RPF: Trill RPF Drops",
-        "Wrong reason #3, call Ondra-x00000",
-        "DRP_PERR: Parity error",
-        "DRP_IPV6_MLEN: IPv6 maximum length error",
-        "DRP_FWN_EN_ERR:",
-        "DRP_POL: Policer drops",
-        "DRP_IP_RPF: IPv4/IPv6 Unicast RPF check fails for IP routed packet",
-    };
-    ASSERT_EQ(texts.size(), kRteRsnCnt);
-    for (uint32_t i = 0; i < kRteRsnCnt; i++)
-        EXPECT_EQ(rte_rsn_str[i], texts[i]) << i;
-}
-
 // The stage round the composition.
 
 TEST_F(CmRteRocTest, PauseFrameDroppedHasNoIngressSpan) {

@@ -18,10 +18,10 @@ struct shim_t {
 
 /// The back-plane shim, which stays inside the ingress side.
 struct bp_shim_t {
-    uint32_t rslt_typ;          // 2 bits: 0 drop, 1 trap, 2 forward, 3 forward and trap
+    uint32_t rslt_typ;          // 2 bits, RTE_RSLT_TYP
     uint32_t l2_egr_da_vid_idx; // 17 bits
     uint32_t trap_queue;        // 4 bits
-    uint32_t trap_rsn;          // 6 bits
+    uint32_t trap_rsn;          // 6 bits, RTE_TRP_RSN or the reason of an ACL bank
     uint32_t fcoe_sa_idx;       // 8 bits
     uint32_t acl_log;
     uint32_t rcv_pri; // 3 bits

@@ -1,5 +1,7 @@
 #include "cm_glue.h"
 
+#include "base/cmRteCfg.h"
+#include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 
 #include <arpa/inet.h>
@@ -148,7 +150,7 @@ void shim_2_eqs_side(const shim_t *shim, const tsr_dmp_t *tsr_reg, eqs_side_band
             continue;
         eqs_side->hsq_eqs_qid_q = 8 * i;
         // The enable stays at its place in the register: 0 or 0x80000.
-        if (i <= 11)
+        if (i < kPortCnt)
             eqs_side->rte_eqs_trill_en_q =
                 dmpPortWord(tsr_reg, i, offsetof(tsr_ephy_dmp_t, rte_prc_l2_trill_ctl)) & 1u << 19;
         return;
@@ -159,8 +161,8 @@ void eqs_2_emc_side(const shim_t *shim, const eqs_side_band_t *eqs_side, emc_sid
     emc_side->rte_trill_en_q = eqs_side->rte_eqs_trill_en_q;
     emc_side->eqs_elp = eqs_side->elp;
     emc_side->pim_encap = eqs_side->num_frags; // a crossing of the chip model, which leaves eqs_nfrag unset
-    emc_side->ipv4_encap = eqs_side->pim_encap && shim->routed == 0;
-    emc_side->ipv6_encap = eqs_side->pim_encap && shim->routed == 1;
+    emc_side->ipv4_encap = eqs_side->pim_encap && shim->routed == ROUTED_IPV4;
+    emc_side->ipv6_encap = eqs_side->pim_encap && shim->routed == ROUTED_IPV6;
     emc_side->pim_cnt = eqs_side->pim_cnt;
     emc_side->eqs_mac_da = eqs_side->mac_da;
     emc_side->eqs_mac_da1 = eqs_side->mac_da1;

@@ -1,8 +1,8 @@
 #include "cm_rte_wrapper.h"
 
 #include "base/cmRte.h"
+#include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
-#include "roc/cmRteRoc.h"
 
 #include <cstdio>
 
@@ -90,7 +90,7 @@ int rte_ingress_proc(uint8_t *frm, uint32_t pkt_len, uint32_t port, shim_t *shim
     macInf.isPauseFrm = 0;
     macInf.isCrcBadFrm = 0;
     CmRteProc(port, rte_mem, &macInf, pkt_len, frm, &rslt, verbose);
-    if (rslt.dropRsnRslt != 0) {
+    if (rslt.dropRsnRslt != kNoRsn) {
         std::printf("Pkt dropped by RTE, reason code: %d\n", static_cast<int>(rslt.dropRsnRslt));
         std::printf("\t%s\n", rslt.dropRsnRslt < kRteRsnCnt ? rte_rsn_str[rslt.dropRsnRslt] : "(no text)");
         return 1;

@@ -1,5 +1,6 @@
 #include "emc.h"
 
+#include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 #include "eqs.h"
 
@@ -22,6 +23,7 @@ uint32_t dp_remap(void) {
 namespace {
 
 constexpr uint32_t kHeadRoom = 108;
+constexpr uint32_t kEcnCe = 3; // congestion experienced
 constexpr uint32_t kSeqHdrLen = 8;
 constexpr uint32_t kVsanHdrLen = 8;
 
@@ -153,7 +155,7 @@ void writeTrill(Edit &e) {
     e.out.num(e.pos2, e.side.trill_etype, 2);
     const uint32_t optLen = bits(comReg2, 9, 6);
     uint32_t hopCnt = bits(comReg2, 5, 0);
-    if (e.shim.rcv_trill && !e.shim.trill_term && e.shim.routed > 3) // transit
+    if (e.shim.rcv_trill && !e.shim.trill_term && isSwitched(e.shim.routed)) // transit
         hopCnt = (e.in.byte(e.has_trill_tag ? 19 : 15) - 1) & 0x3f;
     e.out.num(e.pos2 + 2, e.shim.trill_mc << 11 | optLen << 6 | hopCnt, 2);
     if (e.need_pim_hdr) {
@@ -175,8 +177,9 @@ void writeTrill(Edit &e) {
 }
 
 void writeAddresses(Edit &e) {
-    const bool b_trunk = e.shim.routed < 2 && e.side.egr_routed;
-    const bool familyEncap = e.shim.routed == 0 ? e.side.ipv4_encap : e.shim.routed == 1 && e.side.ipv6_encap;
+    const bool b_trunk = isIpRouted(e.shim.routed) && e.side.egr_routed;
+    const bool familyEncap =
+        e.shim.routed == ROUTED_IPV4 ? e.side.ipv4_encap : e.shim.routed == ROUTED_IPV6 && e.side.ipv6_encap;
     if (b_trunk && familyEncap)
         e.out.mac(e.pos2, e.side.eqs_mac_da, e.side.eqs_mac_da1);
     else
@@ -211,7 +214,7 @@ void writeCtag(Edit &e, uint32_t remap) {
     if (e.need_ctag && !(e.side.transparent_vlan && !e.has_ctag)) {
         const uint32_t rcvTci = e.in.hword(e.pos1 + 2);
         const uint32_t vid = e.side.transparent_vlan ? bits(rcvTci, 11, 0) : bits(e.side.eqs_ext_vid, 11, 0);
-        uint32_t cfi = e.shim.routed > 3 ? e.shim.egr_cfi : 0;
+        uint32_t cfi = isSwitched(e.shim.routed) ? e.shim.egr_cfi : 0;
         uint32_t prio = e.has_ctag ? bits(rcvTci, 15, 13) : e.shim.egr_vlan_pri;
         if (!e.has_ctag || bit(remap, 30))
             prio = pri_remap();
@@ -238,7 +241,7 @@ void passCnTag(Edit &e) {
 
 /// The tunnel's IP header and the PIM register header behind it.
 void writePimEncap(Edit &e) {
-    if (e.shim.routed == 1 && e.side.ipv6_encap) {
+    if (e.shim.routed == ROUTED_IPV6 && e.side.ipv6_encap) {
         const uint32_t cfg = e.regs.quad(offsetof(tsr_emc_quad_dmp_t, emc_pim_ipv6_cfg0));
         e.out.num(e.pos2, 6u << 28 | mappedDscp(e) << 20 | bits(e.side.flow_id, 19, 0), 4);
         e.out.num(e.pos2 + 4, 0, 2); // payload length
@@ -250,7 +253,7 @@ void writePimEncap(Edit &e) {
         }
         e.pos2 += 40;
     }
-    if (e.shim.routed == 0 && e.side.ipv4_encap) {
+    if (e.shim.routed == ROUTED_IPV4 && e.side.ipv4_encap) {
         const uint32_t cfg = e.regs.quad(offsetof(tsr_emc_quad_dmp_t, emc_pim_ipv4_cfg));
         e.out.num(e.pos2, 0x45, 1);
         e.out.num(e.pos2 + 1, mappedDscp(e), 1);
@@ -274,15 +277,15 @@ void writePimEncap(Edit &e) {
 
 /// The traffic class for the header that received `rcv`: the mapped code point, and the received ECN or its mark.
 uint32_t trafficClass(const Edit &e, uint32_t rcv) {
-    const bool markEcn = !e.shim.is_mgid && e.shim.w1_15_14 == 3;
-    return mappedDscp(e) | (markEcn ? 3 : rcv & 3);
+    const bool markEcn = !e.shim.is_mgid && e.shim.w1_15_14 == kEcnCe;
+    return mappedDscp(e) | (markEcn ? kEcnCe : rcv & 3);
 }
 
 void editIpHeader(Edit &e) {
     e.ipPos = e.pos2;
-    if (e.shim.routed == 1 || e.shim.routed == 5) {
+    if (carriesIpv6(e.shim.routed)) {
         copyOn(e, 40);
-        if (e.shim.routed == 1)
+        if (e.shim.routed == ROUTED_IPV6)
             e.out.set(e.ipPos + 7, e.out.get(e.ipPos + 7) - 1);
         const uint32_t b0 = e.out.get(e.ipPos);
         const uint32_t b1 = e.out.get(e.ipPos + 1);
@@ -290,9 +293,9 @@ void editIpHeader(Edit &e) {
         e.out.set(e.ipPos, (b0 & 0xf0) | tclass >> 4);
         e.out.set(e.ipPos + 1, (tclass & 0xf) << 4 | (b1 & 0xf));
         e.ipHdrLen = 40;
-    } else if (e.shim.routed == 0 || e.shim.routed == 4) {
+    } else if (carriesIpv4(e.shim.routed)) {
         copyOn(e, 24);
-        if (e.shim.routed == 0)
+        if (e.shim.routed == ROUTED_IPV4)
             e.out.set(e.ipPos + 8, e.out.get(e.ipPos + 8) - 1);
         e.out.set(e.ipPos + 1, trafficClass(e, e.out.get(e.ipPos + 1)));
         e.ipHdrLen = 4 * (e.out.get(e.ipPos) & 0xf);
@@ -301,7 +304,7 @@ void editIpHeader(Edit &e) {
 
 /// Takes a received VSAN header out and puts one in, as the shim says.
 void editVsanHeader(Edit &e) {
-    if (e.shim.routed != 2 && e.shim.routed != 3)
+    if (!isFcoeRouted(e.shim.routed))
         return;
     copyOn(e, 14);
     const uint32_t sel = e.shim.w4_13_0 & 0x3fff;
@@ -370,7 +373,7 @@ void cutFragments(const Edit &e, uint32_t len, Frames &frames, const emc_side_ba
         fragment.insert(fragment.end(), e.out.data() + from, e.out.data() + from + payload);
         from += payload;
         uint8_t *frm = frames.put(i, fragment.data(), static_cast<uint32_t>(fragment.size()), seqSide);
-        const bool ipv4 = e.shim.routed == 0 || e.shim.routed == 4;
+        const bool ipv4 = carriesIpv4(e.shim.routed);
         if (ipv4 && e.ipPos + 12 <= hdrLen) {
             if (!last)
                 frm[e.ipPos + 6] = static_cast<uint8_t>((frm[e.ipPos + 6] & 0x1f) | 0x20);
@@ -423,7 +426,7 @@ int emc_egress_proc(const uint8_t *frm_in, uint32_t pkt_len, const shim_t *shim,
     passCnTag(e);
     copyOn(e, 2); // EtherType
     if (e.has_pim_hdr)
-        e.pos1 += shim->routed ? 48 : 32;
+        e.pos1 += shim->routed == ROUTED_IPV4 ? 32 : 48;
     if (e.need_pim_hdr)
         writePimEncap(e);
     editIpHeader(e);

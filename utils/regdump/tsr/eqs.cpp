@@ -1,5 +1,6 @@
 #include "eqs.h"
 
+#include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 #include "cm_glue.h"
 
@@ -36,7 +37,12 @@ uint32_t iIVID(const shim_t *shim) {
 
 /// A copy of an IP multicast frame, whose VLAN the multicast tables give.
 bool isMcastCopy(const shim_t *shim) {
-    return shim->is_mgid && shim->w1_15_14 == 3;
+    return shim->is_mgid && shim->w1_15_14 == MCAST_L3;
+}
+
+/// One whose group points into the tables; all ones in the upper bits say that the group is the VLAN itself.
+bool isMcastCopyByTable(const shim_t *shim) {
+    return isMcastCopy(shim) && bits(shim->w2_16_0, 16, 14) < 7;
 }
 
 /// The VLAN and port entry of VLAN pair `evtIdx` of port `elp`.
@@ -94,7 +100,7 @@ uint32_t queueElp(const tsr_dmp_t *tsr_reg, uint32_t q) {
 /// The frame's VPN at its egress port, translated where the table says so.
 uint32_t egressVpn(const shim_t *shim, uint32_t elp, uint32_t vptWord, const tsr_dmp_t *tsr_reg) {
     uint32_t vpn = bits(vptWord, 19, 0);
-    if (shim->routed > 3)
+    if (isSwitched(shim->routed))
         vpn = shim->vpn_id;
     for (uint32_t i = 0; i < 4096; i++) {
         const uint32_t tcm = dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_tcm_mem), 2 * i);
@@ -110,7 +116,7 @@ uint32_t egressVpn(const shim_t *shim, uint32_t elp, uint32_t vptWord, const tsr
 uint32_t finalEivid(const shim_t *shim, const tsr_dmp_t *tsr_reg) {
     if (!isMcastCopy(shim))
         return shim->egr_ivid;
-    if (bits(shim->w2_16_0, 16, 14) < 7)
+    if (isMcastCopyByTable(shim))
         return copyVlan(tsr_reg, shim);
     return bits(shim->w2_16_0, 12, 0);
 }
@@ -167,7 +173,7 @@ void tunnelParameters(const shim_t *shim, eqs_side_band_t *sideband, const tsr_d
     const uint32_t idx = shim->w2_16_0 & 0xfff;
     auto pet = [&](uint32_t word) { return dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_pet_mem), idx * 8 + word); };
 
-    if (shim->routed == 0) {
+    if (shim->routed == ROUTED_IPV4) {
         sideband->mac_da = pet(0);
         sideband->mac_da1 = bits(pet(1), 15, 0);
         sideband->dbr_id = bits(pet(1), 30, 15);
@@ -176,7 +182,7 @@ void tunnelParameters(const shim_t *shim, eqs_side_band_t *sideband, const tsr_d
         sideband->m_bit = bit(pet(4), 1);
         sideband->b_bit = bit(pet(4), 0);
         sideband->trill_da = pet(5);
-    } else if (shim->routed == 1) {
+    } else if (shim->routed == ROUTED_IPV6) {
         sideband->mac_da = pet(0);
         sideband->mac_da1 = bits(pet(1), 15, 0);
         sideband->dbr_id = bits(pet(1), 30, 15);
@@ -217,22 +223,23 @@ const uint8_t *find_ip_hdr_in_frm(const uint8_t *frm) {
 }
 
 int pim_encap_required(const shim_t *shim, eqs_side_band_t *sideband, const tsr_dmp_t *) {
-    sideband->pim_encap = shim->is_mgid && shim->routed < 2 && shim->w1_15_14 == 3 &&
-                          sideband->final_eivid != iIVID(shim) && shim->w2_16_0 <= 4095;
+    sideband->pim_encap =
+        isMcastCopy(shim) && isIpRouted(shim->routed) && sideband->final_eivid != iIVID(shim) && shim->w2_16_0 <= 4095;
     return static_cast<int>(sideband->pim_encap);
 }
 
 int l2_3_source_supp(const shim_t *shim, eqs_side_band_t *sideband, int pre, uint32_t elp, const tsr_dmp_t *tsr_reg) {
     bool routed_at_egress = false;
-    if (shim->routed == 2 || shim->routed == 3) {
+    if (isFcoeRouted(shim->routed)) {
         routed_at_egress = true;
-    } else if (shim->routed < 2 && (!shim->is_mgid || shim->w1_15_14 == 0)) {
+    } else if (isIpRouted(shim->routed) && (!shim->is_mgid || shim->w1_15_14 == MCAST_UCAST_FLOOD)) {
         routed_at_egress = true;
-    } else if (pre && isMcastCopy(shim) && bits(shim->w2_16_0, 16, 14) < 7) {
+    } else if (pre && isMcastCopyByTable(shim)) {
         return 0;
-    } else if (!pre && shim->routed < 2 && isMcastCopy(shim) && iIVID(shim) != shim->egr_ivid) {
+    } else if (!pre && isIpRouted(shim->routed) && isMcastCopy(shim) && iIVID(shim) != shim->egr_ivid) {
         routed_at_egress = true;
-    } else if (shim->routed < 4 && shim->is_mgid && (shim->w1_15_14 == 1 || shim->w1_15_14 == 2)) {
+    } else if (!isSwitched(shim->routed) && shim->is_mgid &&
+               (shim->w1_15_14 == MCAST_BCAST || shim->w1_15_14 == MCAST_L2)) {
         say(" this is not supposed to happen");
         routed_at_egress = true;
     } else if (shim->pim_decap) {
@@ -254,7 +261,7 @@ int l2_3_source_supp(const shim_t *shim, eqs_side_band_t *sideband, int pre, uin
                           (bit(sideband->rte_eqs_trill_en_q, ELP) || !evtHairpin(tsr_reg, elp, shim->egr_ivid));
     if (suppress && !shim->dont_touch)
         return 1;
-    return shim->routed >= 4 && isMcastCopy(shim) && iIVID(shim) != shim->egr_ivid;
+    return isSwitched(shim->routed) && isMcastCopy(shim) && iIVID(shim) != shim->egr_ivid;
 }
 
 int vlan_filtering(const shim_t *shim, eqs_side_band_t *sideband, int pre, uint32_t elp, const tsr_dmp_t *tsr_reg) {
@@ -266,7 +273,7 @@ int vlan_filtering(const shim_t *shim, eqs_side_band_t *sideband, int pre, uint3
     }
     if (!vlan_drop || shim->dont_touch)
         return 0;
-    if (pre && isMcastCopy(shim) && bits(shim->w2_16_0, 16, 14) < 7)
+    if (pre && isMcastCopyByTable(shim))
         return 0;
     return !bit(sideband->rte_eqs_trill_en_q, elp);
 }
@@ -295,8 +302,8 @@ int eqs_egress_proc(const uint8_t *frm, uint32_t pkt_len, const shim_t *shim, eq
     sideband->final_eivid = finalEivid(shim, tsr_reg);
 
     // A routed IPv4 frame that may be fragmented is not held to the MTU here.
-    const bool mayFragment = shim->routed == 0 && !(ipField(frm, pkt_len, 6, 2) & 0x4000);
-    if (!mayFragment && pkt_len > mtuWord(tsr_reg, shim->routed == 1, shim->egr_ivid))
+    const bool mayFragment = shim->routed == ROUTED_IPV4 && !(ipField(frm, pkt_len, 6, 2) & 0x4000);
+    if (!mayFragment && pkt_len > mtuWord(tsr_reg, shim->routed == ROUTED_IPV6, shim->egr_ivid))
         return dropFrame(sideband, "Frame dropped due to MTU violation");
 
     if (suppressedOrFiltered(shim, sideband, 0, elp, tsr_reg))
@@ -306,9 +313,9 @@ int eqs_egress_proc(const uint8_t *frm, uint32_t pkt_len, const shim_t *shim, eq
         return dropFrame(sideband, "Frame dropped due to VPN ID filtering ");
 
     sideband->elp = elp;
-    if (shim->routed == 0)
+    if (shim->routed == ROUTED_IPV4)
         countFragments(frm, pkt_len, shim, sideband, elp, tsr_reg);
-    else if (shim->routed == 1)
+    else if (shim->routed == ROUTED_IPV6)
         pim_encap_required(shim, sideband, tsr_reg);
 
     const uint32_t evt = evtWord(tsr_reg, elp, sideband->final_eivid >> 1);

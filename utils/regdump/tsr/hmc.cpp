@@ -1,5 +1,6 @@
 #include "hmc.h"
 
+#include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 #include "cm_glue.h"
 
@@ -94,7 +95,7 @@ int hmc_ingress_proc(uint8_t *frm, uint32_t, shim_t *shim, iqs_side_band_t *side
     if (shim->dont_touch)
         return 0;
 
-    shim->routed = 2;
+    shim->routed = ROUTED_FCOE_VF;
     uint8_t *place = frm + addressPlace(frm);
     CmSetDword(hdr.mac_da, 4, place);
     CmSetDword(hdr.mac_da1, 2, place + 4);

@@ -1,5 +1,7 @@
 #include "regdec_route.h"
 
+#include "base/cmRteCfg.h"
+#include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 #include "cm_glue.h"
 #include "cm_rte_wrapper.h"
@@ -15,7 +17,6 @@
 
 namespace {
 
-constexpr uint32_t kMaxIngressPort = 11;
 /// Room behind the frame: for the FCS, the bytes that the model clears, and the addresses that HMC writes.
 constexpr size_t kFrameRoom = 100;
 constexpr uint32_t kFcsLen = 4;
@@ -81,24 +82,24 @@ void routeThroughModel(Packet &packet, uint32_t rx_port, const tsr_dmp_t *tsr_re
         printShimAndPacket(shim, packet);
     }
     switch (bp_shim.rslt_typ) {
-    case 0:
+    case RSLT_DROP:
         if (verbose)
             std::puts("!!! RTE dropped packet");
         std::puts("DROP\n");
         break;
-    case 1:
+    case RSLT_TRAP:
         if (verbose)
             std::printf("!!! RTE trapped packet to Q %d, rsn is 0x%x\n", static_cast<int>(bp_shim.trap_queue),
                         bp_shim.trap_rsn);
         break;
-    case 3:
+    case RSLT_FWD_A_TRAP:
         // The copy is trapped, and the frame goes on as well.
         if (verbose)
             std::printf("!!! RTE trapped packet to Q %d, rsn 0x%x\n", static_cast<int>(bp_shim.trap_queue),
                         bp_shim.trap_rsn);
         forwardIngress(packet, shim, bp_shim, tsr_reg, verbose);
         break;
-    case 2:
+    case RSLT_FWD:
         forwardIngress(packet, shim, bp_shim, tsr_reg, verbose);
         break;
     }
@@ -166,7 +167,7 @@ void routeEgress(Packet &packet, tsr_dmp_t *tsr_reg, int verbose) {
 
 int regdec_route(const RouteArgs &args, tsr_dmp_t *tsr_reg) {
     Packet packet;
-    const bool has_shim = args.rx_port > kMaxIngressPort;
+    const bool has_shim = args.rx_port >= kPortCnt;
     packet.pkt.resize(args.len + kFrameRoom);
     frame_raw(packet.pkt.data(), has_shim, static_cast<int>(args.len), args.frame, static_cast<int>(args.len),
               &packet.pkt_len, packet.wireShim, kShimBytes);

@@ -1,7 +1,9 @@
 #pragma once
 // Bits, byte lists in network order, the bit-pair swap of hash keys, and checksums.
 
+#include <algorithm>
 #include <cstdint>
+#include <initializer_list>
 
 /// Bits `hi` to `lo` of `word`, shifted down; 31 >= hi >= lo.
 constexpr uint32_t bits(uint32_t word, unsigned hi, unsigned lo) {
@@ -22,6 +24,11 @@ constexpr uint64_t bits64(uint64_t word, unsigned hi, unsigned lo) {
 constexpr uint32_t setBits(uint32_t word, unsigned hi, unsigned lo, uint32_t value) {
     const uint32_t mask = 0xffffffffu >> (31 - (hi - lo)) << lo;
     return (word & ~mask) | (value << lo & mask);
+}
+
+/// Whether `list` holds `value`.
+inline bool isOneOf(uint32_t value, std::initializer_list<uint32_t> list) {
+    return std::find(list.begin(), list.end(), value) != list.end();
 }
 
 /// Reads `byteNum` bytes, first byte most significant, zero-extended. The caller keeps `byteNum` within 4 or 8.

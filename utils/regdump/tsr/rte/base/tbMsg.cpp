@@ -107,6 +107,10 @@ int TbMsgGetExitOnErr(void) {
     return exitOnErr;
 }
 
+void Prt(const char *name, uint32_t value) {
+    std::printf("%-30s = 0x%08x\n", name, value);
+}
+
 void Exit_(int ret) {
     // Despite the name the process goes on, and the status is not used.
     (void)ret;

@@ -1,6 +1,8 @@
 #pragma once
 // The one message function of the model, and the trace macro through which the stages call it.
 
+#include <cstdint>
+
 enum TB_MSG_TYPE {
     TB_MSG_PANIC = 0,
     TB_MSG_ERROR = 1,
@@ -43,6 +45,9 @@ void Exit_(int ret);
 
 /// Has a debugger print the stack of this process; does nothing while argv0 is null.
 void TbStackTrace(void);
+
+/// Prints one named value of a block of the trace.
+void Prt(const char *name, uint32_t value);
 
 /// Prints `fmt` (a literal) as it stands when the frame's debug level is above `level`. Needs `statPtr` in scope.
 #define CM_TRACE_RAW(level, fmt, ...)                                                                                  \

@@ -1,15 +1,14 @@
 // Two results of one frame side by side.
 
+#include "base/cmRteVerdict.h"
+#include "base/cmUtl.h"
 #include "log/cmRteLog.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
 
 namespace {
-
-enum RSLT_TYP : uint32_t { RSLT_TYP_DROP = 0, RSLT_TYP_TRAP = 1 };
 
 /// The words behind the shim records.
 struct ExtraWord {
@@ -30,10 +29,6 @@ constexpr ExtraWord kExtraWords[] = {
 
 bool bothAre(const CmRteRslt &cm, const CmRteRslt &rtl, uint32_t rsltTyp) {
     return cm.hsiShim0Rslt.rslt_typ == rsltTyp && rtl.hsiShim0Rslt.rslt_typ == rsltTyp;
-}
-
-bool isOneOf(uint32_t trapRsn, std::initializer_list<uint32_t> trapRsns) {
-    return std::find(trapRsns.begin(), trapRsns.end(), trapRsn) != trapRsns.end();
 }
 
 /// What a trap that came before classification leaves open.
@@ -121,24 +116,27 @@ void CmRteLogDiffRslt(CmRteRslt *cmRsltPtr, CmRteRslt *rtlRsltPtr) {
     CmRteRslt &cm = *cmRsltPtr;
 
     CmRteRslt rtlCopy = *rtlRsltPtr;
-    if (bothAre(cm, *rtlRsltPtr, RSLT_TYP_TRAP) && isOneOf(rtlRsltPtr->hsiShim0Rslt.trap_rsn, {0, 24, 25})) {
+    if (bothAre(cm, *rtlRsltPtr, RSLT_TRAP) &&
+        isOneOf(rtlRsltPtr->hsiShim0Rslt.trap_rsn, {TRP_L2_HDR_VIO, TRP_TRILL_TTL, TRP_TRILL_RPF})) {
         takeEarlyTrapFields(rtlCopy, cm);
         rtlRsltPtr = &rtlCopy;
     }
     CmRteRslt &rtl = *rtlRsltPtr;
 
-    if (bothAre(cm, rtl, RSLT_TYP_TRAP) && cm.shim0Rslt.routed == rtl.shim0Rslt.routed &&
-        isOneOf(cm.hsiShim0Rslt.trap_rsn, {4, 5, 7, 8, 9, 10, 11, 12, 15, 16, 19, 22, 23}))
+    if (bothAre(cm, rtl, RSLT_TRAP) && cm.shim0Rslt.routed == rtl.shim0Rslt.routed &&
+        isOneOf(cm.hsiShim0Rslt.trap_rsn, {TRP_IP_HDR_VIO, TRP_IP_TTL, TRP_IP_DA_MCAST, TRP_IP_SA_MCAST, TRP_IP_PIM_HDR,
+                                           TRP_IPV4_CKSUM, TRP_IPV4_IHL_GT5, TRP_IPV6_HBH, TRP_FCOE_HDR_VIO,
+                                           TRP_FCOE_TTL, TRP_IP_PIM_NULL, TRP_IPV4_RTR_ALERT, TRP_IPV6_MLEN}))
         takeTrapFields(rtl, cm);
 
-    if (cm.hsiShim0Rslt.rslt_typ != RSLT_TYP_DROP)
-        cm.dropRsnRslt = 0;
-    if (rtl.hsiShim0Rslt.rslt_typ != RSLT_TYP_DROP)
-        rtl.dropRsnRslt = 0;
+    if (cm.hsiShim0Rslt.rslt_typ != RSLT_DROP)
+        cm.dropRsnRslt = kNoRsn;
+    if (rtl.hsiShim0Rslt.rslt_typ != RSLT_DROP)
+        rtl.dropRsnRslt = kNoRsn;
 
-    if (bothAre(cm, rtl, RSLT_TYP_DROP))
+    if (bothAre(cm, rtl, RSLT_DROP))
         takeDropFields(cm, rtl);
-    if (bothAre(cm, rtl, RSLT_TYP_TRAP))
+    if (bothAre(cm, rtl, RSLT_TRAP))
         takeTrapEgress(cm, rtl);
 
     if (cm.hsiShim1Rslt.r_span == 0 && rtl.hsiShim1Rslt.r_span == 0)

@@ -1,24 +1,17 @@
 #include "lue/cmRteLue.h"
 
 #include "base/cmLu.h"
+#include "base/cmRteFrm.h"
 #include "base/cmRteHis.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
-#include "roc/cmRteRoc.h"
 
 #include <algorithm>
 
 namespace {
 
-/// Trap reasons that this stage gives.
-enum : uint32_t { TRP_HDR_VIO = 0, TRP_RP_PIM_ENCAP = 18, TRP_TRILL_RPF = 25 };
-
 /// Source addresses with this bit are locally administered: bit 1 of the first byte on the wire.
 constexpr unsigned kLocalMacBit = 41;
-
-bool prcVerdict(const CmRteStat *statPtr) {
-    return statPtr->l2PrcTrap || statPtr->l2PrcDrop;
-}
 
 uint32_t defInnerVid(const CmRteStat *statPtr) {
     return statPtr->portRegPtr->rte_prc_def_inner_vlan_id & 0x1fff;
@@ -43,7 +36,7 @@ void ckLocalMac(CmRteStat *statPtr) {
         return;
     if (statPtr->portRegPtr->rte_prc_l2_trap_local_mac_err) {
         statPtr->l2PrcTrap = 1;
-        statPtr->l2PrcTrapRsn = TRP_HDR_VIO;
+        statPtr->l2PrcTrapRsn = TRP_L2_HDR_VIO;
         statPtr->l2PrcTrapQue = statPtr->comRegPtr->rte_l2_hdr_vio_trap_que;
         CM_TRACE(1, "[Type] MacSa is Local and typAttrib local_mac_drop=1 ==> packet marked for TRAP\n");
     } else {
@@ -75,7 +68,7 @@ void ckChassisSa(CmRteStat *statPtr) {
     if (statPtr->comRegPtr->rte_l2_trap_chs_sa_err && !statPtr->l2PrcTrap) {
         statPtr->l2PrcTrap = 1;
         statPtr->l2PrcTrapQue = statPtr->comRegPtr->rte_l2_hdr_vio_trap_que;
-        statPtr->l2PrcTrapRsn = TRP_HDR_VIO;
+        statPtr->l2PrcTrapRsn = TRP_L2_HDR_VIO;
         CM_TRACE(1, "L2 SA is chassis address. TRAP\n");
     } else if (!prcVerdict(statPtr)) {
         statPtr->l2PrcDrop = 1;
@@ -86,16 +79,16 @@ void ckChassisSa(CmRteStat *statPtr) {
 
 /// Starts the layer-3 lookups of a frame that the parser found good, or hands over what the parser said of it.
 void layer3(CmRteStat *statPtr) {
-    if (statPtr->l3PrcTrapRsn || statPtr->l3PrcDropRsn) {
-        statPtr->l3IpTrapVld = statPtr->l3PrcTrapRsn != 0;
+    if (!prcL3NoRsn(statPtr)) {
+        statPtr->l3IpTrapVld = statPtr->l3PrcTrapRsn != kNoRsn;
         statPtr->l3IpTrapQue = statPtr->l3PrcTrapQue;
         statPtr->l3IpTrapRsn = statPtr->l3PrcTrapRsn;
         statPtr->l3IpDropRsn = statPtr->l3PrcDropRsn;
         return;
     }
-    if (statPtr->l3IpVer != 4 && statPtr->l3IpVer != 6)
+    if (!isIp(statPtr))
         return;
-    if (statPtr->l3IpVer == 4)
+    if (isIpv4(statPtr))
         L3Ipv4(statPtr);
     else
         L3Ipv6(statPtr);

@@ -2,14 +2,9 @@
 // The lookup stage (LUE): its sub-stages in the order in which a frame meets them, and what they share.
 
 #include "base/cmRte.h"
-
-/// The four results of a path selection.
-enum RTE_RSLT_TYP : uint32_t { RSLT_DROP = 0, RSLT_TRAP = 1, RSLT_FWD = 2, RSLT_FWD_A_TRAP = 3 };
-
-/// Whether the frame goes on, with or without a copy to the CPU.
-inline bool isFwd(uint32_t rsltTyp) {
-    return rsltTyp == RSLT_FWD || rsltTyp == RSLT_FWD_A_TRAP;
-}
+#include "base/cmRteCnt.h"
+#include "base/cmRteVerdict.h"
+#include "lue/cmRteLueLrn.h"
 
 // cmRteLue
 void L2CtrlCls(CmRteStat *statPtr);
@@ -22,11 +17,6 @@ void RteEnCk(CmRteStat *statPtr);
 void MacCls(CmRteStat *statPtr);
 void L2VidCls(CmRteStat *statPtr);
 void CloudCls(CmRteStat *statPtr);
-/// Adds `incr` to the 64-bit counter with its high word at `dwPtr[0]`, and ANDs each word with its half of `msk`.
-void IncrSts(uint32_t *dwPtr, uint64_t msk, uint32_t incr);
-/// The widths of the chip's counters: frames are counted in 40 bits, bytes in 48.
-inline constexpr uint64_t kFrmCntMsk = 0xff'ffffffff;
-inline constexpr uint64_t kByteCntMsk = 0xffff'ffffffff;
 
 // cmRteLueL2Exm, cmRteLueL2Egid
 void L2Exm(CmRteStat *statPtr);
@@ -51,10 +41,6 @@ uint32_t CkRteRqdEgidOnlyL2(const CmRteHsiComReg *comRegPtr_, uint32_t egid);
 uint32_t CmRteCkRteRqdEgid(const CmRteStat *statPtr, uint32_t gid);
 uint32_t CmRteCkRteRqdEgidL2(const CmRteHsiComReg *comRegPtr_, uint32_t gid);
 
-// cmRteLueL2Lrn
-void L2Lrn(CmRteStat *statPtr);
-void L2DaLrn(CmRteStat *statPtr);
-
 // cmRteLueL2Psel, cmRteLueL2Mp
 
 /// The result of one layer-2 path selection.
@@ -72,10 +58,6 @@ void l2MultipathProcess(CmRteStat *statPtr, uint32_t isDaLu);
 uint32_t L2PselLgid(uint32_t lgid, CmRteStat *statPtr);
 uint32_t L2PselMpid(uint32_t mpid, CmRteStat *statPtr);
 uint32_t MctMpid(uint32_t mctId, uint32_t npath, CmRteStat *statPtr);
-/// Count the frame at an address of the path memories.
-void LagSts(uint32_t lag_addr, CmRteStat *statPtr);
-void L2MpidSts(uint32_t mp_addr, CmRteStat *statPtr);
-void MctMpSts(uint32_t mct_addr, CmRteStat *statPtr);
 /// Banks of the ACL counters, which the two layers share.
 inline constexpr uint32_t kAclStsBnks = 8;
 /// First bank of layer 2 (`owner` 0) or 3 (1) whose id is `id`; kAclStsBnks when none does.
@@ -87,7 +69,6 @@ void checkFinalEgid(CmRteStat *statPtr);
 // cmRteLueTrill
 void TrillMyRbLu(CmRteStat *statPtr);
 void trillRpf(CmRteStat *statPtr);
-void TrillTtlAndLrnEnCheck(CmRteStat *statPtr, uint32_t rslt_typ, uint32_t egid_mgid, uint32_t is_mgid);
 
 // cmRteLueFcoe
 void FcoeCls(CmRteStat *statPtr);

@@ -1,14 +1,11 @@
 #include "lue/cmRteLue.h"
 
+#include "base/cmRteFrm.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "lue/cmRteLueL3.h"
-#include "roc/cmRteRoc.h"
 
 namespace {
-
-/// Trap reasons of the prefix search.
-enum : uint32_t { TRP_LPM_HIT = 13, TRP_LPM_MISS = 14 };
 
 /// Upper 16 bits of the address of a domain controller; the low byte is its domain.
 constexpr uint32_t kDomainCtlr = 0xfffc;
@@ -45,9 +42,9 @@ void FcoeCls(CmRteStat *statPtr) {
     const CmRteHsiMem *memPtr = statPtr->memPtr;
 
     if (!statPtr->l2ExmDaIsMgidOrig && CmRteCkRteRqdEgid(statPtr, statPtr->l2ExmDaEgidOrig)) {
-        if (bit(statPtr->l2ExmDaEgidOrig, 12))
+        if (bit(statPtr->l2ExmDaEgidOrig, kRteRqdFcoeVfBit))
             statPtr->l2FcoeVfRouted = 1;
-        else if (bit(statPtr->l2ExmDaEgidOrig, 11))
+        else if (bit(statPtr->l2ExmDaEgidOrig, kRteRqdFcoeVeBit))
             statPtr->l2FcoeVeRouted = 1;
     }
 
@@ -79,7 +76,7 @@ void FcoeLu(CmRteStat *statPtr) {
     const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
 
     if (!statPtr->portRegPtr->rte_prc_fcoe_en) {
-        if (statPtr->l3PrcDropRsn == 0 && statPtr->l3PrcTrapRsn == 0)
+        if (prcL3NoRsn(statPtr))
             statPtr->l3PrcDropRsn = DRP_NOT_EN;
         CM_TRACE(1, "FCoE PRC not enabled, L3 DROP\n");
         return;
@@ -91,10 +88,10 @@ void FcoeLu(CmRteStat *statPtr) {
     statPtr->l2FcoeLuDidHit = da.hit;
     if (da.hit) {
         statPtr->l2FcoeTrapQue = comRegPtr->rte_fcoe_hit_trap_que;
-        statPtr->l2FcoeTrapRsn = TRP_LPM_HIT;
+        statPtr->l2FcoeTrapRsn = TRP_L3_HIT;
     } else {
         statPtr->l2FcoeTrapQue = comRegPtr->rte_fcoe_miss_trap_que;
-        statPtr->l2FcoeTrapRsn = TRP_LPM_MISS;
+        statPtr->l2FcoeTrapRsn = TRP_L3_MISS;
     }
     // A miss reads the default word as a hit reads its own.
     statPtr->l2FcoeLuTrapEn = bit(da.rslt, 9);

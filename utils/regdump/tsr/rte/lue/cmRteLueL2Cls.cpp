@@ -1,6 +1,7 @@
 #include "lue/cmRteLue.h"
 
 #include "base/cmLu.h"
+#include "base/cmRteFrm.h"
 #include "base/cmRteHis.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
@@ -10,10 +11,6 @@ namespace {
 constexpr uint32_t kMacTblCnt = 64;    // sub-tables of the MAC TCAM
 constexpr uint32_t kMacEntryCnt = 32;  // entries in one of them
 constexpr uint32_t kMacEntryWords = 8; // words of an entry, X and Y
-
-bool prcVerdict(const CmRteStat *statPtr) {
-    return statPtr->l2PrcTrap || statPtr->l2PrcDrop;
-}
 
 /// What the 64 sub-tables of the MAC TCAM found.
 struct MacHits {
@@ -53,12 +50,6 @@ ClsIdx firstCloud(const CmTcamTbl &tcamTbl, const uint32_t (&mask)[4], uint32_t 
 }
 
 } // namespace
-
-void IncrSts(uint32_t *dwPtr, uint64_t msk, uint32_t incr) {
-    const uint64_t count = ((static_cast<uint64_t>(dwPtr[0]) << 32 | dwPtr[1]) + incr) & msk;
-    dwPtr[0] = static_cast<uint32_t>(count >> 32);
-    dwPtr[1] = static_cast<uint32_t>(count);
-}
 
 void MacCls(CmRteStat *statPtr) {
     CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;

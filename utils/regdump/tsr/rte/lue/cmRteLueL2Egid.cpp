@@ -1,21 +1,13 @@
 // The tests for the egids that mean something other than a way out: drop, trap, pass-through, routing required.
 
+#include "base/cmRteFrm.h"
 #include "base/cmUtl.h"
 #include "lue/cmRteLue.h"
 
 namespace {
 
-/// Whether the group word has the form of an EGID.
-bool isEgidForm(uint32_t gid) {
-    return bits(gid, 16, 14) == 1 && bit(gid, 13) == 0;
-}
-
-uint32_t egidOf(uint32_t gid) {
-    return bits(gid, 12, 0);
-}
-
 bool matchesRteRqd(const CmRteHsiComReg *comRegPtr, uint32_t egid) {
-    return bits(egid, 8, 0) == bits(comRegPtr->rte_rte_rqd_egid, 8, 0) && bits(egid, 14, 13) == 2;
+    return hasRteRqdId(egid, comRegPtr->rte_rte_rqd_egid) && isEgidFormOfRteRqd(egid);
 }
 
 /// EGID form, and none of the egids that end a frame's way.
@@ -43,7 +35,7 @@ uint32_t CmRteCkNorDropEgid(const CmRteStat *statPtr, uint32_t gid) {
 
 uint32_t CmRteCkPthEgid(const CmRteStat *statPtr, uint32_t gid) {
     const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    return mayBeRteRqd(comRegPtr, gid) && bits(gid, 8, 0) != bits(comRegPtr->rte_rte_rqd_egid, 8, 0) &&
+    return mayBeRteRqd(comRegPtr, gid) && !hasRteRqdId(gid, comRegPtr->rte_rte_rqd_egid) &&
            egidOf(gid) == comRegPtr->rte_pth_egid;
 }
 
@@ -51,16 +43,16 @@ uint32_t CkRteRqdEgidOnly(const CmRteStat *statPtr, uint32_t egid) {
     if (!matchesRteRqd(statPtr->comRegPtr, egid))
         return 0;
     if (statPtr->l2FcoeFound)
-        return bits(egid, 12, 11) != 0;
-    if (statPtr->l3IpVer == 6)
-        return bit(egid, 10);
-    if (statPtr->l3IpVer == 4)
-        return bit(egid, 9);
+        return bits(egid, kRteRqdFcoeVfBit, kRteRqdFcoeVeBit) != 0;
+    if (isIpv6(statPtr))
+        return bit(egid, kRteRqdIpv6Bit);
+    if (isIpv4(statPtr))
+        return bit(egid, kRteRqdIpv4Bit);
     return 0;
 }
 
 uint32_t CkRteRqdEgidOnlyL2(const CmRteHsiComReg *comRegPtr_, uint32_t egid) {
-    return matchesRteRqd(comRegPtr_, egid) && bits(egid, 12, 9) != 0;
+    return matchesRteRqd(comRegPtr_, egid) && bits(egid, kRteRqdFcoeVfBit, kRteRqdIpv4Bit) != 0;
 }
 
 uint32_t CmRteCkRteRqdEgid(const CmRteStat *statPtr, uint32_t gid) {

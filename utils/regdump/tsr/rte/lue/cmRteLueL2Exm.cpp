@@ -5,7 +5,6 @@
 #include "base/cmRteHis.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
-#include "hsi/cmRteHsiReg.h"
 #include "lue/cmRteLue.h"
 
 #include <iterator>
@@ -18,14 +17,13 @@ constexpr uint32_t kExmBkts = 12288;
 constexpr uint32_t kExmTcamEntries = 1024;
 constexpr uint32_t kMyDaEntries = 128;
 constexpr uint32_t kDbgCnts = 16;
-constexpr uint32_t kEgidForm = 0x4000; // makes a group of an egid
 constexpr unsigned kMcastMacBit = 40;
 
-/// Trap reasons that this stage gives.
-enum : uint32_t { TRP_L2_HIT = 1, TRP_L2_MISS = 2 };
-
-/// What the result word says of TRILL.
-enum : uint32_t { TRILL_CMD_MCTID = 1, TRILL_CMD_DEST = 2, TRILL_CMD_OVERRIDE = 3 };
+// The ranges of the chip's own addresses stand in a row, one field a register.
+static_assert(offsetof(CmRteHsiComReg, rte_l2_chs_mac_hi_127) ==
+              offsetof(CmRteHsiComReg, rte_l2_chs_mac_hi_0) + (kMyDaEntries - 1) * sizeof(uint32_t));
+static_assert(offsetof(CmRteHsiComReg, rte_l2_chs_mac_lo_127) ==
+              offsetof(CmRteHsiComReg, rte_l2_chs_mac_lo_0) + (kMyDaEntries - 1) * sizeof(uint32_t));
 
 CmTcamTbl tcamTbl;
 CmExmTbl exmTbl;
@@ -168,7 +166,7 @@ void takeDaRslt(CmRteStat *statPtr) {
 void takeDaTrap(CmRteStat *statPtr) {
     const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     if (!statPtr->l2ExmDaLuMiss) {
-        statPtr->l2ExmDaTrapRsn = 0;
+        statPtr->l2ExmDaTrapRsn = kNoRsn;
         statPtr->l2ExmDaTrapQue = 0;
         if (statPtr->l2ExmDaTrapEn) {
             statPtr->l2ExmDaTrapRsn = TRP_L2_HIT;
@@ -324,13 +322,12 @@ void searchMyDaPrefix(const CmRteStat *statPtr, uint64_t addr) {
 /// Walks the prefix hits up to the first one whose range holds the low half of `addr`. Returns whether there is one,
 /// with its entry in `*idxPtr`.
 bool findMyDaRange(const CmRteStat *statPtr, uint64_t addr, uint32_t *idxPtr) {
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     const uint32_t low = static_cast<uint32_t>(bits64(addr, 23, 0));
     for (uint32_t i = 0; i < tcamTbl.hitCount; i++) {
         const uint32_t idx = tcamTbl.hitList[i] & (kMyDaEntries - 1);
-        uint32_t rngLo = 0;
-        uint32_t rngHi = 0;
-        CmRteHsiComRegRd(statPtr->comRegPtr, statPtr->list_RTE_MYDA_RANGE_LO_REG[idx], &rngLo);
-        CmRteHsiComRegRd(statPtr->comRegPtr, statPtr->list_RTE_MYDA_RANGE_HI_REG[idx], &rngHi);
+        const uint32_t rngLo = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_chs_mac_lo_0, idx);
+        const uint32_t rngHi = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_chs_mac_hi_0, idx);
         if (rngLo <= low && low <= rngHi) {
             *idxPtr = idx;
             return true;
@@ -346,7 +343,7 @@ template <size_t N> void takeFloodGroup(CmRteStat *statPtr, const uint32_t (&mgi
 }
 
 void takeDropEgid(CmRteStat *statPtr) {
-    statPtr->l2ExmDaLgidEgidMgid = statPtr->comRegPtr->rte_drop_egid | kEgidForm;
+    statPtr->l2ExmDaLgidEgidMgid = gidOfEgid(statPtr->comRegPtr->rte_drop_egid);
     statPtr->l2ExmDaIsMgid = 0;
 }
 

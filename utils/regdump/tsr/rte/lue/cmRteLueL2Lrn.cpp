@@ -1,6 +1,7 @@
 // Learning: requests to software to learn a source or a destination address, through one FIFO each. A bitmap of
 // requests in progress, by a hash of the request, stands in front of each FIFO.
 
+#include "base/cmRteFrm.h"
 #include "base/cmRteHis.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
@@ -171,7 +172,7 @@ template <size_t N> void pushLrnInf(CmRteStat *statPtr, const LrnFifo &fifo, uin
 uint32_t ckLrnTrill(CmRteStat *statPtr) {
     const uint32_t sa = statPtr->l2TrillSa;
     const uint32_t knownSa = statPtr->l2ExmSaTrillDa;
-    if (statPtr->l2ExmSaTrillCmd == 1) {
+    if (statPtr->l2ExmSaTrillCmd == TRILL_CMD_MCTID) {
         if (bits(sa, 19, 17) == 0 && sa == bits(knownSa, 12, 0) && !statPtr->l2ExmSaTrillMc) {
             CM_TRACE(1, "[L2 SA Learn] TrillMCtId,  lrnRqd=0 (l2TrillSa=0x%x, l2ExmSaTrillDa=0x%x, l2ExmTrillMc=%u) \n",
                      sa, knownSa, statPtr->l2ExmSaTrillMc);
@@ -183,7 +184,7 @@ uint32_t ckLrnTrill(CmRteStat *statPtr) {
                  sa, knownSa, statPtr->l2ExmSaTrillMc);
         return 1;
     }
-    if (statPtr->l2ExmSaTrillCmd == 0) {
+    if (statPtr->l2ExmSaTrillCmd == TRILL_CMD_NONE) {
         CM_TRACE(1, "[L2 SA Learn] Trill pkt with trillCmd=0,  lrnRqd=1, \n");
         return 1;
     }
@@ -197,7 +198,7 @@ uint32_t ckLrnTrill(CmRteStat *statPtr) {
 
 /// Decides whether the frame's source is to be learned.
 uint32_t ckLrnSa(CmRteStat *statPtr) {
-    if (statPtr->l2PrcTrap || statPtr->l2PrcDrop)
+    if (prcVerdict(statPtr))
         return 0;
     if (statPtr->l2TrillFound)
         return ckLrnTrill(statPtr);

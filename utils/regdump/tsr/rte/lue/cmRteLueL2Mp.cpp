@@ -122,10 +122,10 @@ void l2MultipathProcess(CmRteStat *statPtr, uint32_t isDaLu) {
         CM_TRACE(1, "[MULTI_PATH] gidVal from TRILL: %x, isMgid: %u\n", group.gid, group.isMgid);
     }
 
-    if (!group.isMgid && bit(group.gid, 16))
+    if (!group.isMgid && isMpid(group.gid))
         resolveMpid(statPtr, isDaLu, group);
     // A row of a multipath group may name an aggregation group; the row of an aggregation group is final.
-    if (!group.isMgid && bits(group.gid, 16, 15) == 1)
+    if (!group.isMgid && isLgid(group.gid))
         resolveLgid(statPtr, isDaLu, group);
 
     if (statPtr->l2PselRsltTyp == RSLT_DROP || statPtr->l2PselRsltTyp == RSLT_TRAP)
@@ -265,24 +265,24 @@ void checkFinalEgid(CmRteStat *statPtr) {
     if (statPtr->l2PselIsL2Mgid)
         return;
     const uint32_t egid = statPtr->l2PselEgidMgid;
-    const uint32_t low = bits(egid, 12, 0);
+    const uint32_t low = egidOf(egid);
 
-    if (bit(egid, 14) && (low == comRegPtr->rte_pth_egid || low == comRegPtr->rte_drop_egid)) {
+    if (isEgidFormAtEnd(egid) && (low == comRegPtr->rte_pth_egid || low == comRegPtr->rte_drop_egid)) {
         if (statPtr->l2PselRsltTyp == RSLT_FWD_A_TRAP) {
             statPtr->l2PselRsltTyp = RSLT_TRAP;
             CM_TRACE(1, "[MULTI_PATH] final egid (0x%x) is either pass_egid or drop_egid. FWD_TRAP --> TRAP\n", egid);
         } else if (statPtr->l2PselRsltTyp == RSLT_FWD) {
             statPtr->l2PselRsltTyp = RSLT_DROP;
-            statPtr->l2PselDropRsn = 0;
+            statPtr->l2PselDropRsn = kNoRsn;
             CM_TRACE(1, "[MULTI_PATH] final egid (0x%x) is either pass_egid or drop_egid. DROP\n", egid);
         }
-    } else if (bits(egid, 16, 14) != 0) {
+    } else if (!isPlainEgid(egid)) {
         if (statPtr->l2PselRsltTyp == RSLT_FWD_A_TRAP) {
             statPtr->l2PselRsltTyp = RSLT_TRAP;
             CM_TRACE(1, "[MULTI_PATH] final egid (0x%x) has bits [16:14]!=0. FWD_A_TRAP --> TRAP\n", egid);
         } else if (statPtr->l2PselRsltTyp == RSLT_FWD) {
             statPtr->l2PselRsltTyp = RSLT_DROP;
-            statPtr->l2PselDropRsn = 0;
+            statPtr->l2PselDropRsn = kNoRsn;
             CM_TRACE(1, "[MULTI_PATH] final egid (0x%x) has bits [16:14]!=0. DROP\n", egid);
         }
     }

@@ -1,9 +1,9 @@
 // Layer-2 path selection: what the exact match found and what the layer-2 ACL says become one verdict.
 
+#include "base/cmRteFrm.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "lue/cmRteLue.h"
-#include "roc/cmRteRoc.h"
 #include "tae/cmTae.h"
 
 #include <iterator>
@@ -12,12 +12,6 @@ namespace {
 
 /// Ports from here on are clients' ports.
 constexpr uint32_t kFirstClientPort = 1024;
-
-/// Trap reasons that this stage gives.
-enum : uint32_t { TRP_L2_HIT = 1, TRP_L2_MISS = 2, TRP_L2_FWD_EN = 3 };
-
-/// TRILL commands of an ACL result.
-enum : uint32_t { TRILL_CMD_MCTID = 1, TRILL_CMD_DEST = 2, TRILL_CMD_OVERRIDE = 3 };
 
 /// Which way a frame is routed for FCoE.
 struct FcoeRouted {
@@ -28,8 +22,8 @@ struct FcoeRouted {
 FcoeRouted fcoeRouted(const CmRteStat *statPtr, uint32_t isDaLu) {
     const uint32_t egid = statPtr->l2ExmDaEgidOrig;
     const bool rteRqd = !(isDaLu && statPtr->l2ExmDaIsMgidOrig) && CmRteCkRteRqdEgid(statPtr, egid);
-    const uint32_t vf = rteRqd && bit(egid, 12);
-    return {vf, rteRqd && !vf && bit(egid, 11)};
+    const uint32_t vf = rteRqd && bit(egid, kRteRqdFcoeVfBit);
+    return {vf, rteRqd && !vf && bit(egid, kRteRqdFcoeVeBit)};
 }
 
 /// The layer-4 fields of the ACL key.
@@ -64,19 +58,14 @@ AclPorts pickPorts(const CmRteStat *statPtr, uint32_t isDaLu, const FcoeRouted &
         return {fcoeWord, 0};
     if (statPtr->l2FipFound)
         return {statPtr->l2FipVer << 8 | statPtr->l2FipSubcode, statPtr->l2FipProtocol};
-    if (!statPtr->l4PrcHdrUnk && (statPtr->l3IpVer == 4 || statPtr->l3IpVer == 6))
+    if (!statPtr->l4PrcHdrUnk && isIp(statPtr))
         return pickIpPorts(statPtr);
     return {0, 0};
 }
 
 /// Whether the exact match sends the frame to routing, for any protocol.
 uint32_t ckL3Configured(const CmRteStat *statPtr) {
-    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const uint32_t egid = statPtr->l2ExmDaEgidOrig;
-    const uint32_t low = bits(egid, 12, 0);
-    return !statPtr->l2ExmDaIsMgidOrig && bits(egid, 16, 13) == 2 && low != comRegPtr->rte_acl_drop_egid &&
-           low != comRegPtr->rte_trap_egid && low != comRegPtr->rte_drop_egid &&
-           bits(egid, 8, 0) == comRegPtr->rte_rte_rqd_egid && bits(egid, 12, 9) != 0;
+    return !statPtr->l2ExmDaIsMgidOrig && CmRteCkRteRqdEgidL2(statPtr->comRegPtr, statPtr->l2ExmDaEgidOrig);
 }
 
 /// A key of the ACL under construction; fields are cut to their width when it is packed.
@@ -98,7 +87,7 @@ void buildAclKey(const CmRteStat *statPtr, uint32_t isDaLu, const FcoeRouted &ro
     const uint32_t isPrioTagged =
         statPtr->l2QinqEn ? statPtr->isSTagged && !statPtr->stagNz : statPtr->isCTagged && !statPtr->ctagNz;
 
-    uint32_t trillVld = statPtr->l2ExmDaTrillCmd != 0;
+    uint32_t trillVld = statPtr->l2ExmDaTrillCmd != TRILL_CMD_NONE;
     uint32_t trillMc = statPtr->l2ExmDaTrillMc;
     uint32_t trillDrbridge = statPtr->l2ExmDaTrillDa;
     if (!statPtr->l2TrillFound && !statPtr->l2ExmVidTrillMc) {
@@ -182,7 +171,7 @@ struct AclRslt {
 #define FLD(name, width, low) uint32_t name = 0;
 #include "tae/cmTaeL2Rslt.def"
 #undef FLD
-    uint32_t trap_rsn = 0;
+    uint32_t trap_rsn = kNoRsn;
 };
 
 AclRslt searchAcl(CmRteStat *statPtr, uint32_t isDaLu) {
@@ -366,7 +355,7 @@ void decide(CmRteStat *statPtr, const PselGid &gid, bool fwdTrap, bool fwdDrop, 
         } else {
             rsltPtr->l2PselRsltTyp = RSLT_DROP;
             rsltPtr->l2PselTrapQue = 0;
-            rsltPtr->l2PselTrapRsn = 0;
+            rsltPtr->l2PselTrapRsn = kNoRsn;
             rsltPtr->l2PselDropRsn = fwdDrop ? DRP_FWN_EN_ERR : DRP_LU;
             CM_TRACE_RAW(1, "CM port=%u, frameIdx=%u>>gidDrop || fwdDrop. DROP\n", statPtr->ingPhyPort,
                          statPtr->frmIdx);
@@ -382,7 +371,7 @@ void decide(CmRteStat *statPtr, const PselGid &gid, bool fwdTrap, bool fwdDrop, 
     } else {
         rsltPtr->l2PselRsltTyp = RSLT_FWD;
         rsltPtr->l2PselTrapQue = 0;
-        rsltPtr->l2PselTrapRsn = 0;
+        rsltPtr->l2PselTrapRsn = kNoRsn;
     }
 }
 
@@ -392,7 +381,7 @@ void takeExmTrill(const CmRteStat *statPtr, L2PselRslt *rsltPtr) {
         rsltPtr->l2PselTrillMc = 0;
         rsltPtr->l2PselTrillDa = statPtr->comRegPtr->trill_res_rb;
     } else {
-        rsltPtr->l2PselTrillVld = statPtr->l2ExmDaTrillCmd != 0;
+        rsltPtr->l2PselTrillVld = statPtr->l2ExmDaTrillCmd != TRILL_CMD_NONE;
         rsltPtr->l2PselTrillMc = statPtr->l2TrillFound ? statPtr->l2TrillMc : statPtr->l2ExmDaTrillMc;
         rsltPtr->l2PselTrillDa = statPtr->l2TrillFound ? statPtr->l2TrillDa : statPtr->l2ExmDaTrillDa;
     }
@@ -404,7 +393,7 @@ void takeExmTrill(const CmRteStat *statPtr, L2PselRslt *rsltPtr) {
 }
 
 void takeAclTrill(const CmRteStat *statPtr, const AclRslt &acl, L2PselRslt *rsltPtr) {
-    const bool valid = acl.trill_cmd != 0;
+    const bool valid = acl.trill_cmd != TRILL_CMD_NONE;
     rsltPtr->l2PselTrillVld = valid;
     rsltPtr->l2PselDoTrillMP = valid && !rsltPtr->l2PselIsL2Mgid;
     rsltPtr->l2PselTrillDa = acl.mctid_trill_da;
@@ -453,9 +442,9 @@ void L2Psel(CmRteStat *statPtr) {
              statPtr->l2PselRsltTyp, statPtr->l2PselSpan, statPtr->l2PselSpanId);
 
     if (statPtr->l2FcoeFound && !statPtr->l2PselIsL2Mgid && CmRteCkRteRqdEgid(statPtr, statPtr->l2PselEgidMgid)) {
-        if (bit(statPtr->l2PselEgidMgid, 12))
+        if (bit(statPtr->l2PselEgidMgid, kRteRqdFcoeVfBit))
             statPtr->l2PselFcoeVfRouted = 1;
-        else if (bit(statPtr->l2PselEgidMgid, 11))
+        else if (bit(statPtr->l2PselEgidMgid, kRteRqdFcoeVeBit))
             statPtr->l2PselFcoeVeRouted = 1;
     }
     statPtr->l2PselSaLuVld =

@@ -1,16 +1,12 @@
 #include "lue/cmRteLueL3.h"
 
+#include "base/cmRteFrm.h"
 #include "base/cmRteHis.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "lue/cmRteLue.h"
-#include "roc/cmRteRoc.h"
 
 namespace {
-
-bool isIp(const CmRteStat *statPtr) {
-    return statPtr->l3IpVer == 4 || statPtr->l3IpVer == 6;
-}
 
 /// Searches one IPv4 address in the frame's VRF.
 void srchIpv4(const CmRteStat *statPtr, uint64_t addr, uint32_t isDa, TFE_LUE_RSLT *rslt) {
@@ -89,7 +85,7 @@ TFE_LUE_INPUT lpmInput(const CmRteStat *statPtr, const uint32_t *key, uint32_t i
 void L3IpNotEnRst(CmRteStat *statPtr) {
     statPtr->l3IpMcastRegEncap = 0;
     statPtr->l3IpTrapEn = 0;
-    statPtr->l3IpTrapRsn = 0;
+    statPtr->l3IpTrapRsn = kNoRsn;
     statPtr->l3IpTrapQue = 0;
 }
 
@@ -137,18 +133,16 @@ void L3Ipv6(CmRteStat *statPtr) {
 }
 
 void L3Flt(CmRteStat *statPtr) {
-    if (statPtr->l3IpTrapVld || statPtr->l3IpDropRsn)
+    if (statPtr->l3IpTrapVld || statPtr->l3IpDropRsn != kNoRsn)
         return;
     const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
-    const bool isIpv4 = statPtr->l3IpVer == 4;
-    const bool isIpv6 = statPtr->l3IpVer == 6;
 
     if (!statPtr->l2FcoeFound) {
-        const bool ck =
-            (isIpv4 && portRegPtr->rte_prc_l3_ipv4_ck_rte_en) || (isIpv6 && portRegPtr->rte_prc_l3_ipv6_ck_rte_en);
+        const bool ck = (isIpv4(statPtr) && portRegPtr->rte_prc_l3_ipv4_ck_rte_en) ||
+                        (isIpv6(statPtr) && portRegPtr->rte_prc_l3_ipv6_ck_rte_en);
         const bool err = ck && !statPtr->l2PselRteEn;
-        const bool trap = isIpv4 ? portRegPtr->rte_prc_l3_ipv4_trap_rte_en_err != 0
-                                 : portRegPtr->rte_prc_l3_ipv6_trap_rte_en_err != 0;
+        const bool trap = isIpv4(statPtr) ? portRegPtr->rte_prc_l3_ipv4_trap_rte_en_err != 0
+                                          : portRegPtr->rte_prc_l3_ipv6_trap_rte_en_err != 0;
         statPtr->l3PselRteEnErr = err;
         statPtr->l3PselTrapRteEnErr = err && trap;
         statPtr->l3PselDropRteEnErr = err && !trap;
@@ -163,7 +157,7 @@ void L3Flt(CmRteStat *statPtr) {
     // The chip's trace calls an IPv6 frame "other".
     CM_TRACE(1, "[L3Flt] rte_en check on %s pkt, err=%d trap=%d drop=%d\n",
              statPtr->l2FcoeFound ? "fcoe"
-             : isIpv4             ? "ipv4"
+             : isIpv4(statPtr)    ? "ipv4"
                                   : "other",
              statPtr->l3PselRteEnErr, statPtr->l3PselTrapRteEnErr, statPtr->l3PselDropRteEnErr);
 }

@@ -1,6 +1,7 @@
 #include "lue/cmRteLueL3.h"
 
 #include "base/cmLu.h"
+#include "base/cmRteFrm.h"
 #include "base/cmRteHis.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
@@ -10,7 +11,6 @@
 
 namespace {
 
-constexpr uint32_t kTrapRsnL3Ctrl = 26;
 constexpr uint32_t kKeyWords = 14;
 constexpr uint32_t kFlexWords = 6;
 
@@ -20,11 +20,11 @@ void buildL3CtrlKey(const CmRteStat *statPtr, uint32_t (&key)[kKeyWords]) {
     // This key has ACK before PSH.
     key[1] = static_cast<uint32_t>(bits64(statPtr->l2Da, 47, 32)) << 16 | (statPtr->l3IpUlp & 0xff) << 8 |
              bit(flags, TCP_FIN) << 7 | bit(flags, TCP_SYN) << 6 | bit(flags, TCP_RST) << 5 | bit(flags, TCP_ACK) << 4 |
-             bit(flags, TCP_PSH) << 3 | bit(flags, TCP_URG) << 2 | (statPtr->l3IpVer == 6 ? 1u : 0u) << 1 |
+             bit(flags, TCP_PSH) << 3 | bit(flags, TCP_URG) << 2 | (isIpv6(statPtr) ? 1u : 0u) << 1 |
              (statPtr->l3FwdIsMyIpDa & 1);
     key[2] = static_cast<uint32_t>(statPtr->l2Da);
     key[3] = statPtr->typL4Src << 16 | (statPtr->typL4Dst & 0xffff);
-    if (statPtr->l3IpVer == 6) {
+    if (isIpv6(statPtr)) {
         key[4] = static_cast<uint32_t>(statPtr->l3IpDa0 >> 32);
         key[5] = static_cast<uint32_t>(statPtr->l3IpDa0);
         key[6] = static_cast<uint32_t>(statPtr->l3IpDa1 >> 32);
@@ -80,16 +80,16 @@ void readL3CtrlRslt(CmRteStat *statPtr, uint32_t rsltIdx) {
     const uint32_t rsltTyp =
         bits(memWord(memPtr->RTE_L3_CONTROL_RSLT_EDRAM, idx / 16) >> 2 * (15 - rsltIdx % 16), 1, 0);
     switch (rsltTyp) {
-    case 0:
+    case RSLT_DROP:
         statPtr->l3CtrlDrop = 1;
         break;
-    case 1:
+    case RSLT_TRAP:
         statPtr->l3CtrlTrap = 1;
         break;
-    case 2:
+    case RSLT_FWD:
         statPtr->l3CtrlFwd = 1;
         break;
-    case 3:
+    case RSLT_FWD_A_TRAP:
         statPtr->l3CtrlTrapFwd = 1;
         break;
     }
@@ -117,7 +117,7 @@ void takeCtrlTrapQue(CmRteStat *statPtr) {
     if (statPtr->comRegPtr->l3_ctl_trap_prio_dis)
         return;
     statPtr->l3PselTrapQue = statPtr->l3CtrlTrapQue;
-    statPtr->l3PselTrapRsn = kTrapRsnL3Ctrl;
+    statPtr->l3PselTrapRsn = TRP_L3_CTRL;
 }
 
 /// Whether IP multicast passes through layer 3 by both the ACL and the prefix search.
@@ -151,9 +151,9 @@ void mergeCtrlDrop(CmRteStat *statPtr) {
         statPtr->l3PselAclDrop = 1;
         statPtr->l3PselDropEn = 0;
         statPtr->l3PselTrapEn = 0;
-        statPtr->l3PselTrapRsn = 0;
+        statPtr->l3PselTrapRsn = kNoRsn;
         statPtr->l3PselTrapQue = 0;
-        statPtr->l3PselDropRsn = 0;
+        statPtr->l3PselDropRsn = kNoRsn;
     }
     if (statPtr->l3PselEgidPth) {
         statPtr->l3PselEgidPth = 0;
@@ -195,7 +195,7 @@ void mergeCtrlTrap(CmRteStat *statPtr) {
 } // namespace
 
 void L3CtrlCls(CmRteStat *statPtr) {
-    if (statPtr->l3IpVer != 4 && statPtr->l3IpVer != 6) {
+    if (!isIp(statPtr)) {
         statPtr->l3CtrlFwd = 1;
         CM_TRACE(1, "SKIP L3 Control Cls. NON-IP\n");
         return;

@@ -1,5 +1,6 @@
 #include "lue/cmRteLueL3.h"
 
+#include "base/cmRteFrm.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "tae/cmTaeL3Key.h"
@@ -10,17 +11,6 @@
 namespace {
 
 constexpr uint32_t kFlexWords = 6;
-
-bool isIpv4(const CmRteStat *statPtr) {
-    return statPtr->l3IpVer == 4;
-}
-bool isIpv6(const CmRteStat *statPtr) {
-    return statPtr->l3IpVer == 6;
-}
-/// An FCoE frame; IP comes first.
-bool isFcoe(const CmRteStat *statPtr) {
-    return !isIpv4(statPtr) && !isIpv6(statPtr) && statPtr->l2FcoeFound;
-}
 
 /// The hash value that chooses the multicast tree of a frame without TRILL header.
 uint32_t treeHsh(const CmRteStat *statPtr) {
@@ -173,7 +163,7 @@ void buildL3AclTcamFlexKey(CmRteStat *statPtr, uint32_t *key, uint32_t profile) 
     const uint32_t policyId = statPtr->policyId;
     const uint32_t myDaId = statPtr->myDaId;
 
-    if (isIpv4(statPtr) || isIpv6(statPtr)) {
+    if (isIp(statPtr)) {
         key[0] = fld(31, 21, policyId >> 1) | fld(20, 18, lgcPort >> 2) | fld(17, 6, statPtr->vrfId) |
                  fld(5, isIpv4(statPtr) && statPtr->l3IpIhl > 5) | fld(4, isFragment(statPtr)) |
                  fld(3, statPtr->l3IpMcastRegEncap) | fld(2, isIpv6(statPtr)) | fld(1, trillMcastTreeId(statPtr)) |

@@ -1,11 +1,11 @@
 // Next hops and multicast user identifiers.
 
 #include "base/cmLu.h"
+#include "base/cmRteFrm.h"
 #include "base/cmRteHis.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "lue/cmRteLue.h"
-#include "roc/cmRteRoc.h"
 
 namespace {
 
@@ -56,7 +56,7 @@ void takePathWord(CmRteStat *statPtr, uint32_t word) {
 /// A multicast group found on the way has no multicast type of its own.
 void clearMcastTyp(CmRteStat *statPtr) {
     if (statPtr->l3PselIsMgid)
-        statPtr->l3PselMcastTyp = 0;
+        statPtr->l3PselMcastTyp = MCAST_UCAST_FLOOD;
 }
 
 void storeNxtHop(CmRteStat *statPtr, const NxtHopRcd &rcd) {
@@ -73,21 +73,21 @@ void storeNxtHop(CmRteStat *statPtr, const NxtHopRcd &rcd) {
     statPtr->l3EividDa = rcd.eivid;
 
     switch (rcd.trill_cmd) {
-    case 0:
+    case TRILL_CMD_NONE:
         statPtr->l3NxtHopTrillVld = 0;
         statPtr->l3NxtHopTrillDa = rcd.mctid_trill_da;
         break;
-    case 1:
+    case TRILL_CMD_MCTID:
         statPtr->l3NxtHopTrillVld = 1;
         statPtr->l3NxtHopMctNpath = bits(rcd.mctid_trill_da, 15, 13);
         statPtr->l3NxtHopMctId = bits(rcd.mctid_trill_da, 12, 0);
         statPtr->l3NxtHopIsMctid = 1;
         break;
-    case 2:
+    case TRILL_CMD_DEST:
         statPtr->l3NxtHopTrillVld = 1;
         statPtr->l3NxtHopTrillDa = rcd.mctid_trill_da;
         break;
-    case 3:
+    case TRILL_CMD_OVERRIDE:
         statPtr->l3NxtHopTrillVld = 1;
         statPtr->l3NxtHopTrillDa = rcd.mctid_trill_da;
         statPtr->l3NxtHopTrillEgidOvrd = 1;
@@ -118,7 +118,7 @@ void resolvePath(CmRteStat *statPtr, const NxtHopRcd &rcd) {
         CM_TRACE(1, "[L3NextHopLu] trillDestLu RTE_L2_TRILL_DEST_SRAM[%x]=0x%x, result:\n", statPtr->l3NxtHopTrillDa,
                  word);
     }
-    if (!statPtr->l3PselIsMgid && bit(statPtr->l3NxtHopMpidLgidEgidMgid, 16)) {
+    if (!statPtr->l3PselIsMgid && isMpid(statPtr->l3NxtHopMpidLgidEgidMgid)) {
         const uint32_t mp = L2PselMpid(statPtr->l3NxtHopMpidLgidEgidMgid, statPtr);
         const uint32_t word = memWord(mem->RTE_L2_PSEL_MPID_SRAM, mp);
         takePathWord(statPtr, word);
@@ -127,7 +127,7 @@ void resolvePath(CmRteStat *statPtr, const NxtHopRcd &rcd) {
         statPtr->l3PselMpIdSts = mp;
         CM_TRACE(1, "[L3NextHopLu] L2PselMpid RTE_L2_PSEL_MPID_SRAM[%x]=0x%x, result:\n", mp, word);
     }
-    if (!statPtr->l3PselIsMgid && bits(statPtr->l3NxtHopMpidLgidEgidMgid, 16, 15) == 1) {
+    if (!statPtr->l3PselIsMgid && isLgid(statPtr->l3NxtHopMpidLgidEgidMgid)) {
         const uint32_t lagId = bits(statPtr->l3NxtHopMpidLgidEgidMgid, 9, 0);
         const uint32_t lg = L2PselLgid(statPtr->l3NxtHopMpidLgidEgidMgid, statPtr);
         const uint32_t word = memWord(mem->RTE_L2_PSEL_LGID_SRAM, lg);
@@ -283,10 +283,10 @@ void L3NextHopLu(CmRteStat *statPtr, uint32_t isDa) {
 }
 
 void L3McuidLu(CmRteStat *statPtr) {
-    if (statPtr->l3IpVer != 4 && statPtr->l3IpVer != 6)
+    if (!isIp(statPtr))
         return;
     CM_TRACE(1, "START L3_MCUID PROCESSING \n");
-    if (statPtr->l3IpVer == 4)
+    if (isIpv4(statPtr))
         statPtr->l3PselMcuid = memWord(statPtr->memPtr->RTE_L3_IPV4_MCUID_RSLT_SRAM, searchMcuidIpv4(statPtr));
     else
         statPtr->l3PselMcuid = memWord(statPtr->memPtr->RTE_L3_IPV6_MCUID_RSLT_SRAM, searchMcuidIpv6(statPtr));

@@ -1,5 +1,6 @@
 // Layer-3 path selection: ACL, control classification and next hop in one fixed order, merged into one result.
 
+#include "base/cmRteFrm.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "lue/cmRteLue.h"
@@ -10,17 +11,9 @@
 
 namespace {
 
-constexpr uint32_t kCtrlTrapRsn = 26;
 constexpr uint32_t kMaxKeyWords = 16;
 constexpr uint32_t kFlexKeys = 4;
 constexpr uint32_t kFlexKeyWords = 8;
-
-bool isIp(const CmRteStat *statPtr) {
-    return statPtr->l3IpVer == 4 || statPtr->l3IpVer == 6;
-}
-bool isFcoe(const CmRteStat *statPtr) {
-    return !isIp(statPtr) && statPtr->l2FcoeFound;
-}
 
 /// Result word of a longest-prefix search of IP; the positions are the model's, whatever the memory keeps.
 struct LpmWord {
@@ -40,12 +33,12 @@ void clearPselForSkip(CmRteStat *statPtr) {
     statPtr->l3PselIpTlen = 0;
     statPtr->l3PselQmgPrio = 0;
     statPtr->l3PselIsMgid = 0;
-    statPtr->l3PselMcastTyp = 0;
+    statPtr->l3PselMcastTyp = MCAST_UCAST_FLOOD;
 }
 
 /// An earlier verdict ends the path selection. Returns whether one did.
 bool skipForEarlierVerdict(CmRteStat *statPtr) {
-    if (statPtr->l3IpTrapVld || statPtr->l3IpDropRsn) {
+    if (statPtr->l3IpTrapVld || statPtr->l3IpDropRsn != kNoRsn) {
         statPtr->l3PselRsltTyp = statPtr->l3IpTrapVld ? RSLT_TRAP : RSLT_DROP;
         clearPselForSkip(statPtr);
         statPtr->l3PselTrapQue = statPtr->l3IpTrapQue;
@@ -56,7 +49,7 @@ bool skipForEarlierVerdict(CmRteStat *statPtr) {
                  static_cast<int>(statPtr->l3IpDropRsn));
         return true;
     }
-    if (statPtr->l3PrcDropRsn == 1) {
+    if (statPtr->l3PrcDropRsn == DRP_NOT_EN) {
         statPtr->l3PselRsltTyp = RSLT_DROP;
         clearPselForSkip(statPtr);
         statPtr->l3PselTrapQue = statPtr->l3PrcTrapQue;
@@ -192,7 +185,7 @@ void daNextHop(CmRteStat *statPtr) {
 void L3RpfCk(CmRteStat *statPtr) {
     if (!isIp(statPtr) || statPtr->l2PselL3IpDaIsMcast || !statPtr->l3RteRqd)
         return;
-    const uint32_t mode = statPtr->l3IpVer == 4 ? statPtr->ipv4RpfCkMode : statPtr->ipv6RpfCkMode;
+    const uint32_t mode = isIpv4(statPtr) ? statPtr->ipv4RpfCkMode : statPtr->ipv6RpfCkMode;
     bool err = false;
     switch (mode) {
     case 1:
@@ -231,7 +224,7 @@ void L3PselRsltMerge(CmRteStat *statPtr) {
     }
     if (isIp(statPtr) && statPtr->l3IpTrapEn == 1) {
         const bool isCtrlTrap =
-            statPtr->l3PselTrapRsn == kCtrlTrapRsn && (statPtr->l3CtrlTrap || statPtr->l3CtrlTrapFwd);
+            statPtr->l3PselTrapRsn == TRP_L3_CTRL && (statPtr->l3CtrlTrap || statPtr->l3CtrlTrapFwd);
         if (trap == 0 || (aclGivesWay && !isCtrlTrap)) {
             trap = 1;
             que = statPtr->l3IpTrapQue;
@@ -260,7 +253,7 @@ void L3PselRsltMerge(CmRteStat *statPtr) {
         typ = RSLT_FWD_A_TRAP;
     }
     if (!isMgid)
-        mcastTyp = 0;
+        mcastTyp = MCAST_UCAST_FLOOD;
 
     statPtr->l3PselRsltTyp = typ;
     statPtr->l3PselEgidMgid = egid;
@@ -287,7 +280,7 @@ bool isRoutedUcast(const CmRteStat *statPtr) {
 void IcmpRedirectCk(CmRteStat *statPtr) {
     if (!isRoutedUcast(statPtr) || statPtr->l3PselRsltTyp != RSLT_FWD || statPtr->l3EividDa != statPtr->iivid)
         return;
-    if (statPtr->l3IpVer == 4 ? statPtr->ipv4IcmpRedirectTrpEn : statPtr->ipv6IcmpRedirectTrpEn) {
+    if (isIpv4(statPtr) ? statPtr->ipv4IcmpRedirectTrpEn : statPtr->ipv6IcmpRedirectTrpEn) {
         statPtr->l3IcmpRedirect = 1;
         CM_TRACE(1, "[L3NextHopLu] ICMP REDIRECT trap, eivid=%x.\n", statPtr->l3EividDa);
     }
@@ -296,7 +289,7 @@ void IcmpRedirectCk(CmRteStat *statPtr) {
 void IcmpUnreachCk(CmRteStat *statPtr) {
     if (!isRoutedUcast(statPtr) || statPtr->l3FwdDaHit || !statPtr->l3PselAclEgidPth)
         return;
-    if (statPtr->l3IpVer == 4 ? statPtr->ipv4IcmpUnreachTrpEn : statPtr->ipv6IcmpUnreachTrpEn) {
+    if (isIpv4(statPtr) ? statPtr->ipv4IcmpUnreachTrpEn : statPtr->ipv6IcmpUnreachTrpEn) {
         statPtr->l3IcmpUnreach = 1;
         CM_TRACE(1, "[L3NextHopLu] ICMP UNREACH trap.\n");
     }
@@ -352,8 +345,8 @@ void searchAcl(CmRteStat *statPtr) {
     intf.frameIdx = statPtr->frmIdx;
     intf.isDaLkup = 1;
     intf.portNum = statPtr->ingPhyPort & 0x1f;
-    intf.isIpv4 = statPtr->l3IpVer == 4;
-    intf.isIpv6 = statPtr->l3IpVer == 6;
+    intf.isIpv4 = isIpv4(statPtr);
+    intf.isIpv6 = isIpv6(statPtr);
     intf.isFcoe = isFcoe(statPtr);
     intf.ipMcastSpcl = statPtr->l3IpDaIsMcast && !comReg->l3_mcast_racl_ck_dis;
 
@@ -371,7 +364,7 @@ void L3IpDaRslt(CmRteStat *statPtr, const TFE_LUE_RSLT *rsltPtr) {
     statPtr->l3FwdIsMyIpDa = word.my_ip_da;
     statPtr->l3FwdIsDaGrp = word.grp_id;
     statPtr->l3FwdIsDefaultVrf = word.default_vrf;
-    statPtr->l3IpTrapRsn = rsltPtr->hit ? 13 : 14;
+    statPtr->l3IpTrapRsn = rsltPtr->hit ? TRP_L3_HIT : TRP_L3_MISS;
     statPtr->l3IpTrapQue =
         rsltPtr->hit ? statPtr->comRegPtr->rte_l3_ip_hit_trap_que : statPtr->comRegPtr->rte_l3_ip_miss_trap_que;
 }

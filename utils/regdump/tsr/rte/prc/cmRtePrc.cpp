@@ -2,18 +2,16 @@
 
 #include "prc/cmRtePrc.h"
 
-#include "roc/cmRteRoc.h"
-
 #include <cstring>
 
 void PrcPhyq(CmRteStat *statPtr) {
     CmRteRslt *rsltPtr = statPtr->rsltPtr;
     rsltPtr->shim0Rslt.dont_touch = 1;
     if (statPtr->macInfPtr->isPauseFrm) {
-        rsltPtr->hsiShim0Rslt.rslt_typ = 0;
+        rsltPtr->hsiShim0Rslt.rslt_typ = RSLT_DROP;
         rsltPtr->shim1Rslt.egid = 0;
     } else {
-        rsltPtr->hsiShim0Rslt.rslt_typ = 2;
+        rsltPtr->hsiShim0Rslt.rslt_typ = RSLT_FWD;
     }
     statPtr->dropRsn = DRP_PAUSE;
     statPtr->phyqRsltVld = 1;

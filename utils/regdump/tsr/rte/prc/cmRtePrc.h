@@ -2,6 +2,7 @@
 // The parser stage (PRC): its sub-parsers and the moves that recur in all of them.
 
 #include "base/cmRte.h"
+#include "base/cmRteVerdict.h"
 
 /// The header kinds that a flex key byte can be counted from.
 enum FLEX_KEY_ENC_T : uint32_t {
@@ -98,6 +99,8 @@ uint32_t prcL2CkSTagOnCPort(CmRteStat *statPtr, uint32_t ck, const char *excuse)
 uint32_t prcL2ReadSTag(CmRteStat *statPtr, uint32_t offset);
 /// Classifies the word at `offset`, which stands behind a tag; moves `offset` behind it when it opens a CN tag.
 void prcL2ReadCnTag(CmRteStat *statPtr, uint32_t &offset);
+/// The translation of VLAN `igVlan` at port `igPort`.
+uint32_t vlanTrans(CmRteHsiMem *memPtr, uint32_t igPort, uint32_t igVlan);
 /// Whether the outer DA is the all-RBridges address.
 uint32_t prcL2OuterDaIsAllRb(const CmRteStat *statPtr);
 /// Whether the group bit of the 48-bit address `mac` is set.
@@ -119,8 +122,6 @@ void PrcL3Ipv4(CmRteStat *statPtr, uint32_t isPimInner, uint32_t &cksumErr);
 /// The IHL-6 check.
 void ckIpv4Ihl6NotRouterAlrt(CmRteStat *statPtr);
 void PrcL3Ipv4EofErr(CmRteStat *statPtr);
-/// Voids the layer-3 fields.
-void PrcL3RstHdr(CmRteStat *statPtr);
 /// Returns 1 when the DA is a configured RP address.
 uint32_t CkIpv4RpAddr(CmRteStat *statPtr);
 void PrcL3Ipv6(CmRteStat *statPtr, uint32_t isPimInner, uint32_t cksumErr);
@@ -128,6 +129,10 @@ void PrcL3Ipv6(CmRteStat *statPtr, uint32_t isPimInner, uint32_t cksumErr);
 uint32_t CkIpv6Len(uint32_t frmLen, uint32_t exp, CmRteStat *statPtr);
 void PrcL3Ipv6EofErr(CmRteStat *statPtr);
 uint32_t CkIpv6RpAddr(CmRteStat *statPtr);
+
+// cmRtePrcL3
+/// Voids the layer-3 fields.
+void PrcL3RstHdr(CmRteStat *statPtr);
 
 // cmRtePrcFcoe
 /// Returns 1 when the header was read, 0 after an end-of-frame error.
@@ -151,8 +156,6 @@ uint32_t ingL2MapQuePri(CmRteHsiPortReg *portRegPtr, uint32_t index);
 uint32_t ingDscpMapDp(CmRteHsiPortReg *portRegPtr, uint32_t index);
 uint32_t ingDscpMapIwpri(CmRteHsiPortReg *portRegPtr, uint32_t index);
 uint32_t ingDscpMapQuePri(CmRteHsiPortReg *portRegPtr, uint32_t index);
-/// The translation of VLAN `igVlan` at port `igPort`.
-uint32_t vlanTrans(CmRteHsiMem *memPtr, uint32_t igPort, uint32_t igVlan);
 
 // cmRtePrcHash
 void PrcHshTcpIp(CmRteStat *statPtr);

@@ -4,7 +4,6 @@
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
-#include "roc/cmRteRoc.h"
 
 namespace {
 
@@ -137,7 +136,7 @@ void PrcFcoe(CmRteStat *statPtr) {
     if (!insideFrame(pldOfst, 3, frmLen)) {
         if (portRegPtr->rte_prc_fcoe_trap_eof_err) {
             statPtr->l3PrcTrapQue = comRegPtr->rte_fcoe_hdr_vio_trap_que;
-            statPtr->l3PrcTrapRsn = 15;
+            statPtr->l3PrcTrapRsn = TRP_FCOE_HDR_VIO;
             CM_TRACE(1, "FCOE DRP_EOF. L3_TRAP.\n");
         } else {
             statPtr->l3PrcDropRsn = DRP_EOF;
@@ -166,7 +165,7 @@ void PrcFcoe(CmRteStat *statPtr) {
     if (vsanTtl == 1 && portRegPtr->rte_prc_fcoe_ck_ttl) {
         if (portRegPtr->rte_prc_fcoe_trap_ttl_err) {
             statPtr->l3PrcTrapQue = comRegPtr->rte_fcoe_ttl_trap_que;
-            statPtr->l3PrcTrapRsn = 16;
+            statPtr->l3PrcTrapRsn = TRP_FCOE_TTL;
             CM_TRACE(1, "FCoE TTL err. L3_TRAP\n");
         } else {
             statPtr->l3PrcDropRsn = DRP_FCOE_TTL;

@@ -1,5 +1,6 @@
 // The eight hash values by which traffic spreads over multipaths and LAG members.
 
+#include "base/cmRteFrm.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
@@ -99,7 +100,7 @@ uint32_t hshShift(uint32_t i) {
 
 bool isIpTcpUdp(const CmRteStat *statPtr) {
     const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    return (statPtr->l3IpVer == 4 || statPtr->l3IpVer == 6) &&
+    return isIp(statPtr) &&
            (statPtr->l3IpUlp == comRegPtr->rte_l3_ulp_tcp || statPtr->l3IpUlp == comRegPtr->rte_l3_ulp_udp);
 }
 

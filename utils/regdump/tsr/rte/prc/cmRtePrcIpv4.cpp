@@ -4,7 +4,6 @@
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
 #include "prc/cmRtePrcL3.h"
-#include "roc/cmRteRoc.h"
 
 namespace {
 
@@ -20,13 +19,13 @@ uint32_t sumHwords(const CmRteStat *statPtr, uint32_t offset, uint32_t byteNum) 
 
 bool ihl6MayReplaceTrap(const CmRteStat *statPtr) {
     switch (statPtr->l3PrcTrapRsn) {
-    case 0:
+    case kNoRsn:
         return true;
-    case kTrapHdrVio:
-    case kTrapTtl:
-    case kTrapDaMcast:
-    case kTrapSaMcast:
-    case kTrapPimNull:
+    case TRP_IP_HDR_VIO:
+    case TRP_IP_TTL:
+    case TRP_IP_DA_MCAST:
+    case TRP_IP_SA_MCAST:
+    case TRP_IP_PIM_NULL:
         return statPtr->l3PrcTrapRsn == statPtr->l3Ipv4Ihl6ErrCanWin;
     default:
         return false;
@@ -35,13 +34,13 @@ bool ihl6MayReplaceTrap(const CmRteStat *statPtr) {
 
 bool ihl6MayReplaceDrop(const CmRteStat *statPtr) {
     switch (statPtr->l3PrcDropRsn) {
-    case 0:
+    case kNoRsn:
         return true;
     case DRP_IP_HDR:
     case DRP_IP_TTL:
     case DRP_IP_DA_MCAST:
     case DRP_IP_SA_MCAST:
-    case kDropPimNull:
+    case DRP_IP_PIM_NULL:
         return statPtr->l3PrcDropRsn == statPtr->l3Ipv4Ihl6ErrCanWin;
     default:
         return false;
@@ -71,7 +70,7 @@ void ckDaMcast(CmRteStat *statPtr, uint32_t isPimInner) {
     if (portRegPtr->rte_prc_l3_ipv4_ck_da_mcast && (ipv4DaIsMcast || ipv4MacDaIsMcast) && !matchMacDa) {
         statPtr->l3IpDaIsMcast = 0;
         prcL3Record(statPtr, {portRegPtr->rte_prc_l3_ipv4_ck_da_mcast, portRegPtr->rte_prc_l3_ipv4_trap_da_mcast_err,
-                              comRegPtr->rte_l3_ip_da_mcast_trap_que, kTrapDaMcast, DRP_IP_DA_MCAST});
+                              comRegPtr->rte_l3_ip_da_mcast_trap_que, TRP_IP_DA_MCAST, DRP_IP_DA_MCAST});
         CM_TRACE(1, "IPv4 IP mcast DA check ip_da_mcast=%d mac_da_mcast=%d lo_23b=%x_%x trap_rsn=%d drop_rsn=%d\n",
                  ipv4DaIsMcast, ipv4MacDaIsMcast, daLo23, macDaLo23, statPtr->l3PrcTrapRsn, statPtr->l3PrcDropRsn);
         return;
@@ -80,20 +79,6 @@ void ckDaMcast(CmRteStat *statPtr, uint32_t isPimInner) {
 }
 
 } // namespace
-
-bool prcL3CksumStands(const CmRteStat *statPtr) {
-    return statPtr->l3PrcTrapRsn == kTrapCksum || statPtr->l3PrcDropRsn == DRP_IPV4_CKSUM;
-}
-
-bool prcPimCksumPastEof(const CmRteStat *statPtr) {
-    const uint32_t cksumOffset = statPtr->l4Offset + 20;
-    const uint32_t frmLenWrapped = (statPtr->frmLen + 3) & ~3u;
-    if (cksumOffset < frmLenWrapped)
-        return false;
-    CM_TRACE(1, "%s, estimated cksum available offset=%d frm len (wrapped)=%d\n",
-             "C-model guessed EOF will be detected before PIM cksum err", cksumOffset, frmLenWrapped);
-    return true;
-}
 
 void PrcL3Ipv4(CmRteStat *statPtr, uint32_t isPimInner, uint32_t &cksumErr) {
     const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
@@ -107,7 +92,7 @@ void PrcL3Ipv4(CmRteStat *statPtr, uint32_t isPimInner, uint32_t &cksumErr) {
     if (bits(verIhl, 7, 4) != 4)
         prcL3RecordLatched(statPtr, isPimInner,
                            {portRegPtr->rte_prc_l3_ipv4_ck_ver, portRegPtr->rte_prc_l3_ipv4_trap_ver_err,
-                            comRegPtr->rte_l3_ip_hdr_vio_trap_que, kTrapHdrVio, DRP_IP_HDR});
+                            comRegPtr->rte_l3_ip_hdr_vio_trap_que, TRP_IP_HDR_VIO, DRP_IP_HDR});
 
     const uint32_t ihl = bits(verIhl, 3, 0);
     statPtr->l3IpIhl = ihl;
@@ -116,11 +101,11 @@ void PrcL3Ipv4(CmRteStat *statPtr, uint32_t isPimInner, uint32_t &cksumErr) {
     if (ihl < 5)
         prcL3RecordLatched(statPtr, isPimInner,
                            {portRegPtr->rte_prc_l3_ipv4_ck_ihl_lt5, portRegPtr->rte_prc_l3_ipv4_trap_ihl_lt5_err,
-                            comRegPtr->rte_l3_ip_hdr_vio_trap_que, kTrapHdrVio, DRP_IP_HDR});
+                            comRegPtr->rte_l3_ip_hdr_vio_trap_que, TRP_IP_HDR_VIO, DRP_IP_HDR});
     // An IHL of 6 is what a router alert has; it is judged when the layer-4 ports are known.
     if (ihl > 6 && !isPimInner) {
         if (prcL3Record(statPtr, {portRegPtr->rte_prc_l3_ipv4_ck_ihl_gt5, portRegPtr->rte_prc_l3_ipv4_trap_ihl_gt5_err,
-                                  comRegPtr->rte_l3_ipv4_ihl_gt5_trap_que, kTrapIhlGt5, DRP_IPV4_IHL_GT5}))
+                                  comRegPtr->rte_l3_ipv4_ihl_gt5_trap_que, TRP_IPV4_IHL_GT5, DRP_IPV4_IHL_GT5}))
             CM_TRACE(2, "Ipv4 IHL (%d) > 5 detected and %s\n", ihl,
                      portRegPtr->rte_prc_l3_ipv4_trap_ihl_gt5_err ? "trapped" : "dropped");
         else
@@ -148,7 +133,7 @@ void PrcL3Ipv4(CmRteStat *statPtr, uint32_t isPimInner, uint32_t &cksumErr) {
     if (4 * ihl > tLen)
         prcL3RecordLatched(statPtr, isPimInner,
                            {portRegPtr->rte_prc_l3_ipv4_ck_tlen, portRegPtr->rte_prc_l3_ipv4_trap_tlen_err,
-                            comRegPtr->rte_l3_ip_hdr_vio_trap_que, kTrapHdrVio, DRP_IP_HDR});
+                            comRegPtr->rte_l3_ip_hdr_vio_trap_que, TRP_IP_HDR_VIO, DRP_IP_HDR});
     statPtr->l3IpTlen = tLen;
     const uint32_t flags = prcByte(statPtr, offset + 6);
     statPtr->l3Ipv4DntFrg = bit(flags, 6);
@@ -173,7 +158,7 @@ void PrcL3Ipv4(CmRteStat *statPtr, uint32_t isPimInner, uint32_t &cksumErr) {
                           (statPtr->l3Ipv4MorFrg || statPtr->l3Ipv4FrgOffset);
     if (pimInFrg)
         prcL3Record(statPtr, {portRegPtr->rte_prc_l3_ipv4_ck_pim_frg, portRegPtr->rte_prc_l3_ipv4_trap_pim_frg_err,
-                              comRegPtr->rte_l3_ip_pim_hdr_trap_que, kTrapPimHdr, DRP_IP_PIM_HDR});
+                              comRegPtr->rte_l3_ip_pim_hdr_trap_que, TRP_IP_PIM_HDR, DRP_IP_PIM_HDR});
 
     statPtr->l3IpSa0 = prcDword(statPtr, offset + 12);
     // The outer header's key begins at the EtherType in front of it.
@@ -187,7 +172,7 @@ void PrcL3Ipv4(CmRteStat *statPtr, uint32_t isPimInner, uint32_t &cksumErr) {
     if (bits64(statPtr->l3IpSa0, 31, 28) == comRegPtr->rte_l3_ipv4_mcast_prefix)
         prcL3RecordLatched(statPtr, isPimInner,
                            {portRegPtr->rte_prc_l3_ipv4_ck_sa_mcast, portRegPtr->rte_prc_l3_ipv4_trap_sa_mcast_err,
-                            comRegPtr->rte_l3_ip_sa_mcast_trap_que, kTrapSaMcast, DRP_IP_SA_MCAST});
+                            comRegPtr->rte_l3_ip_sa_mcast_trap_que, TRP_IP_SA_MCAST, DRP_IP_SA_MCAST});
 
     if (!insideFrame(offset, 23, frmLen))
         return PrcL3Ipv4EofErr(statPtr);
@@ -202,7 +187,7 @@ void PrcL3Ipv4(CmRteStat *statPtr, uint32_t isPimInner, uint32_t &cksumErr) {
     if (!statPtr->l3IpDaIsMcast && statPtr->l3IpTtl < 2)
         prcL3RecordLatched(statPtr, isPimInner,
                            {portRegPtr->rte_prc_l3_ipv4_ck_ttl, portRegPtr->rte_prc_l3_ipv4_trap_ttl_err,
-                            comRegPtr->rte_l3_ip_ttl_trap_que, kTrapTtl, DRP_IP_TTL});
+                            comRegPtr->rte_l3_ip_ttl_trap_que, TRP_IP_TTL, DRP_IP_TTL});
 
     // A fragmented PIM frame leaves these flags as they were.
     if (!isPimInner && !pimInFrg) {
@@ -219,7 +204,7 @@ void PrcL3Ipv4(CmRteStat *statPtr, uint32_t isPimInner, uint32_t &cksumErr) {
     const bool hdrCksumErr = ihl <= 4 || prcCksumBad(sumHwords(statPtr, offset, 4 * minIhl));
     if (portRegPtr->rte_prc_l3_ipv4_ck_cksum && hdrCksumErr && !prcL3CksumStands(statPtr)) {
         prcL3Replace(statPtr, {portRegPtr->rte_prc_l3_ipv4_ck_cksum, portRegPtr->rte_prc_l3_ipv4_trap_cksum_err,
-                               comRegPtr->rte_l3_ipv4_cksum_trap_que, kTrapCksum, DRP_IPV4_CKSUM});
+                               comRegPtr->rte_l3_ipv4_cksum_trap_que, TRP_IPV4_CKSUM, DRP_IPV4_CKSUM});
         CM_TRACE(1, "Ipv4 header checksum Err. %s\n",
                  portRegPtr->rte_prc_l3_ipv4_trap_cksum_err ? "L3_TRAP" : "L3_DROP");
     }
@@ -252,7 +237,7 @@ void PrcL3Ipv4(CmRteStat *statPtr, uint32_t isPimInner, uint32_t &cksumErr) {
 
     const uint32_t pimBitN = bit(prcByte(statPtr, l4Offset + 4), 6);
     const PrcL3Err pimNull = {portRegPtr->rte_prc_l3_ck_pim_null, portRegPtr->rte_prc_l3_trap_pim_null,
-                              comRegPtr->rte_l3_ip_pim_null_reg_trap_que, kTrapPimNull, kDropPimNull};
+                              comRegPtr->rte_l3_ip_pim_null_reg_trap_que, TRP_IP_PIM_NULL, DRP_IP_PIM_NULL};
     if (pimBitN && pimNull.ck && prcL3NoRsn(statPtr)) {
         prcL3Replace(statPtr, pimNull);
         // Latched although it is no error of the inner header.
@@ -267,9 +252,9 @@ void PrcL3Ipv4(CmRteStat *statPtr, uint32_t isPimInner, uint32_t &cksumErr) {
         if (!prcL3CksumStands(statPtr))
             prcL3Replace(statPtr,
                          {portRegPtr->rte_prc_l3_ipv4_ck_pim_cksum, portRegPtr->rte_prc_l3_ipv4_trap_pim_cksum_err,
-                          comRegPtr->rte_l3_ipv4_cksum_trap_que, kTrapCksum, DRP_IPV4_CKSUM});
+                          comRegPtr->rte_l3_ipv4_cksum_trap_que, TRP_IPV4_CKSUM, DRP_IPV4_CKSUM});
         CM_TRACE(1, "IPv4 PIM cksum err detected and %s\n",
-                 statPtr->l3PrcTrapRsn == kTrapCksum ? "L3_TRAP" : "L3_DROP");
+                 statPtr->l3PrcTrapRsn == TRP_IPV4_CKSUM ? "L3_TRAP" : "L3_DROP");
     }
     cksumErr = cksumErr || pimCksumErr;
 
@@ -285,12 +270,12 @@ void ckIpv4Ihl6NotRouterAlrt(CmRteStat *statPtr) {
     if (portRegPtr->rte_prc_l3_ipv4_ck_ihl_gt5 && ihl6MayReplaceTrap(statPtr) && ihl6MayReplaceDrop(statPtr)) {
         if (portRegPtr->rte_prc_l3_ipv4_trap_ihl_gt5_err) {
             statPtr->l3PrcTrapQue = comRegPtr->rte_l3_ipv4_ihl_gt5_trap_que;
-            statPtr->l3PrcTrapRsn = kTrapIhlGt5;
-            statPtr->l3PrcDropRsn = 0;
+            statPtr->l3PrcTrapRsn = TRP_IPV4_IHL_GT5;
+            statPtr->l3PrcDropRsn = kNoRsn;
         } else {
             // The chip leaves the queue of a trap that it turns into a drop.
             statPtr->l3PrcDropRsn = DRP_IPV4_IHL_GT5;
-            statPtr->l3PrcTrapRsn = 0;
+            statPtr->l3PrcTrapRsn = kNoRsn;
         }
         CM_TRACE(2, "Ipv4 IHL = 6 detected and %s\n",
                  portRegPtr->rte_prc_l3_ipv4_trap_ihl_gt5_err ? "trapped" : "dropped");
@@ -304,30 +289,9 @@ void PrcL3Ipv4EofErr(CmRteStat *statPtr) {
     PrcL3RstHdr(statPtr);
     if (!prcL3CksumStands(statPtr))
         prcL3Replace(statPtr, {1, statPtr->portRegPtr->rte_prc_l3_ipv4_trap_eof_err,
-                               statPtr->comRegPtr->rte_l3_ip_hdr_vio_trap_que, kTrapHdrVio, DRP_EOF});
+                               statPtr->comRegPtr->rte_l3_ip_hdr_vio_trap_que, TRP_IP_HDR_VIO, DRP_EOF});
     CM_TRACE(1, "IPv4 EOF detected, trap_rsn=%d drp_rsn=%d\n", statPtr->l3PrcTrapRsn, statPtr->l3PrcDropRsn);
     statPtr->l3Ipv4Ihl6ErrCanWin = 0;
-}
-
-void PrcL3RstHdr(CmRteStat *statPtr) {
-    statPtr->l3PrcHdrUnk = 1;
-    statPtr->l3Ipv4DntFrg = 0;
-    statPtr->l3Ipv4MorFrg = 0;
-    statPtr->l3Ipv4FrgOffset = 0;
-    statPtr->l3IpEcn = 0;
-    statPtr->l3IpDscp = 0;
-    statPtr->l3IpDscpOuter = 0;
-    statPtr->l2PselDscp = 0;
-    statPtr->IpDscpForPsel = 0;
-    statPtr->l3IpMcastRegEncap = 0;
-    statPtr->l3IpUlp = 0;
-    statPtr->l3IpDaIsMcast = 0;
-    statPtr->l3IpTlen = 0;
-    statPtr->l3Ipv6IcmpTyp = 0;
-    statPtr->l3IpDa0 = 0;
-    statPtr->l3IpDa1 = 0;
-    statPtr->l3IpSa0 = 0;
-    statPtr->l3IpSa1 = 0;
 }
 
 uint32_t CkIpv4RpAddr(CmRteStat *statPtr) {

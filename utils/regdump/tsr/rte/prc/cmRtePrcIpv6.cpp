@@ -5,7 +5,6 @@
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
 #include "prc/cmRtePrcL3.h"
-#include "roc/cmRteRoc.h"
 
 #include <array>
 
@@ -43,7 +42,7 @@ void ckHbh(CmRteStat *statPtr, uint32_t nxtHdr) {
     statPtr->l3IpHbh = nxtHdr == statPtr->comRegPtr->rte_l3_ulp_hbh;
     if (statPtr->l3IpHbh)
         prcL3Record(statPtr, {statPtr->portRegPtr->rte_prc_l3_ipv6_ck_hbh, 1,
-                              statPtr->comRegPtr->rte_l3_ipv6_hbh_trap_que, kTrapHbh, 0});
+                              statPtr->comRegPtr->rte_l3_ipv6_hbh_trap_que, TRP_IPV6_HBH, kNoRsn});
 }
 
 /// The multicast class of the DA. At the outer header the MAC address must agree with it.
@@ -68,7 +67,7 @@ void ckDaMcast(CmRteStat *statPtr, uint32_t isPimInner) {
     if (portRegPtr->rte_prc_l3_ipv6_ck_da_mcast && (ipv6DaIsMcast || ipv6MacDaIsMcast) && !matchMacDa) {
         statPtr->l3IpDaIsMcast = 0;
         prcL3Record(statPtr, {portRegPtr->rte_prc_l3_ipv6_ck_da_mcast, portRegPtr->rte_prc_l3_ipv6_trap_da_mcast_err,
-                              comRegPtr->rte_l3_ip_da_mcast_trap_que, kTrapDaMcast, DRP_IP_DA_MCAST});
+                              comRegPtr->rte_l3_ip_da_mcast_trap_que, TRP_IP_DA_MCAST, DRP_IP_DA_MCAST});
         CM_TRACE(1, "IPv6 IP mcast DA check ip_da_mcast=%d mac_da_mcast=%d lo_32b=%x_%x trap_rsn=%d drop_rsn=%d\n",
                  ipv6DaIsMcast, ipv6MacDaIsMcast, daLo32, macDaLo32, statPtr->l3PrcTrapRsn, statPtr->l3PrcDropRsn);
         return;
@@ -109,7 +108,7 @@ bool walkExtHdrs(CmRteStat *statPtr, uint32_t isPimInner) {
                             "and at the cycle may or may not coincide with \n"
                             "EOF or max_len\n");
             prcL3Record(statPtr, {portRegPtr->rte_prc_l3_ipv6_ck_pim_ext, portRegPtr->rte_prc_l3_ipv6_trap_pim_ext_err,
-                                  comRegPtr->rte_l3_ip_pim_hdr_trap_que, kTrapPimHdr, DRP_IP_PIM_HDR});
+                                  comRegPtr->rte_l3_ip_pim_hdr_trap_que, TRP_IP_PIM_HDR, DRP_IP_PIM_HDR});
         }
 
         nxtHdrOffset += static_cast<uint32_t>(extLen + 1) * 8;
@@ -231,7 +230,7 @@ void PrcL3Ipv6(CmRteStat *statPtr, uint32_t isPimInner, uint32_t cksumErr) {
     if (bits(b0, 7, 4) != 6)
         prcL3RecordLatched(statPtr, isPimInner,
                            {portRegPtr->rte_prc_l3_ipv6_ck_ver, portRegPtr->rte_prc_l3_ipv6_trap_ver_err,
-                            comRegPtr->rte_l3_ip_hdr_vio_trap_que, kTrapHdrVio, DRP_IP_HDR});
+                            comRegPtr->rte_l3_ip_hdr_vio_trap_que, TRP_IP_HDR_VIO, DRP_IP_HDR});
 
     const uint32_t tos = bits(b0, 3, 0) << 4 | bits(prcByte(statPtr, off + 1), 7, 4);
     statPtr->l3IpDscp = tos >> 2;
@@ -261,7 +260,7 @@ void PrcL3Ipv6(CmRteStat *statPtr, uint32_t isPimInner, uint32_t cksumErr) {
     statPtr->l3IpSa1 = prcQword(statPtr, off + 16, 8);
     if (bits64(statPtr->l3IpSa0, 63, 56) == comRegPtr->rte_l3_ipv6_mcast_prefix)
         prcL3Record(statPtr, {portRegPtr->rte_prc_l3_ipv6_ck_sa_mcast, portRegPtr->rte_prc_l3_ipv6_trap_sa_mcast_err,
-                              comRegPtr->rte_l3_ip_sa_mcast_trap_que, kTrapSaMcast, DRP_IP_SA_MCAST});
+                              comRegPtr->rte_l3_ip_sa_mcast_trap_que, TRP_IP_SA_MCAST, DRP_IP_SA_MCAST});
 
     if (!lenOk(statPtr, off + 40))
         return;
@@ -271,7 +270,7 @@ void PrcL3Ipv6(CmRteStat *statPtr, uint32_t isPimInner, uint32_t cksumErr) {
 
     if (!statPtr->l3IpDaIsMcast && statPtr->l3IpTtl <= 1)
         prcL3Record(statPtr, {portRegPtr->rte_prc_l3_ipv6_ck_ttl, portRegPtr->rte_prc_l3_ipv6_trap_ttl_err,
-                              comRegPtr->rte_l3_ip_ttl_trap_que, kTrapTtl, DRP_IP_TTL});
+                              comRegPtr->rte_l3_ip_ttl_trap_que, TRP_IP_TTL, DRP_IP_TTL});
 
     if (!walkExtHdrs(statPtr, isPimInner))
         return;
@@ -294,7 +293,7 @@ void PrcL3Ipv6(CmRteStat *statPtr, uint32_t isPimInner, uint32_t cksumErr) {
 
     const uint32_t pimBitN = bit(prcByte(statPtr, l4Offset + 4), 6);
     const PrcL3Err pimNull = {portRegPtr->rte_prc_l3_ck_pim_null, portRegPtr->rte_prc_l3_trap_pim_null,
-                              comRegPtr->rte_l3_ip_pim_null_reg_trap_que, kTrapPimNull, kDropPimNull};
+                              comRegPtr->rte_l3_ip_pim_null_reg_trap_que, TRP_IP_PIM_NULL, DRP_IP_PIM_NULL};
     if (pimBitN && pimNull.ck && prcL3NoRsn(statPtr)) {
         prcL3Replace(statPtr, pimNull);
         CM_TRACE(1, "Ipv6 PIM NULL %s\n", pimNull.trap ? "TRAP" : "DROP");
@@ -307,9 +306,9 @@ void PrcL3Ipv6(CmRteStat *statPtr, uint32_t isPimInner, uint32_t cksumErr) {
         if (!prcL3CksumStands(statPtr))
             prcL3Replace(statPtr,
                          {portRegPtr->rte_prc_l3_ipv6_ck_pim_cksum, portRegPtr->rte_prc_l3_ipv6_trap_pim_cksum_err,
-                          comRegPtr->rte_l3_ipv4_cksum_trap_que, kTrapCksum, DRP_IPV4_CKSUM});
+                          comRegPtr->rte_l3_ipv4_cksum_trap_que, TRP_IPV4_CKSUM, DRP_IPV4_CKSUM});
         CM_TRACE(1, "IPv6 PIM cksum err detected and %s\n",
-                 statPtr->l3PrcTrapRsn == kTrapCksum ? "trapped" : "dropped");
+                 statPtr->l3PrcTrapRsn == TRP_IPV4_CKSUM ? "trapped" : "dropped");
     }
 
     statPtr->l3Offset = l4Offset + kPimRegHdrLen;
@@ -322,13 +321,13 @@ void PrcL3Ipv6EofErr(CmRteStat *statPtr) {
     PrcL3RstHdr(statPtr);
     if (prcL3CksumStands(statPtr))
         CM_TRACE(1, "IPv6 EOF or MaxLen err ignored due to earlier chksum %s\n",
-                 statPtr->l3PrcTrapRsn == kTrapCksum ? "trap" : "drop");
+                 statPtr->l3PrcTrapRsn == TRP_IPV4_CKSUM ? "trap" : "drop");
     else if (detIpv6EofErr)
         prcL3Replace(statPtr, {1, portRegPtr->rte_prc_l3_ipv6_trap_eof_err, comRegPtr->rte_l3_ip_hdr_vio_trap_que,
-                               kTrapHdrVio, DRP_EOF});
+                               TRP_IP_HDR_VIO, DRP_EOF});
     else if (detIpv6MlenErr)
         prcL3Replace(statPtr, {1, portRegPtr->rte_prc_l3_ipv6_trap_max_len_err, comRegPtr->rte_l3_ip_hdr_vio_trap_que,
-                               kTrapMaxLen, DRP_IPV6_MLEN});
+                               TRP_IPV6_MLEN, DRP_IPV6_MLEN});
     CM_TRACE(1, "IPv6 EOF or MaxLen err detected, trap_rsn=%d drp_rsn=%d\n", statPtr->l3PrcTrapRsn,
              statPtr->l3PrcDropRsn);
 }

@@ -4,7 +4,6 @@
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
-#include "roc/cmRteRoc.h"
 
 uint32_t etypIsVld;
 uint32_t etypIsCtag;
@@ -173,6 +172,12 @@ void prcL2ReadCnTag(CmRteStat *statPtr, uint32_t &offset) {
     detectFlexKey(statPtr, FLEX_KEY_CN_TAG, offset);
     statPtr->cntag = prcHword(statPtr, offset + 2);
     offset += 4;
+}
+
+uint32_t vlanTrans(CmRteHsiMem *memPtr, uint32_t igPort, uint32_t igVlan) {
+    const uint32_t idx = bits(igPort, 4, 0) * 4096 + bits(igVlan, 11, 0);
+    const uint32_t word = memWord(memPtr->RTE_VLAN_X_EDRAM, idx >> 1);
+    return igVlan & 1 ? bits(word, 12, 0) : bits(word, 28, 16);
 }
 
 // The line that tells how long a frame with this LLC header had to be.

@@ -1,22 +1,7 @@
 #pragma once
 // The layer-3 verdict of the parser: the moves that the IPv4 and the IPv6 parser share.
 
-#include "base/cmRte.h"
-
-/// Trap reasons of the layer-3 verdict.
-inline constexpr uint32_t kTrapHdrVio = 4;
-inline constexpr uint32_t kTrapTtl = 5;
-inline constexpr uint32_t kTrapDaMcast = 7;
-inline constexpr uint32_t kTrapSaMcast = 8;
-inline constexpr uint32_t kTrapPimHdr = 9;
-inline constexpr uint32_t kTrapCksum = 10;
-inline constexpr uint32_t kTrapIhlGt5 = 11;
-inline constexpr uint32_t kTrapHbh = 12;
-inline constexpr uint32_t kTrapPimNull = 19;
-inline constexpr uint32_t kTrapMaxLen = 23;
-
-/// The chip drops a null register with a reason that has no name.
-inline constexpr uint32_t kDropPimNull = 35;
+#include "base/cmRteFrm.h"
 
 /// Bytes of a PIM register header: the encapsulated packet begins behind them.
 inline constexpr uint32_t kPimRegHdrLen = 8;
@@ -30,11 +15,6 @@ struct PrcL3Err {
     uint32_t trapRsn;
     uint32_t dropRsn;
 };
-
-/// True while neither a trap nor a drop reason stands.
-inline bool prcL3NoRsn(const CmRteStat *statPtr) {
-    return statPtr->l3PrcTrapRsn == 0 && statPtr->l3PrcDropRsn == 0;
-}
 
 /// Records an error that was seen in the frame. Only the first error may set the verdict. Returns true when this one
 /// did.
@@ -61,9 +41,9 @@ inline bool prcL3RecordLatched(CmRteStat *statPtr, uint32_t isPimInner, const Pr
 
 /// Stores an error as the verdict in place of whatever stood there; `err.ck` is not looked at.
 inline void prcL3Replace(CmRteStat *statPtr, const PrcL3Err &err) {
-    statPtr->l3PrcDropRsn = err.trap ? 0 : err.dropRsn;
+    statPtr->l3PrcDropRsn = err.trap ? kNoRsn : err.dropRsn;
     statPtr->l3PrcTrapQue = err.trap ? err.trapQue : 0;
-    statPtr->l3PrcTrapRsn = err.trap ? err.trapRsn : 0;
+    statPtr->l3PrcTrapRsn = err.trap ? err.trapRsn : kNoRsn;
 }
 
 /// True when the verdict of a failed header or PIM checksum stands: nothing replaces it.

@@ -1,9 +1,9 @@
 // Layer 4: TCP and UDP ports, the fields of the type lookup, and the port ranges.
 
+#include "base/cmRteFrm.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
-#include "roc/cmRteRoc.h"
 
 namespace {
 
@@ -20,8 +20,8 @@ bool isNonFirstFragment(const CmRteStat *statPtr) {
 
 /// The chip tells a router alert by these values alone; it looks at no IP option.
 bool hasRouterAlert(const CmRteStat *statPtr) {
-    return statPtr->l3IpVer == 4 && statPtr->l4Src == kRouterAlertSrcPort &&
-           bits64(statPtr->l3IpDa0, 31, 24) == kLoopbackNet && statPtr->l3PrcTrapRsn == 0 && statPtr->l3PrcDropRsn == 0;
+    return isIpv4(statPtr) && statPtr->l4Src == kRouterAlertSrcPort &&
+           bits64(statPtr->l3IpDa0, 31, 24) == kLoopbackNet && prcL3NoRsn(statPtr);
 }
 
 void ckRouterAlert(CmRteStat *statPtr) {
@@ -31,7 +31,7 @@ void ckRouterAlert(CmRteStat *statPtr) {
     }
     if (statPtr->portRegPtr->rte_prc_l3_ipv4_trap_ihl_gt5_err) {
         statPtr->l3PrcTrapQue = statPtr->comRegPtr->rte_l3_ipv4_rtr_alert_trap_que;
-        statPtr->l3PrcTrapRsn = 22;
+        statPtr->l3PrcTrapRsn = TRP_IPV4_RTR_ALERT;
         CM_TRACE(1, "IPv4 router alert option detected and trapped\n");
     } else {
         statPtr->l3PrcDropRsn = DRP_IPV4_IHL_GT5;

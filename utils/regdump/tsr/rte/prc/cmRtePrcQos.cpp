@@ -1,5 +1,6 @@
-// Ingress QoS: the VLAN priority map, the DSCP map, and the per-port VLAN translation.
+// Ingress QoS: the VLAN priority map and the DSCP map.
 
+#include "base/cmRteFrm.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
@@ -94,8 +95,7 @@ void ingL2PriMap(CmRteStat *statPtr) {
 
 void ingDscpPriMap(CmRteStat *statPtr) {
     CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
-    if ((statPtr->l3IpVer == 4 || statPtr->l3IpVer == 6) && portRegPtr->rte_prc_trust_dscp &&
-        statPtr->l3PrcTrapRsn == 0 && statPtr->l3PrcDropRsn == 0) {
+    if (isIp(statPtr) && portRegPtr->rte_prc_trust_dscp && prcL3NoRsn(statPtr)) {
         const uint32_t dscp = statPtr->l3IpDscpOuter;
         statPtr->igPriMapDrpPrcd = ingDscpMapDp(portRegPtr, dscp);
         statPtr->igPriMapIwpri = ingDscpMapIwpri(portRegPtr, dscp);
@@ -106,10 +106,4 @@ void ingDscpPriMap(CmRteStat *statPtr) {
         CM_TRACE(3, "Skipped IP DSCP QoS map: IpVer=%u, trust_dscp=%u, prcTrap=0x%x, prcDrop=0x%x\n", statPtr->l3IpVer,
                  portRegPtr->rte_prc_trust_dscp, statPtr->l3PrcTrapRsn, statPtr->l3PrcDropRsn);
     }
-}
-
-uint32_t vlanTrans(CmRteHsiMem *memPtr, uint32_t igPort, uint32_t igVlan) {
-    const uint32_t idx = bits(igPort, 4, 0) * 4096 + bits(igVlan, 11, 0);
-    const uint32_t word = memWord(memPtr->RTE_VLAN_X_EDRAM, idx >> 1);
-    return igVlan & 1 ? bits(word, 12, 0) : bits(word, 28, 16);
 }

@@ -3,10 +3,6 @@
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
-#include "roc/cmRteRoc.h"
-
-// The trap reason of a hop count error.
-static constexpr uint32_t kTtlTrapRsn = 24;
 
 void PrcL2TrillCustIdErr(CmRteStat *statPtr) {
     const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
@@ -51,7 +47,7 @@ static void ttlErr(CmRteStat *statPtr, uint32_t trap, const char *name) {
         statPtr->l2PrcTrap = 1;
         statPtr->l2PselTrapTrillTtlErr = 1;
         statPtr->l2PrcTrapQue = statPtr->comRegPtr->rte_l2_trill_ttl_trap_que;
-        statPtr->l2PrcTrapRsn = kTtlTrapRsn;
+        statPtr->l2PrcTrapRsn = TRP_TRILL_TTL;
         CM_TRACE(1, "PRC Trill TTL=%s err. TRAP\n", name);
     } else {
         prcL2Drop(statPtr, DRP_TRILL_TTL);

@@ -28,7 +28,7 @@ uint32_t prcDword(const CmRteStat *statPtr, uint32_t offset) {
 void prcL2HdrVioTrap(CmRteStat *statPtr) {
     statPtr->l2PrcTrap = 1;
     statPtr->l2PrcTrapQue = statPtr->comRegPtr->rte_l2_hdr_vio_trap_que;
-    statPtr->l2PrcTrapRsn = 0;
+    statPtr->l2PrcTrapRsn = TRP_L2_HDR_VIO;
 }
 
 void prcL2Drop(CmRteStat *statPtr, uint32_t rsn) {

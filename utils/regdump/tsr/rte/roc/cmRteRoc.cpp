@@ -2,50 +2,14 @@
 
 #include "roc/cmRteRoc.h"
 
+#include "base/cmRteCnt.h"
+#include "base/cmRteFrm.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "cmAssert.h"
-#include "lue/cmRteLue.h"
+#include "lue/cmRteLueLrn.h"
 
 #include <cstdio>
-
-const char *const rte_rsn_str[kRteRsnCnt] = {
-    "DRP_LU: lookup result indicates drop",
-    "DRP_NOT_EN: dropped due to lookup not enabled",
-    "DRP_PAUSE: PAUSE or PFC frame",
-    "DRP_L2_ALL_RB_DA: non-TRILL port should not received all-rbridges outer MAC DA",
-    "DRP_L2_SA: MAC SA is bcast/mcast or SA is chassis address",
-    "DRP_L2_TYP: type or length error (non-ether type)",
-    "DRP_TRILL_MAC_CTL_DA: non-TRILL frame without control MAC DA at TRILL enabled port",
-    "DRP_TRILL_MAC_EXP: TRILL outer DA or SA or TRILL outer VLAN mismatch",
-    "DRP_TRILL_HDR: TRILL version mismatch or TRILL mc flag invalid or TRILL header option field error",
-    "DRP_TRILL_TTL: TRILL hop count error",
-    "DRP_TRILL_LOOP: received TRILL SA matches TRILL address of the chip",
-    "DRP_SRC: source filtered or Ethernet DA==SA",
-    "DRP_EOF: premature EOF during header parsing",
-    "DRP_IP_HDR: IPv4/IPv6 version error or IP header length error for IP routed packet",
-    "DRP_IP_TTL: IPv4/IPv6 TTL<=1 for IP routed packet",
-    "DRP_IP_DA_MCAST: IPv4/IPv6 IPDA multicast address mismatches MAC DA",
-    "DRP_IP_SA_MCAST: IPv4/IPv6 IPSA is multicast address",
-    "DRP_IP_PIM_HDR: See spec table 17-501",
-    "DRP_IPV4_CKSUM: IPv4 checksum error or IPv4/IPv6 PIM checksum error",
-    "DRP_IPV4_IHL_GT5: IPv4 IHL>5 for IP routed packet",
-    "DRP_IP_RTE_EN: IPv4/IPv6 routing not enabled",
-    "Wrong reason #1, call Ondra-x00000",
-    "DRP_FCOE_HDR: FCoE header error for FCoE routed packet",
-    "DRP_FCOE_TTL: FCoE VSAN hopCnt<=1 for FCoE routed packet",
-    "DRP_FCOE_RTE_EN: FCoE routing not enabled for Fcoe routed packet",
-    "DRP_TAIL: tail drop",
-    "DRP_LOCAL_MAC: Drop due to local mac bit set",
-    "Wrong reason #2, call Ondra-x00000",
-    "DRP_TRILL_RPF: Trill RPF Drops",
-    "Wrong reason #3, call Ondra-x00000",
-    "DRP_PERR: Parity error",
-    "DRP_IPV6_MLEN: IPv6 maximum length error",
-    "DRP_FWN_EN_ERR:",
-    "DRP_POL: Policer drops",
-    "DRP_IP_RPF: IPv4/IPv6 Unicast RPF check fails for IP routed packet",
-};
 
 namespace {
 
@@ -54,7 +18,7 @@ constexpr uint32_t kClassTrapQue = 14;
 constexpr uint32_t kMaxIpLength = 16383;
 
 /// State of the port sFlow sequence, one word an ingress port; lives as long as the process.
-int32_t sflow_lfsr[12];
+int32_t sflow_lfsr[kPortCnt];
 
 /// Which side decides, group by group: 1 for layer 3.
 struct WinFlags {
@@ -153,8 +117,10 @@ void traceWins(const CmRteStat *statPtr, const WinFlags &win) {
 
 /// A frame routed as multicast falls back to layer 2.
 void fallBackToSwitched(CmRteStat *statPtr, uint32_t &routed) {
-    if (routed == 0 || routed == 1)
-        routed += 4;
+    if (routed == ROUTED_IPV4)
+        routed = SWITCHED_IPV4;
+    else if (routed == ROUTED_IPV6)
+        routed = SWITCHED_IPV6;
     statPtr->l3EividDa = statPtr->iivid;
     statPtr->l3NxtHopL2DaIdx = 0;
     statPtr->l3NxtHopFcoeL2SaIdx = 0;
@@ -165,35 +131,35 @@ void composeRouted(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
     const uint32_t trapRsn = statPtr->l3PrcTrapRsn;
     const uint32_t dropRsn = statPtr->l3PrcDropRsn;
     if (statPtr->l3RteRqd) {
-        if (statPtr->l3IpVer == 4) {
-            routed = 0;
-        } else if (statPtr->l3IpVer == 6) {
-            routed = 1;
+        if (isIpv4(statPtr)) {
+            routed = ROUTED_IPV4;
+        } else if (isIpv6(statPtr)) {
+            routed = ROUTED_IPV6;
         } else if (statPtr->l2PselFcoeVfRouted) {
-            routed = 2;
+            routed = ROUTED_FCOE_VF;
         } else if (statPtr->l2PselFcoeVeRouted) {
-            routed = 3;
+            routed = ROUTED_FCOE_VE;
         } else {
             std::fputs("FATAL ERROR: L3RteRqd=1 but packet does not fall into any of IPv4, IPv6, FCoE VF, or FCoE VE "
                        "routed categories.",
                        stdout);
             CM_ASSERT(false);
         }
-    } else if (statPtr->l2PrcDrop || statPtr->l2PrcTrap || trapRsn == 4 || trapRsn == 15 || dropRsn == DRP_EOF ||
+    } else if (prcVerdict(statPtr) || trapRsn == TRP_IP_HDR_VIO || trapRsn == TRP_FCOE_HDR_VIO || dropRsn == DRP_EOF ||
                dropRsn == DRP_IP_HDR) {
-        routed = 7;
+        routed = SWITCHED_OTHER;
         CM_TRACE(1, "[ROC] Switched packet downgraded to \"other\" route type,");
-    } else if (statPtr->l3IpVer == 4) {
-        routed = 4;
-    } else if (statPtr->l3IpVer == 6) {
-        routed = 5;
+    } else if (isIpv4(statPtr)) {
+        routed = SWITCHED_IPV4;
+    } else if (isIpv6(statPtr)) {
+        routed = SWITCHED_IPV6;
     } else {
-        routed = statPtr->l2FcoeFound ? 6 : 7;
+        routed = statPtr->l2FcoeFound ? SWITCHED_FCOE : SWITCHED_OTHER;
     }
 
     if (statPtr->l3IpDaIsMcast && statPtr->l3IpMcastDropOvrd)
         fallBackToSwitched(statPtr, routed);
-    if (statPtr->l3McastRteRqd && !(statPtr->l3PselIsMgid && statPtr->l3PselMcastTyp == 3)) {
+    if (statPtr->l3McastRteRqd && !(statPtr->l3PselIsMgid && statPtr->l3PselMcastTyp == MCAST_L3)) {
         fallBackToSwitched(statPtr, routed);
         CM_TRACE(1,
                  "[ROC] IP MCast routed but l3_mgid not set. Routed type changed from routed to switched. "
@@ -209,8 +175,7 @@ void composeVerdict(CmRteStat *statPtr, CmRteRslt *rsltPtr, const WinFlags &win)
         hsi.rslt_typ = statPtr->l3PselRsltTyp;
         hsi.trap_que = statPtr->l3PselTrapQue;
         hsi.trap_rsn = statPtr->l3PselTrapRsn;
-        if (!win.l3TrapEnWin && (statPtr->l2PselRsltTyp == RSLT_TRAP || statPtr->l2PselRsltTyp == RSLT_FWD_A_TRAP) &&
-            hsi.rslt_typ == RSLT_FWD) {
+        if (!win.l3TrapEnWin && isTrap(statPtr->l2PselRsltTyp) && hsi.rslt_typ == RSLT_FWD) {
             hsi.rslt_typ = RSLT_FWD_A_TRAP;
             hsi.trap_que = statPtr->l2PselTrapQue;
             hsi.trap_rsn = statPtr->l2PselTrapRsn;
@@ -242,17 +207,17 @@ void overrideVerdict(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
     if (!isFwd(hsi.rslt_typ)) {
         if (statPtr->l3IcmpUnreach) {
             hsi.rslt_typ = RSLT_TRAP;
-            hsi.trap_rsn = 21;
+            hsi.trap_rsn = TRP_ICMP_UNREACH;
             hsi.trap_que = comReg->rte_l3_ip_icmp_unrech_trap_que;
-            statPtr->l3PselDropRsn = 0;
+            statPtr->l3PselDropRsn = kNoRsn;
         }
-    } else if (!isMgid && egid == (0x4000 | comReg->rte_acl_drop_egid)) {
+    } else if (!isMgid && egid == gidOfEgid(comReg->rte_acl_drop_egid)) {
         hsi.rslt_typ = RSLT_DROP;
-        statPtr->dropRsn = 0;
+        statPtr->dropRsn = kNoRsn;
     } else if (statPtr->l3IpRpfErr) {
         if (statPtr->portRegPtr->rte_prc_trap_l3_rpf_err) {
             hsi.rslt_typ = RSLT_TRAP;
-            hsi.trap_rsn = 6;
+            hsi.trap_rsn = TRP_IP_RPF;
             hsi.trap_que = comReg->rte_l3_ip_rpf_err_trap_que;
         } else {
             hsi.rslt_typ = RSLT_DROP;
@@ -262,10 +227,10 @@ void overrideVerdict(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
             statPtr->l2PselSaLrnEn = statPtr->portRegPtr->rte_prc_l3_rpf_err_lrn_en;
     } else if (statPtr->l3IcmpRedirect) {
         hsi.rslt_typ = RSLT_FWD_A_TRAP;
-        hsi.trap_rsn = 20;
+        hsi.trap_rsn = TRP_ICMP_REDIRECT;
         hsi.trap_que = comReg->rte_l3_ip_icmp_redirect_trap_que;
-        statPtr->l3PselDropRsn = 0;
-        if (!isMgid && bits(egid, 16, 14) != 0) {
+        statPtr->l3PselDropRsn = kNoRsn;
+        if (!isMgid && !isPlainEgid(egid)) {
             hsi.rslt_typ = RSLT_TRAP;
             CM_TRACE(1, "[ROC] special egid check. rslt_typ made TRAP egid=0x%x\n", egid);
         }
@@ -275,7 +240,7 @@ void overrideVerdict(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
 /// The egid side band: ECN of a unicast frame, kind of a multicast one.
 uint32_t ecnOrMcastTyp(const CmRteStat *statPtr, const CmRteRslt *rsltPtr) {
     if (!rsltPtr->shim2Rslt.is_mgid) {
-        if (rsltPtr->shim0Rslt.routed == 7)
+        if (rsltPtr->shim0Rslt.routed == SWITCHED_OTHER)
             return 0;
         return statPtr->l3GidWin ? statPtr->l3PselEgrIpEcn : statPtr->l2PselEgrIpEcn;
     }
@@ -283,10 +248,10 @@ uint32_t ecnOrMcastTyp(const CmRteStat *statPtr, const CmRteRslt *rsltPtr) {
         return statPtr->l3PselMcastTyp;
     const uint64_t da = statPtr->l2TrillFound ? statPtr->l2TrillInnerDa : statPtr->l2OuterDa;
     if (da == 0xffffffffffffull)
-        return 1;
+        return MCAST_BCAST;
     if (!statPtr->l2PselUcastFlooded)
-        return 2;
-    return da >> 40 & 1 ? 2 : 0;
+        return MCAST_L2;
+    return da >> 40 & 1 ? MCAST_L2 : MCAST_UCAST_FLOOD;
 }
 
 /// Multicast group, or the ingress group id that the egress side filters by.
@@ -295,7 +260,7 @@ uint32_t mgidOrCopyId(const CmRteStat *statPtr, const CmRteRslt *rsltPtr) {
         return statPtr->l3GidWin ? statPtr->l3PselEgidMgid : statPtr->l2PselEgidMgid;
     if (statPtr->l2RcvQcn || !isFwd(rsltPtr->hsiShim0Rslt.rslt_typ))
         return 0;
-    if (statPtr->l2TrillFound && (statPtr->l2TrillMc || (statPtr->l2ExmSaRsltTyp != 2 && statPtr->l2ExmSaRsltTyp != 3)))
+    if (statPtr->l2TrillFound && (statPtr->l2TrillMc || !isFwd(statPtr->l2ExmSaRsltTyp)))
         return 0;
     return 1u << 16 | statPtr->portRegPtr->rte_prc_igid;
 }
@@ -303,15 +268,15 @@ uint32_t mgidOrCopyId(const CmRteStat *statPtr, const CmRteRslt *rsltPtr) {
 uint32_t ipLength(const CmRteStat *statPtr, uint32_t routed) {
     const uint32_t tlen = statPtr->l3IpTlen;
     switch (routed) {
-    case 0:
-    case 4:
+    case ROUTED_IPV4:
+    case SWITCHED_IPV4:
         return bits(tlen, 15, 14) ? kMaxIpLength : tlen;
-    case 1:
-    case 5:
+    case ROUTED_IPV6:
+    case SWITCHED_IPV6:
         return bits(tlen, 15, 14) && bits(tlen - 40, 15, 14) ? kMaxIpLength : tlen & 0x3fff;
-    case 2:
-    case 3:
-    case 6: {
+    case ROUTED_FCOE_VF:
+    case ROUTED_FCOE_VE:
+    case SWITCHED_FCOE: {
         const uint32_t vsanOut = statPtr->l3RteRqd ? statPtr->l3NxtHopFcoeVsanTagged : statPtr->l2FcoeFcVfidVld;
         return (statPtr->l2FcoeFcVfidVld & 1) << 13 | (vsanOut & 1) << 12 | bits(statPtr->l2FcoeClsVfid, 11, 0);
     }
@@ -435,7 +400,7 @@ void traceResult(const CmRteStat *statPtr, const CmRteRslt *rsltPtr) {
 /// Composes the frame's result from what the lookups found.
 void LuRoc(CmRteStat *statPtr) {
     CmRteRslt *rsltPtr = statPtr->rsltPtr;
-    const bool l2PrcOk = !statPtr->l2PrcTrap && !statPtr->l2PrcDrop;
+    const bool l2PrcOk = !prcVerdict(statPtr);
 
     LuRocPselFlt(statPtr);
     const WinFlags win = resolveWins(statPtr);
@@ -477,7 +442,7 @@ void LuRoc(CmRteStat *statPtr) {
 
     TSR_HSI_SHIM0_RSLT_T &hsi0 = rsltPtr->hsiShim0Rslt;
     if (l2PrcOk) {
-        if (shim2.is_mgid || bits(shim1.egid, 16, 14) == 0)
+        if (shim2.is_mgid || isPlainEgid(shim1.egid))
             TrillTtlAndLrnEnCheck(statPtr, hsi0.rslt_typ, shim1.egid, shim2.is_mgid);
         L2TrillTtlFlt(statPtr, rsltPtr);
     }
@@ -489,8 +454,7 @@ void LuRoc(CmRteStat *statPtr) {
 
     shim1.egid = bits(shim1.egid, 10, 0);
     shim2.rcv_s_tagged = statPtr->isSTagged;
-    if ((hsi0.rslt_typ == RSLT_TRAP || hsi0.rslt_typ == RSLT_FWD_A_TRAP) &&
-        (statPtr->l2FcoeFcClassF || statPtr->l2FcoeFcClass2))
+    if (isTrap(hsi0.rslt_typ) && (statPtr->l2FcoeFcClassF || statPtr->l2FcoeFcClass2))
         hsi0.trap_que = kClassTrapQue;
     shim2.ing_port = statPtr->ingLgcPort;
     shim2.q_priority = statPtr->polQPrioEn ? statPtr->polQPrio
@@ -552,24 +516,20 @@ void LuRoc(CmRteStat *statPtr) {
 
 } // namespace
 
-void Prt(const char *name, uint32_t value) {
-    std::printf("%-30s = 0x%08x\n", name, value);
-}
-
 void L2TrillTtlFlt(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
     TSR_HSI_SHIM0_RSLT_T &hsi = rsltPtr->hsiShim0Rslt;
-    if (statPtr->l2PrcTrap || statPtr->l2PrcDrop || !isFwd(hsi.rslt_typ) || !statPtr->l2PselTrillTtlErr)
+    if (prcVerdict(statPtr) || !isFwd(hsi.rslt_typ) || !statPtr->l2PselTrillTtlErr)
         return;
     if (statPtr->l2PselTrapTrillTtlErr) {
         statPtr->l2PselIsL2Mgid = 0;
         statPtr->l2PselRsltTyp = RSLT_TRAP;
         hsi.rslt_typ = RSLT_TRAP;
-        hsi.trap_rsn = 24;
+        hsi.trap_rsn = TRP_TRILL_TTL;
         hsi.trap_que = statPtr->comRegPtr->rte_l2_trill_ttl_trap_que;
     } else if (statPtr->l2PselDropTrillTtlErr) {
         statPtr->l2PselRsltTyp = RSLT_DROP;
         statPtr->l2PselTrapQue = 0;
-        statPtr->l2PselTrapRsn = 0;
+        statPtr->l2PselTrapRsn = kNoRsn;
         statPtr->l2PselIsL2Mgid = 0;
         statPtr->l2PselDropRsn = DRP_TRILL_TTL;
         statPtr->l3PselDropRsn = DRP_TRILL_TTL;
@@ -583,7 +543,7 @@ void checkFinalEgid(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
     const CmRteHsiComReg *comReg = statPtr->comRegPtr;
     uint32_t &rslt_typ = rsltPtr->hsiShim0Rslt.rslt_typ;
     const uint32_t egid = rsltPtr->shim1Rslt.egid;
-    const uint32_t low = bits(egid, 12, 0);
+    const uint32_t low = egidOf(egid);
     uint32_t lrnClass = 0;
 
     auto setRslt = [&](uint32_t value) {
@@ -592,17 +552,17 @@ void checkFinalEgid(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
     };
     auto dropWithoutReason = [&] {
         setRslt(RSLT_DROP);
-        statPtr->dropRsn = 0;
-        statPtr->l2PselDropRsn = 0;
+        statPtr->dropRsn = kNoRsn;
+        statPtr->l2PselDropRsn = kNoRsn;
         lrnClass = 3;
     };
 
     if (rsltPtr->shim2Rslt.is_mgid) {
         // A group has no special egid.
-    } else if (bits(egid, 16, 13) == 2 && low == comReg->rte_acl_drop_egid) {
+    } else if (isEgidForm(egid) && low == comReg->rte_acl_drop_egid) {
         dropWithoutReason();
         CM_TRACE(1, "final egid (0x%x) is acl_drop_egid. DROP\n", egid);
-    } else if (bit(egid, 14) && low == comReg->rte_trap_egid) {
+    } else if (isEgidFormAtEnd(egid) && low == comReg->rte_trap_egid) {
         if (rslt_typ == RSLT_FWD_A_TRAP) {
             setRslt(RSLT_TRAP);
             lrnClass = 1;
@@ -612,7 +572,7 @@ void checkFinalEgid(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
             lrnClass = 1;
             CM_TRACE(1, "final egid (0x%x) is trap_egid. FWD-->DROP\n", egid);
         }
-    } else if (bit(egid, 14) && (low == comReg->rte_pth_egid || low == comReg->rte_drop_egid)) {
+    } else if (isEgidFormAtEnd(egid) && (low == comReg->rte_pth_egid || low == comReg->rte_drop_egid)) {
         if (rslt_typ == RSLT_FWD_A_TRAP) {
             setRslt(RSLT_TRAP);
             lrnClass = 2;
@@ -621,7 +581,7 @@ void checkFinalEgid(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
             dropWithoutReason();
             CM_TRACE(1, "final egid (0x%x) is either pass_egid or drop_egid. DROP\n", egid);
         }
-    } else if (bits(egid, 16, 14) != 0) {
+    } else if (!isPlainEgid(egid)) {
         if (rslt_typ == RSLT_FWD_A_TRAP) {
             setRslt(RSLT_TRAP);
             lrnClass = 2;

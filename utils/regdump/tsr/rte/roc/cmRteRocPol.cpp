@@ -1,16 +1,14 @@
 // Policers, tail drop and counters of the result stage.
 
+#include "base/cmRteCnt.h"
+#include "base/cmRteFrm.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
-#include "lue/cmRteLue.h"
 #include "roc/cmRteRoc.h"
 
 #include <algorithm>
 
 namespace {
-
-constexpr uint32_t kDropRsnUnused = 36; // first number beyond the drop reasons that a filter looks at
-constexpr uint32_t kTrapRsnUnused = 27; // the same of the trap reasons
 
 /// Adds one to frame counter `entry`, two words an entry; an entry beyond the memory is not counted.
 template <size_t N> void countFrm(uint32_t (&cntMem)[N], uint32_t entry) {
@@ -34,21 +32,19 @@ void clearL3Result(CmRteStat *statPtr) {
     statPtr->l3PselFcEgrVc = 0;
 }
 
-bool isOneOf(uint32_t value, std::initializer_list<uint32_t> list) {
-    return std::find(list.begin(), list.end(), value) != list.end();
-}
-
 } // namespace
 
 void LuL3PselFlt(CmRteStat *statPtr) {
     const CmRteHsiComReg *comReg = statPtr->comRegPtr;
-    const bool isFcoe = statPtr->l2FcoeFound;
     const uint32_t dropRsn = statPtr->l3PselDropRsn;
     const uint32_t trapRsn = statPtr->l3PselTrapRsn;
     const uint32_t dropPrcErr =
-        statPtr->l3PselRsltTyp == RSLT_DROP && !isOneOf(dropRsn, {0, 33, 34}) && dropRsn < kDropRsnUnused;
-    const uint32_t trapPrcErr = statPtr->l3PselRsltTyp == RSLT_TRAP &&
-                                !isOneOf(trapRsn, {6, 12, 13, 14, 18, 20, 21, 22, 26}) && trapRsn < kTrapRsnUnused;
+        statPtr->l3PselRsltTyp == RSLT_DROP && !isOneOf(dropRsn, {DRP_LU, DRP_POL, DRP_IP_RPF}) && dropRsn < kDrpRsnCnt;
+    const uint32_t trapPrcErr =
+        statPtr->l3PselRsltTyp == RSLT_TRAP &&
+        !isOneOf(trapRsn, {TRP_IP_RPF, TRP_IPV6_HBH, TRP_L3_HIT, TRP_L3_MISS, TRP_RP_PIM_ENCAP, TRP_ICMP_REDIRECT,
+                           TRP_ICMP_UNREACH, TRP_IPV4_RTR_ALERT, TRP_L3_CTRL}) &&
+        trapRsn < kTrpRsnCnt;
     CM_TRACE(1, "l3_psel filtering: dropPrcErr=%x trapPrcErr=%x trapRsn=%x dropRsn=%x\n", dropPrcErr, trapPrcErr,
              trapRsn, dropRsn);
 
@@ -61,25 +57,26 @@ void LuL3PselFlt(CmRteStat *statPtr) {
 
     if (statPtr->l3PselTrapRteEnErr && !statPtr->l3AclAppl) {
         statPtr->l3PselIsMgid = 0;
-        statPtr->l3PselMcastTyp = 0;
+        statPtr->l3PselMcastTyp = MCAST_UCAST_FLOOD;
         statPtr->l3PselRsltTyp = RSLT_TRAP;
-        statPtr->l3PselTrapQue = isFcoe ? comReg->rte_fcoe_rte_en_trap_que : comReg->rte_l3_ip_rte_en_trap_que;
-        statPtr->l3PselTrapRsn = 17;
-        statPtr->l3PselDropRsn = 0;
+        statPtr->l3PselTrapQue =
+            statPtr->l2FcoeFound ? comReg->rte_fcoe_rte_en_trap_que : comReg->rte_l3_ip_rte_en_trap_que;
+        statPtr->l3PselTrapRsn = TRP_L3_RTE_EN;
+        statPtr->l3PselDropRsn = kNoRsn;
     } else if (statPtr->l3PselRteEnErr && !statPtr->l3AclAppl) {
         statPtr->l3PselIsMgid = 0;
-        statPtr->l3PselMcastTyp = 0;
+        statPtr->l3PselMcastTyp = MCAST_UCAST_FLOOD;
         statPtr->l3PselRsltTyp = RSLT_DROP;
         statPtr->l3PselTrapQue = 0;
-        statPtr->l3PselTrapRsn = 0;
-        statPtr->l3PselDropRsn = isFcoe ? DRP_FCOE_RTE_EN : DRP_IP_RTE_EN;
+        statPtr->l3PselTrapRsn = kNoRsn;
+        statPtr->l3PselDropRsn = statPtr->l2FcoeFound ? DRP_FCOE_RTE_EN : DRP_IP_RTE_EN;
     } else if (isFwd(statPtr->l3PselRsltTyp) && statPtr->l3PselRedDrop) {
         if (statPtr->l3PselRsltTyp == RSLT_FWD) {
             statPtr->l3PselRsltTyp = RSLT_DROP;
             statPtr->l3PselIsMgid = 0;
-            statPtr->l3PselMcastTyp = 0;
+            statPtr->l3PselMcastTyp = MCAST_UCAST_FLOOD;
             statPtr->l3PselTrapQue = 0;
-            statPtr->l3PselTrapRsn = 0;
+            statPtr->l3PselTrapRsn = kNoRsn;
             statPtr->l3PselDropRsn = DRP_RED_TAIL;
         } else {
             statPtr->l3PselRsltTyp = RSLT_TRAP;
@@ -89,7 +86,7 @@ void LuL3PselFlt(CmRteStat *statPtr) {
 
 void LuRocPselFlt(CmRteStat *statPtr) {
     bool l2PselRsltClr = false;
-    if (statPtr->l2PrcTrap || statPtr->l2PrcDrop) {
+    if (prcVerdict(statPtr)) {
         l2PselRsltClr = true;
     } else if (statPtr->l2PselRedDrop || statPtr->l2PselLagDrop || statPtr->l2PselSrcDrop) {
         l2PselRsltClr = true;
@@ -171,7 +168,7 @@ void PolicerRun(CmRteStat *statPtr, CmRteRslt *rsltPtr, uint32_t dp, uint32_t ds
 
 void BpTailDrop(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
     uint32_t &rslt_typ = rsltPtr->hsiShim0Rslt.rslt_typ;
-    if (rslt_typ != RSLT_TRAP && rslt_typ != RSLT_FWD_A_TRAP)
+    if (!isTrap(rslt_typ))
         return;
     const CmRteExtCfg *extCfg = statPtr->extCfgPtr;
     const uint32_t trap_que = rsltPtr->hsiShim0Rslt.trap_que;
@@ -247,10 +244,10 @@ void TailDrop(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
         statPtr->l2PselRsltTyp = RSLT_DROP;
         statPtr->l3PselRsltTyp = RSLT_DROP;
         rsltPtr->hsiShim0Rslt.trap_que = 0;
-        rsltPtr->hsiShim0Rslt.trap_rsn = 0;
+        rsltPtr->hsiShim0Rslt.trap_rsn = kNoRsn;
         rsltPtr->shim2Rslt.is_mgid = 0;
         statPtr->l2PselTrapQue = 0;
-        statPtr->l2PselTrapRsn = 0;
+        statPtr->l2PselTrapRsn = kNoRsn;
         statPtr->l2PselIsL2Mgid = 0;
         const uint32_t dropRsn = statPtr->l2PselTailDrop == 2 && !downgraded ? DRP_BP_TAIL : DRP_TAIL;
         statPtr->l3PselDropRsn = dropRsn;

@@ -1,5 +1,6 @@
 // The layer-2 search of the ACL engine, and the merge of what its banks say.
 
+#include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "cmAssert.h"
@@ -65,8 +66,6 @@ void writeFields(const L2AclRslt &rslt, M_T &ln_) {
 #include "tae/cmTaeL2Rslt.def"
 #undef FLD
 }
-
-constexpr uint32_t kEgidForm = 0x4000; // makes a group of an egid
 
 } // namespace
 
@@ -196,11 +195,11 @@ void CmTaeLkup::mergeL2AclResults(const int *hitIdxByBank, const enumBankType *t
     tBnkIdxPair fwdPair = {-1, 0};
     tBnkIdxPair spanPair = {-1, 0};
     tBnkIdxPair prioPair = {-1, 0};
-    uint32_t bankTrapRsn = 0; // of the trap bank
-    uint32_t fwdTrapQue = 0;  // of the forward's own trap
-    uint32_t fwdTrapRsn = 0;
+    uint32_t bankTrapRsn = kNoRsn; // of the trap bank
+    uint32_t fwdTrapQue = 0;       // of the forward's own trap
+    uint32_t fwdTrapRsn = kNoRsn;
     uint32_t egidTrapQue = 0; // of the bank that names the trap egid
-    uint32_t egidTrapRsn = 0;
+    uint32_t egidTrapRsn = kNoRsn;
     bool aclDropHit = false;
     bool trapHit = false;
     bool dropHit = false;
@@ -266,8 +265,8 @@ void CmTaeLkup::mergeL2AclResults(const int *hitIdxByBank, const enumBankType *t
         merged.bypass_eacl |= cur.bypass_eacl;
 
         // Every forwarding bank is tested, also one whose group lost to an earlier bank.
-        if (cur.fwd_en && !cur.is_mgid && bits(cur.lgid_egid_mgid, 16, 14) == 1) {
-            const uint32_t egid = bits(cur.lgid_egid_mgid, 12, 0);
+        if (cur.fwd_en && !cur.is_mgid && isEgidFormOfAcl(cur.lgid_egid_mgid)) {
+            const uint32_t egid = egidOf(cur.lgid_egid_mgid);
             if (egid == aclDropEgid) {
                 aclDropHit = true;
                 merged.is_mgid = 0;
@@ -308,7 +307,7 @@ void CmTaeLkup::mergeL2AclResults(const int *hitIdxByBank, const enumBankType *t
         merged.trill_mc = def.trill_mc;
         merged.mctid_trill_da = def.mctid_trill_da;
         fwdTrapQue = def.trap_que;
-        fwdTrapRsn = 0;
+        fwdTrapRsn = kNoRsn;
     }
     if (!merged.sts_sflow_en)
         merged.sts_sflow_idx = def.sts_sflow_idx;
@@ -320,32 +319,32 @@ void CmTaeLkup::mergeL2AclResults(const int *hitIdxByBank, const enumBankType *t
 
     if (aclDropHit) {
         merged.is_mgid = 0;
-        merged.lgid_egid_mgid = aclDropEgid | kEgidForm;
+        merged.lgid_egid_mgid = gidOfEgid(aclDropEgid);
         merged.trap_en = 0;
         fwdTrapQue = 0;
-        fwdTrapRsn = 0;
+        fwdTrapRsn = kNoRsn;
         TAE_TRACE(1, "[TAE-L2LU] merging: gid (0x%x) = acl_drop_gid\n", merged.lgid_egid_mgid);
     } else if (trapHit) {
         merged.is_mgid = 0;
-        merged.lgid_egid_mgid = trapEgid | kEgidForm;
+        merged.lgid_egid_mgid = gidOfEgid(trapEgid);
         fwdTrapQue = egidTrapQue;
         fwdTrapRsn = egidTrapRsn;
         TAE_TRACE(1, "[TAE-L2LU] merging: gid (0x%x)  = trap_gid\n", merged.lgid_egid_mgid);
     } else if (dropHit) {
         merged.is_mgid = 0;
-        merged.lgid_egid_mgid = dropEgid | kEgidForm;
+        merged.lgid_egid_mgid = gidOfEgid(dropEgid);
         fwdTrapQue = 0;
-        fwdTrapRsn = 0;
+        fwdTrapRsn = kNoRsn;
         TAE_TRACE(1, "[TAE-L2LU] merging: gid (0x%x) = drop_gid\n", merged.lgid_egid_mgid);
     }
 
     // The final trap. The group may have come from the default, so it is compared once more.
-    const bool isEgid = !merged.is_mgid && bits(merged.lgid_egid_mgid, 16, 13) == 2;
-    const uint32_t egid = bits(merged.lgid_egid_mgid, 12, 0);
+    const bool isEgid = !merged.is_mgid && isEgidForm(merged.lgid_egid_mgid);
+    const uint32_t egid = egidOf(merged.lgid_egid_mgid);
     uint32_t finalTrapRsn;
     if (isEgid && egid == aclDropEgid) {
         merged.trap_que = 0;
-        finalTrapRsn = 0;
+        finalTrapRsn = kNoRsn;
         merged.is_mgid = 0;
     } else if (isEgid && egid == trapEgid) {
         merged.trap_que = fwdTrapQue;
@@ -355,12 +354,12 @@ void CmTaeLkup::mergeL2AclResults(const int *hitIdxByBank, const enumBankType *t
         // Also for the drop egid, which has `is_mgid` clear by itself.
         if (!merged.trap_en)
             merged.trap_que = 0;
-        finalTrapRsn = merged.trap_en ? bankTrapRsn : 0;
+        finalTrapRsn = merged.trap_en ? bankTrapRsn : kNoRsn;
     }
 
     merged.sflow_profile = 0;
     writeFields(merged, rslt);
-    if (finalTrapRsn != 0)
+    if (finalTrapRsn != kNoRsn)
         trapRsn = finalTrapRsn;
 
     setL2AclActivityMemories(trapPair, fwdPair, spanPair, prioPair);

@@ -1,6 +1,7 @@
 // The layer-3 search of the ACL engine: TCAM banks, exact-match tables, and the merge of what they say.
 
 #include "base/cmLu.h"
+#include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "cmAssert.h"
@@ -448,7 +449,7 @@ void CmTaeLkup::mergeL3AclResults(tL3AclInterface &intf, int *hitByBank, L3PselR
     loadRegisterSettings();
 
     L3PselRslt merged = {};
-    uint32_t trapRsn = 0;
+    uint32_t trapRsn = kNoRsn;
     int hitCnt = 0;
     bool aclDropSeen = false;
     bool dropSeen = false;
@@ -525,7 +526,7 @@ void CmTaeLkup::mergeL3AclResults(tL3AclInterface &intf, int *hitByBank, L3PselR
         merged.nxt_hop_rslt_idx = intf.acl_drop_ptr;
         merged.trap_en = 0;
         merged.trap_que = 0;
-        trapRsn = 0;
+        trapRsn = kNoRsn;
     } else if (dropSeen) {
         merged.nxt_hop_rslt_idx = intf.drop_ptr;
     }
