@@ -233,16 +233,16 @@ TEST_F(TaeL3Merge, MergedResultIsPrintedFieldByField) {
     std::string expected =
         std::string(kNoIpv4Exm) + "CM port=3, frameIdx=7>> [mergeL3AclResults] 2 bank hit(s), merged result is:\n";
     for (const auto &[name, val] : fields)
-        expected += std::string("    ") + name + " =        " + std::to_string(val) + "\n";
+        expected += "    " + (name + std::string(20, ' ')).substr(0, 20) + "=        " + std::to_string(val) + "\n";
     EXPECT_EQ(text, expected);
     tae.dbgLvl = 1;
     EXPECT_EQ(printed([&] { lookup(); }), "");
 }
 
-TEST_F(TaeL3Merge, MergedFieldsPrintInEightHexPlaces) {
+TEST_F(TaeL3Merge, MergedFieldsPrintInTwentyColumnsAndEightHexPlaces) {
     hitBank(0, {{"fwd_en", 1}, {"nxt_hop_rslt_idx", 0x3abcd}});
     tae.dbgLvl = 2;
     const std::string text = printed([&] { lookup(); });
-    EXPECT_NE(text.find("    nxt_hop_rslt_idx =    3abcd\n"), std::string::npos);
+    EXPECT_NE(text.find("    nxt_hop_rslt_idx    =    3abcd\n"), std::string::npos);
     EXPECT_NE(text.find("    l3_trap_en_override =        0\n"), std::string::npos);
 }

@@ -17,6 +17,9 @@ enum TB_MSG_TYPE {
 void TbMsg(TB_MSG_TYPE type, const char *func, const char *file, int line, const char *format, ...)
     __attribute__((format(printf, 5, 6)));
 
+/// The form of a result's field on a line of its own: the name, with blanks to 20 columns, and the value.
+constexpr char TB_MSG_FIELD[] = "    %-20s= %8x\n";
+
 /// The program's name for a stack trace; null until set, which turns the stack trace off.
 void TbMsgSetArgv0(char *argv0_);
 char *TbMsgGetArgv0(void);

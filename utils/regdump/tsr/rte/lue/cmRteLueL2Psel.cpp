@@ -427,7 +427,7 @@ void L2Psel(CmRteStat *statPtr) {
 #include "lue/cmRteL2PselRslt.def"
 #undef RSLT
     CM_TRACE_RAW(2, "L2 PSEL result:\n");
-#define RSLT(name, label) CM_TRACE_RAW(2, "    %-20s= %8x\n", label, rslt.name);
+#define RSLT(name, label) CM_TRACE_RAW(2, TB_MSG_FIELD, label, rslt.name);
 #include "lue/cmRteL2PselRslt.def"
 #undef RSLT
 

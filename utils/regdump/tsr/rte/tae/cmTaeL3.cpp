@@ -128,7 +128,7 @@ void takeStsSflow(L3PselRslt &to, const L3PselRslt &from) {
 
 void printFields(const L3PselRslt &rslt) {
 #define PRINT_FIELD(name)                                                                                              \
-    TbMsg(TB_MSG_PRINT, __func__, __FILE_NAME__, __LINE__, "    " #name " = %8x\n", static_cast<uint32_t>(rslt.name))
+    TbMsg(TB_MSG_PRINT, __func__, __FILE_NAME__, __LINE__, TB_MSG_FIELD, #name, static_cast<uint32_t>(rslt.name))
     PRINT_FIELD(prio_pth);
     PRINT_FIELD(qmg_prio);
     PRINT_FIELD(trap_que);
