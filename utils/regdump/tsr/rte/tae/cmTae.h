@@ -146,7 +146,8 @@ public:
     void loadRegisterSettings();
     /// Appends the hits of the eight words of `key` (lowest bits first) in `bank`, lowest first.
     void bankLookup(const uint32_t *key, std::vector<int> &hits, int bank) const;
-    /// A TCAM block; null if the bank has no such block.
+    /// A TCAM block; null if the bank has no such block. From bank 12 up a bank has one block alone, and any `block`
+    /// gives it.
     EmbeddedTcam *getAclTcamBlockPointer(int bank, int block) const;
     /// A bank's result memory; null after a message if there is none.
     EmbeddedMemory *getAclRsltBlockPointer(int bank) const;
