@@ -473,13 +473,13 @@ TEST(RegdecListing, LostOutputIsAFailure) {
     DumpFile dump(TSR_HDR);
     RunOptions full;
     full.stdout_path = "/dev/full";
-    expectRun(run({dump.name()}, full), 255, "", "Decode-chip error\nCannot write output\n");
+    expectRun(run({dump.name()}, full), 255, "", "Cannot write output\n");
 
     RunOptions closed;
     closed.closed_pipe = true;
     EXPECT_EQ(run({dump.name()}, closed).status, 128 + 13) << "ended by the signal of the broken pipe";
     closed.ignore_sigpipe = true;
-    expectRun(run({dump.name()}, closed), 255, "", "Decode-chip error\nCannot write output\n");
+    expectRun(run({dump.name()}, closed), 255, "", "Cannot write output\n");
 }
 
 TEST(RegdecListing, LostUsageTextIsReported) {

@@ -86,7 +86,8 @@ static bool parseOptionalWords(int argc, char **argv, int *verbose) {
 static int decodeDump(Dump &dump) {
     if (regdump_decode_chip(tsr_dmp_map, dump.image(), TSR_DUMP_SIZE, 0) == 0)
         return 0;
-    std::fprintf(stderr, "Decode-chip error\n");
+    if (!std::ferror(stdout)) // else the end of the run tells what went wrong
+        std::fprintf(stderr, "Decode-chip error\n");
     return cleanUp(dump);
 }
 
