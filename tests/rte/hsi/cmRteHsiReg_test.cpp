@@ -225,7 +225,67 @@ TEST(ComReg, EachReadOnlyRegister) {
 #undef REG
 #undef REG_RO
 #undef REG_W1C
+
+// All other addresses of a block, those behind its last register included, are nobody's.
+
+#define REG(addr, name, ...) addr,
+#define REG_RO(addr, name, ...) addr,
+#define REG_W1C(addr, name, ...) addr,
+constexpr uint32_t kComRegs[] = {
+#include "base/cmRteHsiComReg.def"
+};
+constexpr uint32_t kPortRegs[] = {
+#include "base/cmRteHsiPortReg.def"
+};
+constexpr uint32_t kTfeRegs[] = {
+#include "tfe/cmTfeHsiComReg.def"
+};
+#undef REG
+#undef REG_RO
+#undef REG_W1C
 #undef REG_NO_HOST
+
+template <class Rec, size_t N>
+void othersAreUnknown(FamilyCheck<Rec> &check, const uint32_t (&regs)[N], uint32_t size) {
+    std::vector<bool> known(size);
+    for (uint32_t addr : regs)
+        known[addr % size] = true;
+    std::memset(check.rec.get(), 0x5a, sizeof(Rec));
+    const auto before = std::make_unique<Rec>(*check.rec);
+    uint32_t unknown = 0;
+    for (uint32_t offset = 0; offset < size; offset++) {
+        if (known[offset])
+            continue;
+        unknown++;
+        uint32_t value = 5;
+        EXPECT_EQ(check.wr(offset, ~0u), 0) << std::hex << offset;
+        EXPECT_EQ(check.rd(offset, &value), 0) << std::hex << offset;
+        EXPECT_EQ(value, 0u) << std::hex << offset;
+    }
+    EXPECT_EQ(unknown, size - N);
+    EXPECT_EQ(std::memcmp(check.rec.get(), before.get(), sizeof(Rec)), 0);
+}
+
+TEST(ComReg, AllOtherAddressesAreUnknown) {
+    FamilyCheck<CmRteHsiComReg> check;
+    check.wr = [&](uint32_t addr, uint32_t data) { return CmRteHsiComRegWr(check.rec.get(), addr, data, 0); };
+    check.rd = [&](uint32_t addr, uint32_t *data) { return CmRteHsiComRegRd(check.rec.get(), addr, data); };
+    othersAreUnknown(check, kComRegs, 0x8000);
+}
+
+TEST(PortReg, AllOtherAddressesAreUnknown) {
+    FamilyCheck<CmRteHsiPortReg> check;
+    check.wr = [&](uint32_t addr, uint32_t data) { return CmRteHsiPortRegWr(check.rec.get(), addr, data, 3, 0); };
+    check.rd = [&](uint32_t addr, uint32_t *data) { return CmRteHsiPortRegRd(check.rec.get(), addr, data); };
+    othersAreUnknown(check, kPortRegs, 0x1000);
+}
+
+TEST(TfeReg, AllOtherAddressesAreUnknown) {
+    FamilyCheck<CmTfeHsiComReg> check;
+    check.wr = [&](uint32_t addr, uint32_t data) { return CmTfeHsiComRegWr(check.rec.get(), addr, data, 0); };
+    check.rd = [&](uint32_t addr, uint32_t *data) { return CmTfeHsiComRegRd(check.rec.get(), addr, data); };
+    othersAreUnknown(check, kTfeRegs, 0x8000);
+}
 
 TEST(RegTrace, ShowsEachFieldFromTheHighBitsToTheLow) {
     CmRteHsiComReg reg{};

@@ -943,6 +943,29 @@ TEST_F(L2ExmHis, UnchangedVlanIsTheFidKey) {
     EXPECT_EQ(com.rte_his_l2_fid_3, 0u) << "out of range";
 }
 
+TEST_F(L2ExmHis, BucketsAreComparedInAllTheirBits) {
+    com.rte_his_en = 1u << kPort;
+    for (uint32_t bit = 0; bit < 14; bit++) {
+        const uint32_t daBucket = 1u << bit;
+        const uint32_t saBucket = 0x3fff ^ daBucket;
+        setBucket(key0(0, kFid), macKey1(kDa), daBucket);
+        setBucket(key0(0, kFid), macKey1(kSa), saBucket);
+        com.rte_lue_l2_exm_bkt_da_addr_hi = com.rte_lue_l2_exm_bkt_da_addr_lo = daBucket;
+        com.rte_lue_l2_exm_bkt_sa_addr_hi = com.rte_lue_l2_exm_bkt_sa_addr_lo = saBucket;
+        com.rte_his_l2_exm_bkt_da_3 = com.rte_his_l2_exm_bkt_sa_3 = 0;
+        newFrame();
+        run();
+        EXPECT_EQ(com.rte_his_l2_exm_bkt_da_3, 0x10000u | daBucket);
+        EXPECT_EQ(com.rte_his_l2_exm_bkt_sa_3, 0x10000u | saBucket);
+        com.rte_lue_l2_exm_bkt_da_addr_hi = com.rte_lue_l2_exm_bkt_da_addr_lo = daBucket ^ 1u << (bit + 1) % 14;
+        com.rte_lue_l2_exm_bkt_sa_addr_hi = com.rte_lue_l2_exm_bkt_sa_addr_lo = saBucket ^ 1u << (bit + 1) % 14;
+        com.rte_his_l2_exm_bkt_da_3 = com.rte_his_l2_exm_bkt_sa_3 = 0;
+        newFrame();
+        run();
+        EXPECT_EQ(com.rte_his_l2_exm_bkt_da_3 | com.rte_his_l2_exm_bkt_sa_3, 0u) << "out of range";
+    }
+}
+
 // Spanning tree.
 
 TEST_F(L2ExmStp, NibbleOfPortAndVlan) {

@@ -580,6 +580,34 @@ TEST_F(PrcTrillTest, CustomerIdThatNobodyExpectsPassesWithoutItsCheck) {
     EXPECT_EQ(stat.l2TrillRcvVpnId, 0x77u);
 }
 
+TEST_F(PrcTrillTest, CustIdErrLeavesNoCustomerId) {
+    port.rte_prc_l2_trill_ck_cust_id_cfg = 1;
+    struct Case {
+        const char *what;
+        uint32_t expected;
+        std::vector<uint8_t> frame;
+    };
+    const Case cases[] = {
+        {"missing", 1, ipv4(inner(trill()))},
+        {"of another length", 1, ipv4(inner(trill({.opt = 5})))},
+        {"of other content", 1, ipv4(inner(trill({.opt = 3}).fill(12)))},
+        {"unexpected", 0, ipv4(inner(custIdOpt(trill({.opt = 3}), 7)))},
+    };
+    for (const Case &c : cases) {
+        port.rte_prc_l2_trill_exp_cust_id = c.expected;
+        parse(c.frame);
+        EXPECT_EQ(verdict(), dropOf(DRP_TRILL_HDR)) << c.what;
+        EXPECT_EQ(stat.l2TrillRcvCustIdValid, 0u) << c.what;
+        // Even a flag that was set is cleared.
+        begin(c.frame);
+        stat.l2TrillRcvCustIdValid = 1;
+        uint32_t offset = 14;
+        uint32_t typLen = 0;
+        EXPECT_EQ(PrcTrill(&stat, offset, typLen), 0u) << c.what;
+        EXPECT_EQ(stat.l2TrillRcvCustIdValid, 0u) << c.what;
+    }
+}
+
 TEST_F(PrcTrillTest, CustIdErrWithItsCheckOffSaysNothing) {
     begin({});
     stat.dbgLvl = 4;

@@ -37,21 +37,21 @@ template <size_t N> constexpr std::array<RegDef, N> withFields(const RegDef (&re
     return out;
 }
 
-/// Position + 1 of the register at each word offset of the block, 0 where there is none.
-template <size_t Words, size_t N>
-constexpr std::array<uint16_t, Words> indexByOffset(const std::array<RegDef, N> &regs) {
-    std::array<uint16_t, Words> out{};
+/// Position + 1 of the register at each word offset of a block of `Bytes`, 0 where there is none.
+template <size_t Bytes, size_t N>
+constexpr std::array<uint16_t, Bytes / 4> indexByOffset(const std::array<RegDef, N> &regs) {
+    std::array<uint16_t, Bytes / 4> out{};
     for (size_t i = 0; i < N; i++)
         out[regs[i].offset / 4] = static_cast<uint16_t>(i + 1);
     return out;
 }
 
-/// A register family: its tables, and the bits of an address that count.
+/// A register family: its tables, and the bits of an address that count. The index has a place for each of their
+/// values.
 struct Family {
     const RegDef *regs;
     const HsiFieldDef *fields;
     const uint16_t *index;
-    uint32_t wordCnt; // words that `index` covers
     uint32_t addrMask;
 };
 
@@ -111,20 +111,22 @@ constexpr auto portRegs = withFields(portRegList);
 constexpr auto tfeRegs = withFields(tfeRegList);
 static_assert(comRegs.back().offset == kComRegHighest);
 static_assert(portRegs.back().offset == kPortRegHighest);
-constexpr uint32_t kTfeRegHighest = tfeRegs.back().offset;
 
-constexpr auto comIndex = indexByOffset<kComRegHighest / 4 + 1>(comRegs);
-constexpr auto portIndex = indexByOffset<kPortRegHighest / 4 + 1>(portRegs);
-constexpr auto tfeIndex = indexByOffset<kTfeRegHighest / 4 + 1>(tfeRegs);
+constexpr uint32_t kComRegBytes = 0x8000;
+constexpr uint32_t kPortRegBytes = 0x1000;
+constexpr uint32_t kTfeRegBytes = 0x8000;
+constexpr auto comIndex = indexByOffset<kComRegBytes>(comRegs);
+constexpr auto portIndex = indexByOffset<kPortRegBytes>(portRegs);
+constexpr auto tfeIndex = indexByOffset<kTfeRegBytes>(tfeRegs);
 
-constexpr Family comFamily{comRegs.data(), com::fields, comIndex.data(), comIndex.size(), 0x7fff};
-constexpr Family portFamily{portRegs.data(), port::fields, portIndex.data(), portIndex.size(), 0xfff};
-constexpr Family tfeFamily{tfeRegs.data(), tfe::fields, tfeIndex.data(), tfeIndex.size(), 0x7fff};
+constexpr Family comFamily{comRegs.data(), com::fields, comIndex.data(), kComRegBytes - 1};
+constexpr Family portFamily{portRegs.data(), port::fields, portIndex.data(), kPortRegBytes - 1};
+constexpr Family tfeFamily{tfeRegs.data(), tfe::fields, tfeIndex.data(), kTfeRegBytes - 1};
 
 /// The register at `addr`, or null.
 const RegDef *findReg(const Family &family, uint32_t addr) {
     const uint32_t offset = addr & family.addrMask;
-    if (offset % 4 != 0 || offset / 4 >= family.wordCnt)
+    if (offset % 4 != 0)
         return nullptr;
     const uint16_t idx = family.index[offset / 4];
     return idx ? &family.regs[idx - 1] : nullptr;
