@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <map>
 #include <random>
 #include <string>
 #include <sys/resource.h>
@@ -394,6 +395,77 @@ TEST(RegdecFile, NoMemoryForTheHeader) {
         _exit(regdec_tsr_main(2, argv));
     };
     EXPECT_EXIT(runWithoutMemory(), testing::ExitedWithCode(255), "^Cannot allocate buffer\n$");
+}
+
+/// The least address space, in whole steps of `step`, in which the program comes as far as its own usage text.
+size_t leastSpace(size_t step) {
+    RunOptions options;
+    for (options.space_limit = step; options.space_limit < 64u << 20; options.space_limit += step) {
+        const RunResult result = run({}, options);
+        if (result.status == 255 && result.out == USAGE_TEXT)
+            return options.space_limit;
+    }
+    ADD_FAILURE() << "the program does not start";
+    return options.space_limit;
+}
+
+/// Runs `args` in address spaces from `from` on, `step` apart, up to the first that is enough. Each one before ends in
+/// one of the messages of missing memory. Returns which of them was seen how often.
+std::map<std::string, int> missingMemory(const std::vector<std::string> &args, size_t from, size_t step) {
+    const std::string whole = run(args).out;
+    std::map<std::string, int> seen;
+    RunOptions options;
+    for (options.space_limit = from; options.space_limit < from + (128u << 20); options.space_limit += step) {
+        const RunResult result = run(args, options);
+        if (result.status == 0) {
+            EXPECT_EQ(result.out, whole);
+            EXPECT_EQ(result.err, "");
+            return seen;
+        }
+        EXPECT_EQ(result.status, 255) << options.space_limit;
+        EXPECT_EQ(whole.compare(0, result.out.size(), result.out), 0) << options.space_limit;
+        seen[result.err]++;
+    }
+    ADD_FAILURE() << "never enough";
+    return seen;
+}
+
+TEST(RegdecMemory, AnyLackOfItIsReported) {
+    DumpFile dump(TSR_HDR);
+    const std::string resize = "Cannot resize buffer: size: 0x25e934c\n";
+    const std::string allocate = "Cannot allocate memory\n";
+    const size_t least = leastSpace(size_t{64} << 10);
+    const std::vector<std::string> ingress = {dump.name(), "route", "port", "0", "frame", "00", "topspin"};
+    std::map<std::string, int> seen = missingMemory(ingress, least, size_t{500} << 10);
+    EXPECT_GT(seen[resize], 20);
+    EXPECT_GT(seen[allocate], 20) << "the model needs much more than 20 steps";
+    seen.erase("Cannot allocate buffer\n");
+    EXPECT_EQ(seen.size(), 2u);
+
+    const std::vector<std::string> egress = {dump.name(), "route", "port", "12", "frame", std::string(100, '0')};
+    seen = missingMemory(egress, least, size_t{500} << 10);
+    EXPECT_GT(seen[resize], 20);
+    for (const std::string &message : {resize, allocate, std::string("Cannot allocate buffer\n")})
+        seen.erase(message);
+    EXPECT_TRUE(seen.empty());
+}
+
+TEST(RegdecMemory, AListingNeedsTheImageAlone) {
+    DumpFile dump(TSR_HDR);
+    const size_t least = leastSpace(size_t{64} << 10);
+    RunOptions options;
+    options.stdout_path = "/dev/null";
+    int status = 255;
+    for (options.space_limit = least; status != 0 && options.space_limit < least + IMAGE_SIZE + (2u << 20);
+         options.space_limit += options.space_limit < least + IMAGE_SIZE - (1u << 20) ? 1u << 20 : 16u << 10) {
+        const RunResult result = run({dump.name()}, options);
+        status = result.status;
+        if (status == 0)
+            EXPECT_EQ(result.err, "");
+        else if (result.err != "Cannot allocate buffer\n")
+            expectRun(result, 255, "", "Cannot resize buffer: size: 0x25e934c\n");
+    }
+    EXPECT_EQ(status, 0);
 }
 #endif
 

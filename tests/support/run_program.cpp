@@ -36,6 +36,10 @@ static void check(bool ok, const char *what) {
         const rlimit limit = {options.data_limit, options.data_limit};
         setrlimit(RLIMIT_DATA, &limit);
     }
+    if (options.space_limit != 0) {
+        const rlimit limit = {options.space_limit, options.space_limit};
+        setrlimit(RLIMIT_AS, &limit);
+    }
     execv(program.c_str(), argv.data());
     _exit(127);
 }

@@ -32,6 +32,8 @@ struct RunOptions {
     bool ignore_sigpipe = false;
     /// Bytes of data that the program may allocate, 0 for no limit.
     size_t data_limit = 0;
+    /// Bytes of address space that the program may have, 0 for no limit.
+    size_t space_limit = 0;
 };
 
 /// What a program left.

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <vector>
 
 uint32_t compute_cksum(void) {
@@ -335,16 +336,22 @@ void writeSeqHeader(uint8_t *frm, const emc_side_band_t &side, uint32_t idx) {
     CmSetDword(1u << 28 | (compute_cksum() & 0xf) << 24, 4, frm + 4);
 }
 
+/// `cnt` zeros, for the caller of the stage to free.
+template <typename T> T *allocate(uint32_t cnt) {
+    T *const items = static_cast<T *>(std::calloc(cnt, sizeof(T)));
+    if (items == nullptr)
+        throw std::bad_alloc();
+    return items;
+}
+
 /// The frames that go out, allocated as the caller frees them.
 struct Frames {
-    explicit Frames(uint32_t cnt)
-        : frm(static_cast<uint8_t **>(std::calloc(cnt, sizeof(uint8_t *)))),
-          len(static_cast<uint32_t *>(std::calloc(cnt, sizeof(uint32_t)))) {}
+    explicit Frames(uint32_t cnt) : frm(allocate<uint8_t *>(cnt)), len(allocate<uint32_t>(cnt)) {}
 
     /// Frame `idx` of `n` bytes from `bytes`, behind a sequence header when `side` is given; returns its first byte.
     uint8_t *put(uint32_t idx, const uint8_t *bytes, uint32_t n, const emc_side_band_t *side) {
         const uint32_t head = side ? kSeqHdrLen : 0;
-        uint8_t *buf = static_cast<uint8_t *>(std::calloc(head + n + 1, 1));
+        uint8_t *buf = allocate<uint8_t>(head + n + 1);
         if (side)
             writeSeqHeader(buf, *side, idx);
         std::copy_n(bytes, n, buf + head);

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <unistd.h>
 
 #include "regdec_route.h"
@@ -146,8 +147,18 @@ static int runJob(int argc, char **argv) {
     return routeCommand(argc, argv, dump);
 }
 
+/// `runJob`, for which missing memory is one failure more.
+static int runJobInMemory(int argc, char **argv) {
+    try {
+        return runJob(argc, argv);
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "Cannot allocate memory\n");
+        return -1;
+    }
+}
+
 int regdec_tsr_main(int argc, char **argv) {
-    const int rval = runJob(argc, argv);
+    const int rval = runJobInMemory(argc, argv);
     // Output that was lost must not look like a finished job.
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
         std::fprintf(stderr, "Cannot write output\n");

@@ -217,11 +217,14 @@ void loadPortRegs(const Load &load) {
 } // namespace
 
 void rte_memory_init(const tsr_dmp_t *tsr_reg) {
-    rte_mem = static_cast<CmRte *>(std::calloc(1, sizeof(CmRte)));
-    CmRteInit(rte_mem);
+    rte_mem = nullptr;
+    const auto chip = static_cast<CmRte *>(std::calloc(1, sizeof(CmRte)));
+    if (chip == nullptr)
+        throw std::bad_alloc();
+    CmRteInit(chip);
 
     // Registers come before the memories whose writes they steer.
-    const Load load{reinterpret_cast<const uint8_t *>(tsr_reg), dumpedRows(tsr_dmp_map), rte_mem};
+    const Load load{reinterpret_cast<const uint8_t *>(tsr_reg), dumpedRows(tsr_dmp_map), chip};
     loadPortRegs(load);
     load.writeRegs(offsetof(tsr_dmp_t, rte_l2_typ_len), 4380);
     load.writeRegs(offsetof(tsr_dmp_t, rte_ipv4_pim_rp_addr), 2548);
@@ -234,6 +237,7 @@ void rte_memory_init(const tsr_dmp_t *tsr_reg) {
     load.writeRegs(offsetof(tsr_dmp_t, tae_ctrl), 592);
     for (const MemRun &run : kTaeMemRuns)
         load.writeMem(run.dumpOffset, run.byteCnt);
+    rte_mem = chip;
 }
 
 void rte_memory_free(void) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <new>
 
 // Fields.
 
@@ -345,7 +346,8 @@ static constexpr size_t kPlaneGap = 16;
 EmbeddedMemoryArray::EmbeddedMemoryArray(const MemoryDefinition *def, tDutWrPoke wrPoke, tDutRdPeek rdPeek)
     : MemOrRegBase(def, wrPoke, rdPeek), memSize(def->memSize), nwords(rowWords(*def)), stride(memSize + kPlaneGap),
       memContent(static_cast<uint32_t *>(std::calloc(nwords * stride + 1, sizeof(uint32_t)))) {
-    CM_ASSERT(memContent != nullptr);
+    if (memContent == nullptr)
+        throw std::bad_alloc();
 }
 
 int EmbeddedMemoryArray::readEntry(uint32_t addr, M_T &out, bool dutRd, bool isPeek) {
