@@ -293,12 +293,12 @@ class EmcTrill : public Emc {
 protected:
     EmcTrill() {
         side.rte_trill_en_q = 1u << kPort;
-        side.trill_out_sa = 0x0a0a0a0a;
-        side.trill_out_sa1 = 0xffff0a0a;
-        side.trill_out_da = 0x0b0b0b0b;
-        side.trill_out_da1 = 0x0b0b;
-        side.trill_all_rb_da = 0x0180c200;
-        side.trill_all_rb_da1 = 0x0040;
+        side.trill_out_sa = 0xffff0a1a; // what stands beside the 16 bits is no address
+        side.trill_out_sa1 = 0x2a3a4a5a;
+        side.trill_out_da = 0x0fff0b1b;
+        side.trill_out_da1 = 0x2b3b4b5b;
+        side.trill_all_rb_da = 0xc2000040;
+        side.trill_all_rb_da1 = 0x00030180;
         side.trill_etype = 0x22f3;
         side.eqs_trill_da = 0xe0e1e2e3;
         side.eqs_trill_sa = 0xf0f1f2f3;
@@ -314,7 +314,7 @@ protected:
         frame.num(0, 4).num(0x15000000 | (optLen + 3) << 16, 4).num(0x54321, 4);
         return payload(frame.mac(kDa, kSa).tag(0x8100, 0x234).etyp(0x9000));
     }
-    static Frame outer(uint64_t da = 0x0b0b0b0b0b0b) { return Frame().mac(da, 0x0a0a0a0a0a0a); }
+    static Frame outer(uint64_t da = 0x0b1b2b3b4b5b) { return Frame().mac(da, 0x0a1a2a3a4a5a); }
 };
 
 TEST_F(EmcTrill, EncapsulatesWithoutAnOuterTag) {
@@ -340,6 +340,23 @@ TEST_F(EmcTrill, WritesAnOuterTagWithoutPriority) {
 TEST_F(EmcTrill, AMulticastFrameGoesToAllBridges) {
     shim.trill_mc = 1;
     EXPECT_EQ(run(plain()), rest(outer(0x0180c2000040).etyp(0x22f3).num(0x084a, 2).num(0x56781234, 4)).bytes);
+}
+
+TEST_F(EmcTrill, OuterAddressesComeFromTheRegistersOfTheParser) {
+    port(PORT(rte_prc_trill_exp_out_da), 0x0abc0011); // a VID stands above the address
+    port(PORT(rte_prc_trill_exp_out_da) + 4, 0x22334455);
+    port(PORT(rte_prc_trill_exp_out_sa), 0x00006677);
+    port(PORT(rte_prc_trill_exp_out_sa) + 4, 0x8899aabb);
+    chip.set(DMP(rte_l2_trill_cfg_0), 0, 0x22f31234);
+    chip.set(DMP(rte_l2_trill_cfg_1), 0, 0x00030180); // a version stands above the address
+    chip.set(DMP(rte_l2_trill_cfg_2), 0, 0xc2000040);
+    chip.setPort(kPort, PORT(rte_prc_vlan_etyp), 0x88a88100);
+    rte_2_emc_side(&shim, chip.get(), &side);
+    Frame ucast = Frame().mac(0x001122334455, 0x66778899aabb);
+    EXPECT_EQ(run(plain()), rest(ucast.etyp(0x22f3).num(0x004a, 2).num(0x56781234, 4)).bytes);
+    shim.trill_mc = 1;
+    Frame mcast = Frame().mac(0x0180c2000040, 0x66778899aabb);
+    EXPECT_EQ(run(plain()), rest(mcast.etyp(0x22f3).num(0x084a, 2).num(0x56781234, 4)).bytes);
 }
 
 TEST_F(EmcTrill, TakesTheNicknamesOfATunnelOrOfTheSourceBridge) {

@@ -133,9 +133,9 @@ struct emc_side_band_t {
     uint32_t transparent_vlan;
     uint32_t eqs_ext_vid;
     uint32_t eqs_drop;
-    uint32_t trill_out_sa, trill_out_sa1;
-    uint32_t trill_out_da, trill_out_da1;
-    uint32_t trill_all_rb_da, trill_all_rb_da1;
+    uint32_t trill_out_sa, trill_out_sa1;       // upper 16 bits of the address below other fields, then its low 32
+    uint32_t trill_out_da, trill_out_da1;       // the same
+    uint32_t trill_all_rb_da, trill_all_rb_da1; // the other way round: low 32 bits, then the upper 16
     uint32_t trill_etype;
     uint32_t rte_trill_sa;
     uint32_t c_tagged;

@@ -60,6 +60,11 @@ public:
         num(pos, hi, 4);
         num(pos + 4, lo, 2);
     }
+    /// Upper 16 and low 32 bits of an address, as the parser's registers divide it; what `hi` has above is not written.
+    void prcMac(uint32_t pos, uint32_t hi, uint32_t lo) {
+        num(pos, hi, 2);
+        num(pos + 2, lo, 4);
+    }
     void copy(uint32_t pos, const Input &in, uint32_t from, uint32_t n) {
         for (uint32_t i = 0; i < n; i++)
             set(pos + i, in.byte(from + i));
@@ -140,11 +145,12 @@ void writeTrill(Edit &e) {
     const uint32_t outerVlan = e.regs.port(offsetof(tsr_ephy_dmp_t, emc_outer_vlan));
     const uint32_t comReg2 = e.regs.quad(offsetof(tsr_emc_quad_dmp_t, emc_com_reg2));
 
+    // The low half of the all-RBridges address comes first in the side band, the high half of the others.
     if (e.shim.trill_mc)
-        e.out.mac(0, e.side.trill_all_rb_da, e.side.trill_all_rb_da1);
+        e.out.prcMac(0, e.side.trill_all_rb_da1, e.side.trill_all_rb_da);
     else
-        e.out.mac(0, e.side.trill_out_da, e.side.trill_out_da1);
-    e.out.mac(6, e.side.trill_out_sa, e.side.trill_out_sa1);
+        e.out.prcMac(0, e.side.trill_out_da, e.side.trill_out_da1);
+    e.out.prcMac(6, e.side.trill_out_sa, e.side.trill_out_sa1);
     e.pos2 = 12;
 
     if (e.need_trill_tag) {
