@@ -23,7 +23,6 @@ namespace {
 
 constexpr size_t kChipCnt = 4;
 constexpr size_t kMaxFrame = 250;
-constexpr uint32_t kPortCnt = 12;
 constexpr uint32_t kComRegs = 0x50000, kComRegWords = 4380 / 4;
 constexpr uint32_t kPortRegs = 0x402000, kPortStride = 0x10000, kPortRegWords = 52;
 
@@ -106,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const uint32_t port = what & 15;
     const int verbose = what >> 4 & 1;
     Chip &chip = chipOf(what >> 5 & 3);
-    if (port < kPortCnt)
+    if (port < TSR_PORTS)
         fromPort(chip, port, changes, frame, verbose);
     else
         fromFabric(chip, changes, frame, verbose);

@@ -1,9 +1,9 @@
 // Frames by chance through the whole chip, on dumps that are by chance where it does not matter: no frame and no dump
 // may make a stage read or write outside its records, shift too far or hang. The sanitizers look on in their build.
 
-#include "base/cmRteCfg.h"
 #include "random_chip.h"
 #include "tsr_cmodel_util.h"
+#include "tsr_reg.h"
 #include "whole_chip.h"
 
 #include <cstdio>
@@ -51,7 +51,7 @@ TEST(Robustness, AnyFrameFromAPortGetsAVerdict) {
             for (uint32_t i = 0; i < 600; i++) {
                 shim_t shim{};
                 const Verdict verdict =
-                    runIngress(chip.maker.frame(), chip.maker.below(kPortCnt), i % 4 == 0, chip.dump.image(), &shim);
+                    runIngress(chip.maker.frame(), chip.maker.below(TSR_PORTS), i % 4 == 0, chip.dump.image(), &shim);
                 count[static_cast<size_t>(verdict)]++;
                 routed += verdict == Verdict::forwarded && CmRteGetStat()->l3RteRqd;
             }
@@ -81,7 +81,7 @@ TEST(Robustness, TheWholeRunTakesAnyFrame) {
         Chip chip(seed);
         for (uint32_t i = 0; i < 4; i++) {
             try {
-                EXPECT_EQ(runRoute(chip.maker.frame(), chip.maker.below(kPortCnt), i % 2, chip.dump.image()), 0);
+                EXPECT_EQ(runRoute(chip.maker.frame(), chip.maker.below(TSR_PORTS), i % 2, chip.dump.image()), 0);
             } catch (const ModelEnds &) {
                 rte_memory_free();
             }

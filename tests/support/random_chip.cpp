@@ -1,8 +1,8 @@
 #include "random_chip.h"
 
-#include "base/cmRteCfg.h"
 #include "chip_image.h"
 #include "frame_builder.h"
+#include "tsr_reg.h"
 
 namespace {
 
@@ -63,7 +63,7 @@ void randomChip(DumpBuilder &dump, uint64_t seed) {
             word |= static_cast<uint32_t>(random() % 30) << 5 * field; // there are 30 groups
         dump.set("tae_bank_grp[" + std::to_string(i) + "]", word);
     }
-    for (uint32_t i = 0; i < kPortCnt; i++) {
+    for (uint32_t i = 0; i < TSR_PORTS; i++) {
         const std::string port = "ephy_reg[" + std::to_string(i) + "].";
         dump.set(port + "rte_prc_l2_ctl.rte_prc_l2_lu_en", 1)
             .set(port + "rte_prc_l2_err_ctl", few())

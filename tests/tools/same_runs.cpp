@@ -5,10 +5,10 @@
 //
 // Ends with status 0 when all runs are equal, 1 when some differ, 2 when it cannot do its job.
 
-#include "base/cmRteCfg.h"
 #include "dump_builder.h"
 #include "random_chip.h"
 #include "temp_dir.h"
+#include "tsr_reg.h"
 #include "tsr_reg_dump.h"
 
 #include <algorithm>
@@ -324,7 +324,7 @@ struct Config {
     Words files;
     Sent sent;
 
-    bool fabric() const { return std::strtol(sent.port.c_str(), nullptr, 0) >= kPortCnt; }
+    bool fabric() const { return std::strtol(sent.port.c_str(), nullptr, 0) >= TSR_PORTS; }
 };
 
 /// The configurations of the end-to-end cases that route a frame.
@@ -456,7 +456,7 @@ private:
     Sent byChance() {
         if (maker_.chance(30))
             return {std::to_string(12 + maker_.below(3)), maker_.fabricFrame(dump_)};
-        return {std::to_string(maker_.below(kPortCnt)), maker_.frame()};
+        return {std::to_string(maker_.below(TSR_PORTS)), maker_.frame()};
     }
 
     Sent ofConfig() {
@@ -464,7 +464,7 @@ private:
         if (maker_.chance(25)) // another frame on the same road
             sent = otherFrame(config_->fabric());
         if (!config_->fabric() && maker_.chance(25))
-            sent.port = std::to_string(maker_.below(kPortCnt));
+            sent.port = std::to_string(maker_.below(TSR_PORTS));
         if (maker_.chance(5))
             sent.bytes = config_->fabric() ? maker_.fabricFrame(dump_) : maker_.frame();
         for (uint32_t n = maker_.chance(50) ? 0 : maker_.below(4); n > 0; n--)
@@ -667,7 +667,7 @@ private:
                 args.push_back("topspin");
             const Output base = run(base_, args);
             const Output tree = run(tree_, args);
-            const bool fabric = static_cast<uint32_t>(std::strtol(sent.port.c_str(), nullptr, 0)) >= kPortCnt;
+            const bool fabric = static_cast<uint32_t>(std::strtol(sent.port.c_str(), nullptr, 0)) >= TSR_PORTS;
             Bytes frame = sent.bytes;
             if (fabric)
                 frame.erase(frame.begin(), frame.begin() + static_cast<ptrdiff_t>(std::min(kShim, frame.size())));

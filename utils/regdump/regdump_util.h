@@ -3,9 +3,10 @@
 #include <cstdint>
 
 #include "asic_dump.h"
+#include "tsr_reg.h"
 
 /// The PCI vendor ID of all chips of this family.
-constexpr uint32_t REGDUMP_VENDOR_ID = 32337;
+constexpr uint32_t REGDUMP_VENDOR_ID = TSR_VENDOR_ID;
 
 /// Fills the header of a new dump; the time is 0 until the caller stores it.
 void regdump_init_hdr(asic_dump_hdr_t *dump_hdr, uint32_t vendor_id, uint32_t chip_id, uint32_t chip_ver, opaque_t oid,

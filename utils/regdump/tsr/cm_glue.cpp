@@ -1,8 +1,8 @@
 #include "cm_glue.h"
 
-#include "base/cmRteCfg.h"
 #include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
+#include "tsr_reg.h"
 
 #include <arpa/inet.h>
 #include <cstring>
@@ -150,7 +150,7 @@ void shim_2_eqs_side(const shim_t *shim, const tsr_dmp_t *tsr_reg, eqs_side_band
             continue;
         eqs_side->hsq_eqs_qid_q = 8 * i;
         // The enable stays at its place in the register: 0 or 0x80000.
-        if (i < kPortCnt)
+        if (i < TSR_PORTS)
             eqs_side->rte_eqs_trill_en_q =
                 dmpPortWord(tsr_reg, i, offsetof(tsr_ephy_dmp_t, rte_prc_l2_trill_ctl)) & 1u << 19;
         return;

@@ -1,7 +1,5 @@
 #include "regdec_route.h"
 
-#include "base/cmRteCfg.h"
-#include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 #include "cm_glue.h"
 #include "cm_rte_wrapper.h"
@@ -11,6 +9,7 @@
 #include "iqs.h"
 #include "regdec_tsr.h"
 #include "tsr_cmodel_util.h"
+#include "tsr_reg.h"
 
 #include <cstdio>
 #include <vector>
@@ -82,24 +81,24 @@ void routeThroughModel(Packet &packet, uint32_t rx_port, const tsr_dmp_t *tsr_re
         printShimAndPacket(shim, packet);
     }
     switch (bp_shim.rslt_typ) {
-    case RSLT_DROP:
+    case 0:
         if (verbose)
             std::puts("!!! RTE dropped packet");
         std::puts("DROP\n");
         break;
-    case RSLT_TRAP:
+    case 1:
         if (verbose)
             std::printf("!!! RTE trapped packet to Q %d, rsn is 0x%x\n", static_cast<int>(bp_shim.trap_queue),
                         bp_shim.trap_rsn);
         break;
-    case RSLT_FWD_A_TRAP:
+    case 3:
         // The copy is trapped, and the frame goes on as well.
         if (verbose)
             std::printf("!!! RTE trapped packet to Q %d, rsn 0x%x\n", static_cast<int>(bp_shim.trap_queue),
                         bp_shim.trap_rsn);
         forwardIngress(packet, shim, bp_shim, tsr_reg, verbose);
         break;
-    case RSLT_FWD:
+    case 2:
         forwardIngress(packet, shim, bp_shim, tsr_reg, verbose);
         break;
     }
@@ -167,7 +166,7 @@ void routeEgress(Packet &packet, tsr_dmp_t *tsr_reg, int verbose) {
 
 int regdec_route(const RouteArgs &args, tsr_dmp_t *tsr_reg) {
     Packet packet;
-    const bool has_shim = args.rx_port >= kPortCnt;
+    const bool has_shim = args.rx_port >= TSR_PORTS;
     packet.pkt.resize(args.len + kFrameRoom);
     frame_raw(packet.pkt.data(), has_shim, static_cast<int>(args.len), args.frame, static_cast<int>(args.len),
               &packet.pkt_len, packet.wireShim, kShimBytes);

@@ -4,6 +4,7 @@
 #include "hsi/cmRteHsi.h"
 #include "tae/cmTae.h"
 #include "tfe/cmTfe.h"
+#include "tsr_reg.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -208,7 +209,7 @@ void loadPortRegs(const Load &load) {
     const regdump_map_t &group = **rowAt(load.rows, offsetof(tsr_dmp_t, ephy_reg));
     const size_t firstInGroup = offsetof(tsr_ephy_dmp_t, rte_prc_l2_ctl);
     const regdump_map_t &first = **rowAt(dumpedRows(group.child), firstInGroup);
-    for (uint32_t port = 0; port < kPortCnt; port++) {
+    for (uint32_t port = 0; port < TSR_PORTS; port++) {
         load.write(group.asic_offset + group.asic_size * port + first.asic_offset,
                    offsetof(tsr_dmp_t, ephy_reg) + sizeof(tsr_ephy_dmp_t) * port + firstInGroup, kPortRegBytes);
     }

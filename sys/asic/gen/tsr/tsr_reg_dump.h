@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "asic_reg_dump.h"
+#include "tsr_reg.h"
 
 /// TCAM entries of the dump, by the bits of one half: the Y words stand before the X words.
 struct tcam64_t {
@@ -49,10 +50,8 @@ template <typename T, size_t n> using regdump_inst_t = std::conditional_t<n == 1
 #include "tsr_reg_dump.def"
 // NOLINTEND(bugprone-macro-parentheses)
 
-/// Bytes of the image of one Tessara.
-constexpr uint32_t TSR_DUMP_SIZE = 39752492;
-
 static_assert(sizeof(tsr_dmp_t) == TSR_DUMP_SIZE);
+static_assert(std::extent_v<decltype(tsr_dmp_t::ephy_reg)> == TSR_PORTS);
 
 // The dump map, `tsr_dmp_map`, and the child tables of its groups.
 #define REGDUMP_TABLE(table) extern const regdump_map_t *const table##_dmp_map;

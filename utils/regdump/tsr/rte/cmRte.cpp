@@ -5,6 +5,7 @@
 #include "hsi/cmRteHsiReg.h"
 #include "tae/cmTae.h"
 #include "tfe/cmTfe.h"
+#include "tsr_reg.h"
 
 #include <cstring>
 #include <iterator>
@@ -65,7 +66,7 @@ void updateFlag(uint32_t &flag, uint32_t force, uint32_t enable) {
 
 void CmRteInit(CmRte *cmRtePtr) {
     CmEnetCrcInit();
-    for (uint32_t port = 0; port < kPortCnt; port++)
+    for (uint32_t port = 0; port < TSR_PORTS; port++)
         CmRteHsiPortRegInit(&cmRtePtr->portRegLst[port]);
     CmRteHsiMemInit(&cmRtePtr->mem);
     CmRteHsiComRegInit(&cmRtePtr->comReg);

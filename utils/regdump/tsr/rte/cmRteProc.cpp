@@ -2,6 +2,7 @@
 #include "log/cmRteLog.h"
 #include "tae/cmTae.h"
 #include "tfe/cmTfe.h"
+#include "tsr_reg.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -46,7 +47,7 @@ int CmRteProc(uint32_t port, CmRte *cmRtePtr, CmRteMacInf *macInfPtr, uint32_t f
         cmRtePtr->dbgEn = 0;
 
     int ret = 0;
-    if (port < kPortCnt) {
+    if (port < TSR_PORTS) {
         CmRteStat *statPtr = CmRteGetStat();
         if (cmRtePtr->dbgEn != 0)
             printFrame(port, cmRtePtr->frmCntLst[port], frmLen, frm);

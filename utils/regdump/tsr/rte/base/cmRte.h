@@ -1,7 +1,7 @@
 #pragma once
 // The model's shared records: the chip (CmRte), one frame's way through it (CmRteStat) and what comes out (CmRteRslt).
 
-#include "base/cmRteCfg.h"
+#include "tsr_reg.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -90,12 +90,12 @@ struct CmRteExtCfg {
     uint32_t mspanFul;
     uint32_t rspanFul;
     uint32_t sflwAclFul;
-    uint32_t tailDropLst[kPortCnt];
-    uint32_t yelDropLst[kPortCnt];
-    uint32_t redDropLst[kPortCnt];
-    uint32_t bpDropLst[kPortCnt];
+    uint32_t tailDropLst[TSR_PORTS];
+    uint32_t yelDropLst[TSR_PORTS];
+    uint32_t redDropLst[TSR_PORTS];
+    uint32_t bpDropLst[TSR_PORTS];
     uint32_t bpLossless;
-    uint32_t lagIdLst[kPortCnt];
+    uint32_t lagIdLst[TSR_PORTS];
     uint32_t mtuLst[8];
     uint32_t rteId;
     uint32_t chipId;

@@ -1,6 +1,7 @@
 #include "hsi/cmRteHsiReg.h"
 
 #include "base/cmUtl.h"
+#include "tsr_reg.h"
 
 #include <array>
 #include <cstddef>
@@ -105,7 +106,6 @@ constexpr HsiFieldDef fields[] = {
 
 constexpr uint32_t kComRegHighest = 12308;
 constexpr uint32_t kPortRegHighest = 228;
-
 constexpr auto comRegs = withFields(comRegList);
 constexpr auto portRegs = withFields(portRegList);
 constexpr auto tfeRegs = withFields(tfeRegList);
@@ -245,7 +245,7 @@ const HsiFieldDef *hsiFindField(uint32_t chipOffset, std::string_view field) {
         family = &comFamily;
     else if (chipOffset >> 15 == 0xa0000 >> 15)
         family = &tfeFamily;
-    else if (chipOffset >> 22 == 1 && bits(chipOffset, 21, 16) < kPortCnt && bits(chipOffset, 15, 12) == 2)
+    else if (chipOffset >> 22 == 1 && bits(chipOffset, 21, 16) < TSR_PORTS && bits(chipOffset, 15, 12) == 2)
         family = &portFamily;
     else
         return nullptr;

@@ -45,7 +45,7 @@ void trillRpf(CmRteStat *statPtr) {
         const uint32_t rpfPort = statPtr->portRegPtr->rte_prc_trill_rpf_port;
         const uint32_t pair = memWord(statPtr->memPtr->RTE_TRILL_RPF_EDRAM, rpfChkAddr >> 1);
         const uint32_t rpfDropMap = (statPtr->l2TrillSa & 1 ? pair : pair >> 16) & 0xfff;
-        if (rpfPort < kPortCnt)
+        if (rpfPort < TSR_PORTS)
             rpfChkBit = bit(rpfDropMap, rpfPort);
         CM_TRACE(1, "Trill MC RPF. rpfChkAddr=0x%x, trill_rpf_port=%u, rpfDropMap=0x%x\n", rpfChkAddr, rpfPort,
                  rpfDropMap);

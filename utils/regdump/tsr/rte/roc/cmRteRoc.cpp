@@ -18,7 +18,7 @@ constexpr uint32_t kClassTrapQue = 14;
 constexpr uint32_t kMaxIpLength = 16383;
 
 /// State of the port sFlow sequence, one word an ingress port; lives as long as the process.
-int32_t sflow_lfsr[kPortCnt];
+int32_t sflow_lfsr[TSR_PORTS];
 
 /// Which side decides, group by group: 1 for layer 3.
 struct WinFlags {
