@@ -1,6 +1,5 @@
 #include "regdump_util.h"
 
-#include <arpa/inet.h>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -9,6 +8,8 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
+
+#include "be_word.h"
 
 void regdump_init_hdr(asic_dump_hdr_t *dump_hdr, uint32_t vendor_id, uint32_t chip_id, uint32_t chip_ver, opaque_t oid,
                       uint32_t chip_base) {
@@ -43,7 +44,7 @@ int regdump_is_vekor_a(const asic_dump_hdr_t *hdr) {
 }
 
 int regdump_is_tsr(const asic_dump_hdr_t *hdr) {
-    return isChip(hdr, 32) && hdr->chip_ver >= 2;
+    return isChip(hdr, TSR_CHIP_ID) && hdr->chip_ver >= TSR_CHIP_VER_MIN;
 }
 
 int regdump_is_zirk(const asic_dump_hdr_t *hdr) {
@@ -74,7 +75,7 @@ static ssize_t readHdr(int fd, asic_dump_hdr_t *hdr) {
     uint32_t words[sizeof(*hdr) / 4] = {};
     const ssize_t count = read(fd, words, sizeof(words));
     for (uint32_t &word : words)
-        word = ntohl(word);
+        word = hostWord(word);
     std::memcpy(hdr, words, sizeof(*hdr));
     return count;
 }

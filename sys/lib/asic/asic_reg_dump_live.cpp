@@ -8,20 +8,10 @@
 
 #include "asic_err.h"
 #include "asic_reg_line.h"
+#include "be_word.h"
 
 /// The shortest pattern that is too long.
 static constexpr size_t PATTERN_LIMIT = REGDUMP_NAME_SIZE - 4;
-
-static uint32_t imageWord(const void *image, uint32_t dump_off) {
-    const uint8_t *bytes = static_cast<const uint8_t *>(image) + dump_off;
-    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
-}
-
-static void setImageWord(void *image, uint32_t dump_off, uint32_t value) {
-    uint8_t *bytes = static_cast<uint8_t *>(image) + dump_off;
-    for (size_t i = 0; i < 4; ++i)
-        bytes[i] = static_cast<uint8_t>(value >> (24 - 8 * i));
-}
 
 namespace {
 
@@ -90,7 +80,7 @@ int regdump_dump_chip(const regdump_map_t *map_startp, void *dst_buf, uint32_t d
         if (rval != 0)
             return rval;
         for (uint32_t word = 0; word < row.size / 4; ++word)
-            setImageWord(words, 4 * word, words[word]);
+            setImageWord(words, size_t{4} * word, words[word]);
         return 0;
     });
 }

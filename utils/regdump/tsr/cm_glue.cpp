@@ -2,17 +2,15 @@
 
 #include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
+#include "be_word.h"
 #include "tsr_reg.h"
 
-#include <arpa/inet.h>
 #include <cstring>
 
 uint32_t dmpWord(const tsr_dmp_t *tsr_reg, size_t base, uint64_t idx) {
     if (base >= sizeof(tsr_dmp_t) || idx >= (sizeof(tsr_dmp_t) - base) / 4)
         return 0;
-    uint32_t word;
-    std::memcpy(&word, reinterpret_cast<const uint8_t *>(tsr_reg) + base + idx * 4, sizeof word);
-    return ntohl(word);
+    return imageWord(tsr_reg, base + idx * 4);
 }
 
 uint32_t dmpPortWord(const tsr_dmp_t *tsr_reg, uint32_t port, size_t fieldOffset) {

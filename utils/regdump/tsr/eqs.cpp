@@ -2,11 +2,10 @@
 
 #include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
+#include "be_word.h"
 #include "cm_glue.h"
 
-#include <arpa/inet.h>
 #include <cstdio>
-#include <cstring>
 
 static int verbose = 0;
 
@@ -163,9 +162,8 @@ void countPim(const shim_t *shim, eqs_side_band_t *sideband, tsr_dmp_t *tsr_reg)
     constexpr size_t base = offsetof(tsr_dmp_t, eqs_fit_mem);
     const uint32_t counter = dmpWord(tsr_reg, base, idx);
     sideband->pim_cnt = bits(counter, 15, 0);
-    const uint32_t next = htonl((counter + sideband->num_frags) & 0xffff);
     // Counters of VLANs behind the memory are the words that follow it in the image.
-    std::memcpy(reinterpret_cast<uint8_t *>(tsr_reg) + base + idx * 4, &next, sizeof next);
+    setImageWord(tsr_reg, base + size_t{idx} * 4, (counter + sideband->num_frags) & 0xffff);
 }
 static_assert(offsetof(tsr_dmp_t, eqs_fit_mem) + 4 * 0x2000 <= sizeof(tsr_dmp_t));
 

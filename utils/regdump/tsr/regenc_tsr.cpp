@@ -1,6 +1,5 @@
 #include "regenc_tsr.h"
 
-#include <arpa/inet.h>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -9,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "be_word.h"
 #include "hsi/cmRteHsiReg.h"
 #include "regdump_util.h"
 #include "regenc_tsr_text.h"
@@ -76,7 +76,7 @@ bool RegencDump::load(const std::string &path, std::string &error) {
     if (!error.empty())
         return false;
     for (uint32_t &word : hdr)
-        word = ntohl(word);
+        word = hostWord(word);
     std::memcpy(&hdr_, hdr, sizeof(hdr));
     return true;
 }
@@ -98,7 +98,7 @@ bool RegencDump::write(const std::string &path, std::string &error) const {
     uint32_t hdr[HDR_WORDS];
     std::memcpy(hdr, &hdr_, sizeof(hdr));
     for (uint32_t &word : hdr)
-        word = htonl(word);
+        word = hostWord(word);
     bool ok = fchmod(fd, 0666 & ~mask) == 0 && writeAll(fd, hdr, sizeof(hdr)) &&
               writeAll(fd, image_.get(), sizeof(tsr_dmp_t));
     if (!ok)
@@ -117,14 +117,11 @@ bool RegencDump::write(const std::string &path, std::string &error) const {
 }
 
 uint32_t RegencDump::word(uint32_t dumpOff) const {
-    uint32_t value;
-    std::memcpy(&value, reinterpret_cast<const char *>(image_.get()) + dumpOff, sizeof(value));
-    return ntohl(value);
+    return imageWord(image_.get(), dumpOff);
 }
 
 void RegencDump::setWord(uint32_t dumpOff, uint32_t value) {
-    value = htonl(value);
-    std::memcpy(reinterpret_cast<char *>(image_.get()) + dumpOff, &value, sizeof(value));
+    setImageWord(image_.get(), dumpOff, value);
 }
 
 // -------------------------------------------------------------------------------------------------- pieces of a line

@@ -1,9 +1,9 @@
 #include "hsi/cmRteHsi.h"
 
 #include "base/cmUtl.h"
+#include "be_word.h"
 #include "hsi/cmRteHsiMem.h"
 #include "hsi/cmRteHsiReg.h"
-#include "hsi/hsiWord.h"
 #include "hsi/tae_pci_decode.h"
 #include "log/cmRteLog.h"
 #include "tae/cmTae.h"

@@ -1,6 +1,6 @@
 #include "hsi/cmRteHsiMem.h"
 
-#include "hsi/hsiWord.h"
+#include "be_word.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "hsi/tae_pci_decode.h"
 
 #include "base/cmUtl.h"
-#include "hsi/hsiWord.h"
+#include "be_word.h"
 #include "tae/cmTae.h"
 
 #include <algorithm>
