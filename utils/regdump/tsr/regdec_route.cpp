@@ -3,11 +3,11 @@
 #include "base/cmUtl.h"
 #include "cm_glue.h"
 #include "cm_rte_wrapper.h"
+#include "dump_pkt.h"
 #include "emc.h"
 #include "eqs.h"
 #include "hmc.h"
 #include "iqs.h"
-#include "regdec_tsr.h"
 #include "tsr_cmodel_util.h"
 #include "tsr_reg.h"
 

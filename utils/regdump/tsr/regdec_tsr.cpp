@@ -25,20 +25,6 @@ struct Dump {
 
 } // namespace
 
-void dump_pkt(const uint8_t *pkt, int len, int contents_only) {
-    if (!contents_only)
-        std::printf(" Length: %d\n", len);
-    for (int i = 0; i < len; ++i)
-        std::printf("%02x", pkt[i]);
-    if (!contents_only)
-        std::puts("\n");
-}
-
-void dump_shim(const uint32_t *shim_wd) {
-    std::printf("%08x-%08x-%08x-%08x-%08x-%08x-", shim_wd[0], shim_wd[1], shim_wd[2], shim_wd[3], shim_wd[4],
-                shim_wd[5]);
-}
-
 static void regdec_pr_tsr_zirk_usage(const char *progname) {
     std::printf("Usage: %s <file_name>\n", progname);
     std::printf("       %s <file_name> route port <port#> frame <hex string> \n", progname);
