@@ -11,25 +11,15 @@ inline constexpr uint32_t kShimBytes = 4 * kShimWords;
 
 /// The shim header, one member a field, each within the width that it has on the wire.
 struct shim_t {
-#define SHIM(word, hi, lo, name) uint32_t name;
+#define SHIM(word, hi, lo, name, member) uint32_t name;
 #include "tsr_shim.def"
-#undef SHIM
 };
 
-/// The back-plane shim, which stays inside the ingress side.
+/// The back-plane shim, which stays inside the ingress side. `rslt_typ` is an RTE_RSLT_TYP, `trap_rsn` an RTE_TRP_RSN or
+/// the reason of an ACL bank.
 struct bp_shim_t {
-    uint32_t rslt_typ;          // 2 bits, RTE_RSLT_TYP
-    uint32_t l2_egr_da_vid_idx; // 17 bits
-    uint32_t trap_queue;        // 4 bits
-    uint32_t trap_rsn;          // 6 bits, RTE_TRP_RSN or the reason of an ACL bank
-    uint32_t fcoe_sa_idx;       // 8 bits
-    uint32_t acl_log;
-    uint32_t rcv_pri; // 3 bits
-    uint32_t sflw;
-    uint32_t i_span;
-    uint32_t i_span_q; // 3 bits
-    uint32_t r_span;
-    uint32_t r_span_q; // 3 bits
+#define BP_SHIM(word, width, name, member) uint32_t name;
+#include "tsr_shim.def"
 };
 
 /// Edits that the ingress queue stage orders at HMC. A field with an `_en` partner applies when that is not zero.

@@ -61,15 +61,13 @@ void frame_raw(uint8_t *rx_buf, int has_shim, int rx_buf_size, const char *rx_fr
 
 void shim_fmt(const shim_t *shim, uint32_t *shim_wd) {
     std::memset(shim_wd, 0, kShimBytes);
-#define SHIM(word, hi, lo, name) shim_wd[word] = setBits(shim_wd[word], hi, lo, shim->name);
+#define SHIM(word, hi, lo, name, member) shim_wd[word] = setBits(shim_wd[word], hi, lo, shim->name);
 #include "tsr_shim.def"
-#undef SHIM
 }
 
 void shim_str_2_struct(const uint32_t *shim_wd, shim_t *shim) {
-#define SHIM(word, hi, lo, name) shim->name = bits(shim_wd[word], hi, lo);
+#define SHIM(word, hi, lo, name, member) shim->name = bits(shim_wd[word], hi, lo);
 #include "tsr_shim.def"
-#undef SHIM
     shim->shim_len &= ~1u; // the chip does not carry over bit 16 of word 0
 }
 
