@@ -10,14 +10,8 @@
 inline uint32_t &comFld(CmRteHsiComReg &rec, const std::string &name) {
     static const std::map<std::string, uint32_t CmRteHsiComReg::*> fields = {
 #define FLD(fld, hi, lo) {#fld, &CmRteHsiComReg::fld},
-#define REG(addr, reg, ...) __VA_ARGS__
-#define REG_RO(addr, reg, ...) __VA_ARGS__
-#define REG_W1C(addr, reg, ...) __VA_ARGS__
+#define REG_ANY(addr, reg, access, ...) __VA_ARGS__
 #include "base/cmRteHsiComReg.def"
-#undef FLD
-#undef REG
-#undef REG_RO
-#undef REG_W1C
     };
     return rec.*fields.at(name);
 }
@@ -26,14 +20,8 @@ inline uint32_t &comFld(CmRteHsiComReg &rec, const std::string &name) {
 inline uint32_t &portFld(CmRteHsiPortReg &rec, const std::string &name) {
     static const std::map<std::string, uint32_t CmRteHsiPortReg::*> fields = {
 #define FLD(fld, hi, lo) {#fld, &CmRteHsiPortReg::fld},
-#define REG(addr, reg, ...) __VA_ARGS__
-#define REG_RO(addr, reg, ...) __VA_ARGS__
-#define REG_W1C(addr, reg, ...) __VA_ARGS__
+#define REG_ANY(addr, reg, access, ...) __VA_ARGS__
 #include "base/cmRteHsiPortReg.def"
-#undef FLD
-#undef REG
-#undef REG_RO
-#undef REG_W1C
     };
     return rec.*fields.at(name);
 }

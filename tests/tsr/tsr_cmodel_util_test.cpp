@@ -44,11 +44,13 @@ std::unique_ptr<tsr_dmp_t> randomImage(uint64_t seed) {
 /// Masks of a memory's entry by the memory's name.
 const std::map<std::string, std::vector<uint32_t>> &masks() {
     static const std::map<std::string, std::vector<uint32_t>> all = {
-#define MEM(first, last, name, words, ...) {#name, {__VA_ARGS__}},
+#define MEM_MASKS(first, last, name, words, ...) {#name, {__VA_ARGS__}},
+#define MEM(first, last, name, words, ...) MEM_MASKS(first, last, name, words, __VA_ARGS__)
 #include "base/cmRteHsiMem.def"
+#define MEM(first, last, name, words, ...) MEM_MASKS(first, last, name, words, __VA_ARGS__)
 #include "tae/cmTaeHsiMem.def"
+#define MEM(first, last, name, words, ...) MEM_MASKS(first, last, name, words, __VA_ARGS__)
 #include "tfe/cmTfeHsiMem.def"
-#undef MEM
     };
     return all;
 }
@@ -356,7 +358,6 @@ TEST_F(LoadTest, EachCommonRegister) {
     auto reset = std::make_unique<CmRteHsiComReg>();
 #define RESET(field, value) reset->field = value;
 #include "hsi/cmRteHsiComRegReset.def"
-#undef RESET
     uint32_t loadedCnt = 0;
     uint32_t addr = 0, value = 0;
     bool loaded = false;
@@ -373,10 +374,6 @@ TEST_F(LoadTest, EachCommonRegister) {
     loaded = false;                                                                                                    \
     __VA_ARGS__
 #include "base/cmRteHsiComReg.def"
-#undef FLD
-#undef REG
-#undef REG_RO
-#undef REG_W1C
     EXPECT_GT(loadedCnt, 800u);
 }
 
@@ -408,10 +405,6 @@ TEST_F(LoadTest, EachPortRegister) {
     loaded = false;                                                                                                    \
     __VA_ARGS__
 #include "base/cmRteHsiPortReg.def"
-#undef FLD
-#undef REG
-#undef REG_RO
-#undef REG_W1C
     }
 }
 
@@ -447,10 +440,6 @@ TEST_F(LoadTest, EachTfeRegister) {
     value = 0;                                                                                                         \
     __VA_ARGS__
 #include "tfe/cmTfeHsiComReg.def"
-#undef FLD
-#undef REG
-#undef REG_RO
-#undef REG_NO_HOST
     EXPECT_EQ(reg.ipv4_da_srch_def_rslt_addr, be(image->tfe_ipv4_da_miss_addr) & 0xffffff);
 }
 
@@ -467,8 +456,6 @@ TEST_F(LoadTest, EachTaeRegister) {
         value = 0;                                                                                                     \
     __VA_ARGS__
 #include "tae/cmTaeHsiReg.def"
-#undef FLD
-#undef REG
     EXPECT_EQ(rte_mem->taePtr->BLK_REG_GET("TAE_TCAM_STATS_CTRL_REG"), 0u);
     EXPECT_EQ(rte_mem->taePtr->BLK_REG_GET_FLD("TAE_BANK_TRAP_RSN_5_REG", "bank_trap_rsn_5"),
               be(image->tae_bank_trap_rsn_1) & 0x3fffffff);

@@ -18,26 +18,28 @@ struct Range {
     std::vector<uint32_t> masks;
 };
 
-#define MEM(first, last, name, words, ...) Range{first, last, #name, offsetof(Rec, name), {__VA_ARGS__}},
+#define MEM_RANGE(first, last, name, words, ...) Range{first, last, #name, offsetof(Rec, name), {__VA_ARGS__}},
 std::vector<Range> rteRanges() {
     using Rec = CmRteHsiMem;
     return {
+#define MEM(first, last, name, words, ...) MEM_RANGE(first, last, name, words, __VA_ARGS__)
 #include "base/cmRteHsiMem.def"
     };
 }
 std::vector<Range> tfeRanges() {
     using Rec = CmTfeHsiMem;
     return {
+#define MEM(first, last, name, words, ...) MEM_RANGE(first, last, name, words, __VA_ARGS__)
 #include "tfe/cmTfeHsiMem.def"
     };
 }
 std::vector<Range> taeRanges() {
     using Rec = CmTaeHsiMem;
     return {
+#define MEM(first, last, name, words, ...) MEM_RANGE(first, last, name, words, __VA_ARGS__)
 #include "tae/cmTaeHsiMem.def"
     };
 }
-#undef MEM
 
 uint32_t be(uint32_t word) {
     return std::endian::native == std::endian::big ? word : __builtin_bswap32(word);

@@ -167,18 +167,17 @@ template <class Rec> struct FamilyCheck {
     }
 };
 
-#define FLD(name, hi, lo) check.field(#name, check.rec->name, hi, lo);
-#define REG(addr, name, ...)                                                                                           \
+#define CHECK_FLD(name, hi, lo) check.field(#name, check.rec->name, hi, lo);
+#define CHECK_REG(addr, ...)                                                                                           \
     check.write(addr);                                                                                                 \
     __VA_ARGS__ check.read(addr);
-#define REG_RO(addr, name, ...)
-#define REG_W1C(addr, name, ...)
-#define REG_NO_HOST(name, ...)
 
 TEST(ComReg, EachFieldOfEachRegister) {
     FamilyCheck<CmRteHsiComReg> check;
     check.wr = [&](uint32_t addr, uint32_t data) { return CmRteHsiComRegWr(check.rec.get(), addr, data, 0); };
     check.rd = [&](uint32_t addr, uint32_t *data) { return CmRteHsiComRegRd(check.rec.get(), addr, data); };
+#define FLD(name, hi, lo) CHECK_FLD(name, hi, lo)
+#define REG(addr, name, ...) CHECK_REG(addr, __VA_ARGS__)
 #include "base/cmRteHsiComReg.def"
 }
 
@@ -186,6 +185,8 @@ TEST(PortReg, EachFieldOfEachRegister) {
     FamilyCheck<CmRteHsiPortReg> check;
     check.wr = [&](uint32_t addr, uint32_t data) { return CmRteHsiPortRegWr(check.rec.get(), addr, data, 3, 0); };
     check.rd = [&](uint32_t addr, uint32_t *data) { return CmRteHsiPortRegRd(check.rec.get(), addr, data); };
+#define FLD(name, hi, lo) CHECK_FLD(name, hi, lo)
+#define REG(addr, name, ...) CHECK_REG(addr, __VA_ARGS__)
 #include "base/cmRteHsiPortReg.def"
 }
 
@@ -193,26 +194,24 @@ TEST(TfeReg, EachFieldOfEachRegister) {
     FamilyCheck<CmTfeHsiComReg> check;
     check.wr = [&](uint32_t addr, uint32_t data) { return CmTfeHsiComRegWr(check.rec.get(), addr, data, 0); };
     check.rd = [&](uint32_t addr, uint32_t *data) { return CmTfeHsiComRegRd(check.rec.get(), addr, data); };
+#define FLD(name, hi, lo) CHECK_FLD(name, hi, lo)
+#define REG(addr, name, ...) CHECK_REG(addr, __VA_ARGS__)
 #include "tfe/cmTfeHsiComReg.def"
 }
 
-#undef FLD
-#undef REG
-#undef REG_RO
-#undef REG_W1C
+#undef CHECK_FLD
+#undef CHECK_REG
 
 // A read-only register keeps all of its fields and shows them to the host.
 
 #define FLD(name, hi, lo)                                                                                              \
     check.rec->name = cut(check.data, hi, lo);                                                                         \
     check.readBack |= cut(check.data, hi, lo) << lo;
-#define REG(addr, name, ...)
 #define REG_RO(addr, name, ...)                                                                                        \
     check.data = static_cast<uint32_t>(check.rng());                                                                   \
     check.readBack = 0;                                                                                                \
     __VA_ARGS__ check.overwrite(addr);                                                                                 \
     check.read(addr);
-#define REG_W1C(addr, name, ...)
 
 TEST(ComReg, EachReadOnlyRegister) {
     FamilyCheck<CmRteHsiComReg> check;
@@ -221,29 +220,20 @@ TEST(ComReg, EachReadOnlyRegister) {
 #include "base/cmRteHsiComReg.def"
 }
 
-#undef FLD
-#undef REG
-#undef REG_RO
-#undef REG_W1C
-
 // All other addresses of a block, those behind its last register included, are nobody's.
 
-#define REG(addr, name, ...) addr,
-#define REG_RO(addr, name, ...) addr,
-#define REG_W1C(addr, name, ...) addr,
 constexpr uint32_t kComRegs[] = {
+#define REG_ANY(addr, name, access, ...) addr,
 #include "base/cmRteHsiComReg.def"
 };
 constexpr uint32_t kPortRegs[] = {
+#define REG_ANY(addr, name, access, ...) addr,
 #include "base/cmRteHsiPortReg.def"
 };
 constexpr uint32_t kTfeRegs[] = {
+#define REG_ANY(addr, name, access, ...) addr,
 #include "tfe/cmTfeHsiComReg.def"
 };
-#undef REG
-#undef REG_RO
-#undef REG_W1C
-#undef REG_NO_HOST
 
 template <class Rec, size_t N>
 void othersAreUnknown(FamilyCheck<Rec> &check, const uint32_t (&regs)[N], uint32_t size) {

@@ -72,13 +72,4 @@ static constexpr bool isPacked(const regdump_map_t *mapp, uint32_t record_size) 
 
 // Every field of every record stands where the rows before it end.
 #define REGDUMP_TABLE(table) static_assert(isPacked(table##_rows::rows, sizeof(table##_dmp_t)));
-#define REGDUMP_REG(name, offset)
-#define REGDUMP_ARR(name, offset, ...)
-#define REGDUMP_WIDE(name, offset, bytes, entries)
-#define REGDUMP_TCAM(name, offset, entry, entries)
-#define REGDUMP_GRP(name, offset, instances, chip_stride, table)
-#define REGDUMP_REG_LIMIT(name, offset, limit)
-#define REGDUMP_REG_NO_DUMP(name, offset)
-#define REGDUMP_ARR_NO_DUMP(name, offset, ...)
-#define REGDUMP_TABLE_END(table)
 #include "tsr_reg_dump.def"

@@ -42,8 +42,6 @@ template <typename T, size_t n> using regdump_inst_t = std::conditional_t<n == 1
 #define REGDUMP_TCAM(name, offset, record, entries) regdump_inst_t<record, entries> name;
 #define REGDUMP_GRP(name, offset, instances, chip_stride, table) regdump_inst_t<table##_dmp_t, instances> name;
 #define REGDUMP_REG_LIMIT(name, offset, limit) uint32_t name;
-#define REGDUMP_REG_NO_DUMP(name, offset)
-#define REGDUMP_ARR_NO_DUMP(name, offset, ...)
 #define REGDUMP_TABLE_END(table)                                                                                       \
     }                                                                                                                  \
     ;
@@ -55,13 +53,4 @@ static_assert(std::extent_v<decltype(tsr_dmp_t::ephy_reg)> == TSR_PORTS);
 
 // The dump map, `tsr_dmp_map`, and the child tables of its groups.
 #define REGDUMP_TABLE(table) extern const regdump_map_t *const table##_dmp_map;
-#define REGDUMP_REG(name, offset)
-#define REGDUMP_ARR(name, offset, ...)
-#define REGDUMP_WIDE(name, offset, bytes, entries)
-#define REGDUMP_TCAM(name, offset, record, entries)
-#define REGDUMP_GRP(name, offset, instances, chip_stride, table)
-#define REGDUMP_REG_LIMIT(name, offset, limit)
-#define REGDUMP_REG_NO_DUMP(name, offset)
-#define REGDUMP_ARR_NO_DUMP(name, offset, ...)
-#define REGDUMP_TABLE_END(table)
 #include "tsr_reg_dump.def"

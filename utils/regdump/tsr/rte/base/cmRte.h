@@ -12,14 +12,8 @@ class CmTfeLue;
 /// Common register file of the RTE: one word a register field, in the order of the chip.
 struct CmRteHsiComReg {
 #define FLD(name, hi, lo) uint32_t name;
-#define REG(addr, name, ...) __VA_ARGS__
-#define REG_RO(addr, name, ...) __VA_ARGS__
-#define REG_W1C(addr, name, ...) __VA_ARGS__
+#define REG_ANY(addr, name, access, ...) __VA_ARGS__
 #include "base/cmRteHsiComReg.def"
-#undef FLD
-#undef REG
-#undef REG_RO
-#undef REG_W1C
     // State of the learn FIFOs and their force flags; the chip shows them to the host only inside other registers.
     uint32_t rte_l2_sa_lrn_inf_wr_ptr;
     uint32_t rte_l2_sa_lrn_inf_rd_ptr;
@@ -44,14 +38,8 @@ static_assert(sizeof(CmRteHsiComReg) == 2342 * sizeof(uint32_t));
 /// Register file of one port of the RTE, same shape.
 struct CmRteHsiPortReg {
 #define FLD(name, hi, lo) uint32_t name;
-#define REG(addr, name, ...) __VA_ARGS__
-#define REG_RO(addr, name, ...) __VA_ARGS__
-#define REG_W1C(addr, name, ...) __VA_ARGS__
+#define REG_ANY(addr, name, access, ...) __VA_ARGS__
 #include "base/cmRteHsiPortReg.def"
-#undef FLD
-#undef REG
-#undef REG_RO
-#undef REG_W1C
 };
 static_assert(sizeof(CmRteHsiPortReg) == 481 * sizeof(uint32_t));
 
@@ -59,7 +47,6 @@ static_assert(sizeof(CmRteHsiPortReg) == 481 * sizeof(uint32_t));
 struct CmRteHsiMem {
 #define MEM(first, last, name, words, ...) uint32_t name[((last) + 1 - (first)) / 4];
 #include "base/cmRteHsiMem.def"
-#undef MEM
 };
 static_assert(sizeof(CmRteHsiMem) == 5011584 * sizeof(uint32_t));
 
@@ -136,14 +123,11 @@ struct CmRteMacInf {
         __VA_ARGS__                                                                                                    \
     };
 #include "base/cmRteRslt.def"
-#undef FLD
-#undef RSLT_WORD
 
 /// One frame's result: 71 words.
 struct CmRteRslt {
 #define RSLT_WORD(type, member, title, ...) type member;
 #include "base/cmRteRslt.def"
-#undef RSLT_WORD
     uint32_t dropRsnRslt;
     uint32_t macStsRslt;
     uint32_t l2PselAclStsRslt;
@@ -161,8 +145,6 @@ struct CmRteStat {
 #define STAT(type, name) type name;
 #define STAT_ARR(type, name, elements) type name[elements];
 #include "base/cmRteStat.def"
-#undef STAT
-#undef STAT_ARR
 };
 
 extern CmRte *rte_mem;

@@ -36,26 +36,29 @@ template <size_t N> constexpr std::array<MemRange, N> byAddress(std::array<MemRa
 }
 
 // The maps of the three blocks, by rising address.
-#define MEM(first, last, name, words, ...) memRange(first, last, offsetof(Mem, name), words, __VA_ARGS__),
+#define MEM_RANGE(first, last, name, words, ...) memRange(first, last, offsetof(Mem, name), words, __VA_ARGS__),
 namespace rte {
 using Mem = CmRteHsiMem;
 constexpr auto map = byAddress(std::array{
+#define MEM(first, last, name, words, ...) MEM_RANGE(first, last, name, words, __VA_ARGS__)
 #include "base/cmRteHsiMem.def"
 });
 } // namespace rte
 namespace tfe {
 using Mem = CmTfeHsiMem;
 constexpr auto map = byAddress(std::array{
+#define MEM(first, last, name, words, ...) MEM_RANGE(first, last, name, words, __VA_ARGS__)
 #include "tfe/cmTfeHsiMem.def"
 });
 } // namespace tfe
 namespace tae {
 using Mem = CmTaeHsiMem;
 constexpr auto map = byAddress(std::array{
+#define MEM(first, last, name, words, ...) MEM_RANGE(first, last, name, words, __VA_ARGS__)
 #include "tae/cmTaeHsiMem.def"
 });
 } // namespace tae
-#undef MEM
+#undef MEM_RANGE
 
 /// The hold registers of the six access functions: each keeps its own half-written or latched entry between calls.
 uint32_t rteWrHold[kMaxWords], rteRdHold[kMaxWords];

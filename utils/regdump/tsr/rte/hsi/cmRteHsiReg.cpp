@@ -57,52 +57,50 @@ struct Family {
 };
 
 // The lists of the three families, in the order of their records.
-#define FLD(name, hi, lo) +1
-#define REG(addr, name, ...) {#name, (addr)&0x7fff, 0 __VA_ARGS__, Access::RW, 0},
-#define REG_RO(addr, name, ...) {#name, (addr)&0x7fff, 0 __VA_ARGS__, Access::RO, 0},
-#define REG_W1C(addr, name, ...) {#name, (addr)&0x7fff, 0 __VA_ARGS__, Access::W1C, 0},
-#define REG_NO_HOST(name, ...)
+#define REG_DEF(addr, name, access, ...) {#name, (addr)&0x7fff, 0 __VA_ARGS__, Access::access, 0},
 constexpr RegDef comRegList[] = {
+#define FLD(name, hi, lo) +1
+#define REG_ANY(addr, name, access, ...) REG_DEF(addr, name, access, __VA_ARGS__)
 #include "base/cmRteHsiComReg.def"
 };
 constexpr RegDef portRegList[] = {
+#define FLD(name, hi, lo) +1
+#define REG_ANY(addr, name, access, ...) REG_DEF(addr, name, access, __VA_ARGS__)
 #include "base/cmRteHsiPortReg.def"
 };
 constexpr RegDef tfeRegList[] = {
+#define FLD(name, hi, lo) +1
+#define REG_ANY(addr, name, access, ...) REG_DEF(addr, name, access, __VA_ARGS__)
 #include "tfe/cmTfeHsiComReg.def"
 };
-#undef FLD
-#undef REG
-#undef REG_RO
-#undef REG_W1C
+#undef REG_DEF
 
-#define FLD(name, hi, lo) {#name, static_cast<uint16_t>(offsetof(Record, name) / 4), hi, lo},
-#define REG(addr, name, ...) __VA_ARGS__
-#define REG_RO(addr, name, ...) __VA_ARGS__
-#define REG_W1C(addr, name, ...) __VA_ARGS__
+#define FLD_DEF(name, hi, lo) {#name, static_cast<uint16_t>(offsetof(Record, name) / 4), hi, lo},
 namespace com {
 using Record = CmRteHsiComReg;
 constexpr HsiFieldDef fields[] = {
+#define FLD(name, hi, lo) FLD_DEF(name, hi, lo)
+#define REG_ANY(addr, name, access, ...) __VA_ARGS__
 #include "base/cmRteHsiComReg.def"
 };
 } // namespace com
 namespace port {
 using Record = CmRteHsiPortReg;
 constexpr HsiFieldDef fields[] = {
+#define FLD(name, hi, lo) FLD_DEF(name, hi, lo)
+#define REG_ANY(addr, name, access, ...) __VA_ARGS__
 #include "base/cmRteHsiPortReg.def"
 };
 } // namespace port
 namespace tfe {
 using Record = CmTfeHsiComReg;
 constexpr HsiFieldDef fields[] = {
+#define FLD(name, hi, lo) FLD_DEF(name, hi, lo)
+#define REG_ANY(addr, name, access, ...) __VA_ARGS__
 #include "tfe/cmTfeHsiComReg.def"
 };
 } // namespace tfe
-#undef FLD
-#undef REG
-#undef REG_RO
-#undef REG_W1C
-#undef REG_NO_HOST
+#undef FLD_DEF
 
 constexpr uint32_t kComRegHighest = 12308;
 constexpr uint32_t kPortRegHighest = 228;
@@ -226,7 +224,6 @@ void CmRteHsiComRegInit(CmRteHsiComReg *comRegPtr) {
     std::memset(comRegPtr, 0, sizeof *comRegPtr);
 #define RESET(field, value) comRegPtr->field = value;
 #include "hsi/cmRteHsiComRegReset.def"
-#undef RESET
 }
 
 void CmRteHsiPortRegInit(CmRteHsiPortReg *portRegPtr) {

@@ -18,7 +18,6 @@ constexpr auto kRegNames = [] {
     std::array<const char *, kRegHighest / 4 + 1> names{};
 #define REG(offset, name, ...) names[(offset) / 4] = #name;
 #include "tae/cmTaeHsiReg.def"
-#undef REG
     return names;
 }();
 

@@ -103,8 +103,6 @@ void prtTable(const char *prefix, const CmRteRslt &cm, const CmRteRslt &rtl) {
         __VA_ARGS__                                                                                                    \
     }
 #include "base/cmRteRslt.def"
-#undef FLD
-#undef RSLT_WORD
     prtTitle("Extra");
     for (const ExtraWord &extra : kExtraWords)
         prtField(prefix, extra.name, cm.*extra.word, rtl.*extra.word);

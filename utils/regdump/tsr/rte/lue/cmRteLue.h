@@ -47,7 +47,6 @@ uint32_t CmRteCkRteRqdEgidL2(const CmRteHsiComReg *comRegPtr_, uint32_t gid);
 struct L2PselRslt {
 #define RSLT(name, label) uint32_t name;
 #include "lue/cmRteL2PselRslt.def"
-#undef RSLT
 };
 
 void L2Psel(CmRteStat *statPtr);

@@ -170,7 +170,6 @@ void buildFcoeAclKey(const CmRteStat *statPtr, const FcoeRouted &routed, uint32_
 struct AclRslt {
 #define FLD(name, width, low) uint32_t name = 0;
 #include "tae/cmTaeL2Rslt.def"
-#undef FLD
     uint32_t trap_rsn = kNoRsn;
 };
 
@@ -206,7 +205,6 @@ AclRslt searchAcl(CmRteStat *statPtr, uint32_t isDaLu) {
         CM_TRACE(1, "L2ACL lookup miss\n");
 #define FLD(name, width, low) acl.name = def.getField(#name, ln_);
 #include "tae/cmTaeL2Rslt.def"
-#undef FLD
     return acl;
 }
 
@@ -425,11 +423,9 @@ void L2Psel(CmRteStat *statPtr) {
     L2PselLu(&rslt, statPtr, 1);
 #define RSLT(name, label) statPtr->name = rslt.name;
 #include "lue/cmRteL2PselRslt.def"
-#undef RSLT
     CM_TRACE_RAW(2, "L2 PSEL result:\n");
 #define RSLT(name, label) CM_TRACE_RAW(2, TB_MSG_FIELD, label, rslt.name);
 #include "lue/cmRteL2PselRslt.def"
-#undef RSLT
 
     statPtr->l2PselTrillDaPreMP = statPtr->l2PselTrillDa;
     statPtr->l2PselTrillMcPreMP = statPtr->l2PselTrillMc;

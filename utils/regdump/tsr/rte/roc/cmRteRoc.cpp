@@ -393,8 +393,6 @@ void traceResult(const CmRteStat *statPtr, const CmRteRslt *rsltPtr) {
         CM_TRACE_RAW(1, "\n");                                                                                         \
     }
 #include "base/cmRteRslt.def"
-#undef FLD
-#undef RSLT_WORD
 }
 
 /// Composes the frame's result from what the lookups found.
@@ -626,5 +624,4 @@ void CmRteRoc(CmRteStat *statPtr) {
         rsltPtr->shim0Rslt.fseq_num_14_to_0 = statPtr->comRegPtr->rte_trap_drop_mru;
 #define RSLT_WORD(type, member, title, ...) statPtr->member = rsltPtr->member;
 #include "base/cmRteRslt.def"
-#undef RSLT_WORD
 }

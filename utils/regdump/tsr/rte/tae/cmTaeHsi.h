@@ -7,6 +7,5 @@
 struct CmTaeHsiMem {
 #define MEM(first, last, name, words, ...) uint32_t name[((last) + 1 - (first)) / 4];
 #include "tae/cmTaeHsiMem.def"
-#undef MEM
 };
 static_assert(sizeof(CmTaeHsiMem) == 473088 * sizeof(uint32_t));

@@ -24,17 +24,18 @@ struct FieldRow {
     unsigned low;
 };
 
-#define FLD(name, width, low) {#name, width, low},
 constexpr FieldRow kL2RsltFields[] = {
+#define FLD(name, width, low) {#name, width, low},
 #include "tae/cmTaeL2Rslt.def"
 };
 constexpr FieldRow kL2TcamFields[] = {
+#define FLD(name, width, low) {#name, width, low},
 #include "tae/cmTaeL2Tcam.def"
 };
 constexpr FieldRow kL2FcoeTcamFields[] = {
+#define FLD(name, width, low) {#name, width, low},
 #include "tae/cmTaeL2FcoeTcam.def"
 };
-#undef FLD
 
 template <size_t N> RegMemDefinition fieldList(const char *name, const FieldRow (&rows)[N]) {
     RegMemDefinition def;
@@ -48,7 +49,6 @@ template <size_t N> RegMemDefinition fieldList(const char *name, const FieldRow 
 struct L2AclRslt {
 #define FLD(name, width, low) uint32_t name = 0;
 #include "tae/cmTaeL2Rslt.def"
-#undef FLD
 };
 
 L2AclRslt readFields(const M_T &ln_) {
@@ -56,7 +56,6 @@ L2AclRslt readFields(const M_T &ln_) {
     L2AclRslt rslt;
 #define FLD(name, width, low) rslt.name = def.getField(#name, ln_);
 #include "tae/cmTaeL2Rslt.def"
-#undef FLD
     return rslt;
 }
 
@@ -64,7 +63,6 @@ void writeFields(const L2AclRslt &rslt, M_T &ln_) {
     const RegMemDefinition &def = CmTaeLkup::l2AclRsltFieldDef();
 #define FLD(name, width, low) def.setField(#name, ln_, rslt.name);
 #include "tae/cmTaeL2Rslt.def"
-#undef FLD
 }
 
 } // namespace

@@ -27,8 +27,6 @@ constexpr RegRow kTaeRegs[] = {
 #define FLD(name, hi, lo) {#name, hi, lo},
 #define REG(offset, name, ...) {offset, #name, {__VA_ARGS__}},
 #include "tae/cmTaeHsiReg.def"
-#undef FLD
-#undef REG
 };
 
 struct ActvMemRow {

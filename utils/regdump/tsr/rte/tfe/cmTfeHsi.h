@@ -6,14 +6,9 @@
 /// Register file of the TFE: one word a register field, in the order of the chip.
 struct CmTfeHsiComReg {
 #define FLD(name, hi, lo) uint32_t name;
-#define REG(addr, name, ...) __VA_ARGS__
-#define REG_RO(addr, name, ...) __VA_ARGS__
+#define REG_ANY(addr, name, access, ...) __VA_ARGS__
 #define REG_NO_HOST(name, ...) __VA_ARGS__
 #include "tfe/cmTfeHsiComReg.def"
-#undef FLD
-#undef REG
-#undef REG_RO
-#undef REG_NO_HOST
     uint32_t pad[13]; // the chip's register file has 95 words in all
 };
 static_assert(sizeof(CmTfeHsiComReg) == 95 * sizeof(uint32_t));
@@ -22,5 +17,4 @@ static_assert(sizeof(CmTfeHsiComReg) == 95 * sizeof(uint32_t));
 struct CmTfeHsiMem {
 #define MEM(first, last, name, words, ...) uint32_t name[((last) + 1 - (first)) / 4];
 #include "tfe/cmTfeHsiMem.def"
-#undef MEM
 };
