@@ -1,6 +1,7 @@
 #!/bin/bash
-# Makes this machine ready to build and test: checks for the compiler, CMake, Ninja, GoogleTest, Google Benchmark and
-# clang-format, and installs the missing Debian packages where it may. Otherwise it names them and ends with status 1.
+# Makes this machine ready to build, test and fuzz: checks for the compilers, CMake, Ninja, GoogleTest, Google
+# Benchmark, clang-format and clang's fuzzer runtime, and installs the missing Debian packages where it may. Otherwise it
+# names them and ends with status 1.
 #
 # Usage: tools/setup.sh
 set -euo pipefail
@@ -12,6 +13,21 @@ builds() {
     printf '#include <%s>\nint main() { return 0; }\n' "$1" >"$work/probe.cpp"
     local status=0
     g++ -std=c++20 -o "$work/probe" "$work/probe.cpp" ${2:+-l"$2"} -pthread >"$work/log" 2>&1 || status=1
+    rm -rf "$work"
+    return $status
+}
+
+# Tells whether clang++ can build a fuzz target.
+builds_fuzz_target() {
+    local work
+    work=$(mktemp -d)
+    cat >"$work/probe.cpp" <<'END'
+#include <version>
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char *, unsigned long) { return 0; }
+END
+    local status=0
+    clang++ -std=c++20 -fsanitize=fuzzer,address,undefined -o "$work/probe" "$work/probe.cpp" >"$work/log" 2>&1 ||
+        status=1
     rm -rf "$work"
     return $status
 }
@@ -38,6 +54,10 @@ missing() {
         echo libbenchmark-dev
     fi
     command -v clang-format >/dev/null || echo clang-format
+    command -v clang++ >/dev/null || echo clang
+    if ! builds_fuzz_target; then
+        echo libclang-rt-14-dev
+    fi
 }
 
 mapfile -t packages < <(missing)
