@@ -60,8 +60,15 @@ fi
 quietly cmake --preset release
 quietly cmake --build --preset release --target regdec_tsr same_runs
 
+# The working tree may be built anew during the runs.
+mkdir -p "$folder/tree"
+cp build/release/regdec_tsr "$folder/tree/regdec_tsr"
+
 # The dumps go where they are fastest to write and read.
+fast=/tmp
 if [[ -d /dev/shm && -w /dev/shm ]]; then
-    export TMPDIR=/dev/shm
+    fast=/dev/shm
 fi
-exec build/release/tests/same_runs "$old/regdec_tsr" "$PWD/build/release/regdec_tsr" "$count" "$seed" "$folder"
+work=$(mktemp -d "$fast/same.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+TMPDIR=$work build/release/tests/same_runs "$old/regdec_tsr" "$folder/tree/regdec_tsr" "$count" "$seed" "$folder"
