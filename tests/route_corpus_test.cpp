@@ -74,7 +74,8 @@ TEST(RouteCorpus, ReachesLayer3TrillAndFcoe) {
         EXPECT_EQ(verdicts[name], Verdict::forwarded) << name;
         EXPECT_TRUE(stats[name].l3RteRqd && stats[name].l2FcoeFound) << name;
     }
-    for (const char *name : {"trill_transit", "trill_tagged", "trill_options", "trill_ipv4", "trill_ipv6", "trill_fcoe"}) {
+    for (const char *name :
+         {"trill_transit", "trill_tagged", "trill_options", "trill_ipv4", "trill_ipv6", "trill_fcoe"}) {
         EXPECT_EQ(verdicts[name], Verdict::forwarded) << name;
         EXPECT_TRUE(stats[name].l2TrillFound) << name;
     }
