@@ -5,6 +5,7 @@
 #include "hsi/cmRteHsi.h"
 #include "route_input.h"
 #include "tsr_cmodel_util.h"
+#include "tsr_reg.h"
 #include "whole_chip.h"
 
 #include <cstdio>
