@@ -208,7 +208,7 @@ void lpmScan(benchmark::State &state, uint32_t prtcl, uint32_t keyWords) {
     TFE_LUE_RSLT rslt{};
     for (auto _ : state) {
         for (uint32_t da_lkup = 0; da_lkup < 2; da_lkup++) {
-            input.da_lkup = da_lkup;
+            input.da_lkup = da_lkup & 1;
             tfePtr->lookupL3Lpm(&input, &rslt);
             if (rslt.hit)
                 state.SkipWithError("the scan must not hit");

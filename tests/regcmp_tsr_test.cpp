@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <random>
 #include <set>
 #include <string>
 #include <string_view>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "dump_builder.h"
+#include "random_words.h"
 #include "regenc_tsr.h"
 #include "run_program.h"
 #include "temp_dir.h"
@@ -215,7 +215,7 @@ TEST(RegcmpTsr, FewDifferencesOfRandomDumpsAreFound) {
     Pair pair;
     pair.good.randomise(20);
     pair.bad.randomise(20);
-    std::mt19937 random(21);
+    RandomWords random(21);
     std::set<uint32_t> changed;
     for (int i = 0; i < 20000; ++i) {
         const uint32_t off = 4 * (random() % (TSR_DUMP_SIZE / 4));

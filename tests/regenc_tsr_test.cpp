@@ -38,7 +38,7 @@ std::string assemble(const std::vector<std::string> &lines) {
 size_t numSet(const RegencDump &dump) {
     size_t count = 0;
     for (uint32_t off = 0; off < TSR_DUMP_SIZE; off += 4)
-        count += dump.word(off) != 0 ? 1 : 0;
+        count += dump.word(off) != 0 ? 1u : 0u;
     return count;
 }
 

@@ -4,9 +4,8 @@
 #include "tfe/cmTfe.h"
 
 #include "model_fixture.h"
+#include "random_words.h"
 #include "tcam_image.h"
-
-#include <random>
 
 namespace {
 
@@ -298,7 +297,7 @@ TEST_F(LueFcoe, SearchLinesNeedMoreThanLevel2) {
 // Robustness.
 
 TEST_F(LueFcoe, AnyRegistersAndAnyFrameStayInsideTheMemories) {
-    std::mt19937 rng(2);
+    RandomWords rng(2);
     for (uint32_t round = 0; round < 200; round++) {
         begin();
         verbose(false);

@@ -3,8 +3,10 @@
 #include "lue/cmRteLue.h"
 
 #include "model_fixture.h"
+#include "random_words.h"
 #include "tcam_image.h"
 
+#include <array>
 #include <random>
 
 namespace {
@@ -1053,7 +1055,7 @@ TEST_F(L2ExmDbg, SeesTheIndicesOfTheFrame) {
 // Whatever stands in the chip, the lookup ends and stays inside it.
 
 TEST_F(L2ExmTest, RandomChipAndFrame) {
-    std::mt19937 rng(1);
+    RandomWords rng(1);
     const auto fill = [&](void *to, size_t bytes) {
         uint32_t *words = static_cast<uint32_t *>(to);
         for (size_t i = 0; i < bytes / 4; i++)

@@ -3,8 +3,7 @@
 #include "lue/cmRteLue.h"
 
 #include "model_fixture.h"
-
-#include <random>
+#include "random_words.h"
 
 namespace {
 
@@ -462,7 +461,7 @@ TEST_F(L2LrnPush, WritePointerBeyondTheMemoryWritesNothing) {
 }
 
 TEST_F(L2LrnTest, RandomChipAndFrame) {
-    std::mt19937 rng(1);
+    RandomWords rng(1);
     const auto fill = [&](void *to, size_t bytes) {
         uint32_t *words = static_cast<uint32_t *>(to);
         for (size_t i = 0; i < bytes / 4; i++)

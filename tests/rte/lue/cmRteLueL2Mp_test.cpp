@@ -3,8 +3,7 @@
 #include "lue/cmRteLue.h"
 
 #include "model_fixture.h"
-
-#include <random>
+#include "random_words.h"
 
 namespace {
 
@@ -432,7 +431,7 @@ TEST_F(L2FinalEgid, ContradictedVerdicts) {
 }
 
 TEST_F(L2MpTest, RandomChipAndFrame) {
-    std::mt19937 rng(1);
+    RandomWords rng(1);
     const auto fill = [&](void *to, size_t bytes) {
         uint32_t *words = static_cast<uint32_t *>(to);
         for (size_t i = 0; i < bytes / 4; i++)

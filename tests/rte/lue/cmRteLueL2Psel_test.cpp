@@ -4,9 +4,9 @@
 #include "tae/cmTae.h"
 
 #include "model_fixture.h"
+#include "random_words.h"
 
 #include <array>
-#include <random>
 #include <utility>
 
 namespace {
@@ -96,7 +96,7 @@ protected:
     void bank12(uint32_t type, const uint32_t (&key)[8], const Fields &fields) {
         std::array<uint32_t, 8> x;
         std::array<uint32_t, 8> y;
-        for (int w = 0; w < 8; w++) {
+        for (size_t w = 0; w < 8; w++) {
             x[w] = key[w];
             y[w] = ~key[w];
         }
@@ -894,7 +894,7 @@ TEST_F(L2PselTest, SourceLookupIsValidForKnownTransitUnicast) {
 }
 
 TEST_F(L2PselTest, RandomChipAndFrame) {
-    std::mt19937 rng(1);
+    RandomWords rng(1);
     const auto fill = [&](void *to, size_t bytes) {
         uint32_t *words = static_cast<uint32_t *>(to);
         for (size_t i = 0; i < bytes / 4; i++)

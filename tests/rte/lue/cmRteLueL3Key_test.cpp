@@ -3,9 +3,9 @@
 #include "lue/cmRteLueL3.h"
 
 #include "model_fixture.h"
+#include "random_words.h"
 
 #include <array>
-#include <random>
 
 namespace {
 
@@ -463,7 +463,7 @@ TEST_F(L3Key, Ipv6ExactMatchKeyHasNineWords) {
 }
 
 TEST_F(L3Key, AnyFieldsStayInsideTheKey) {
-    std::mt19937 rng(3);
+    RandomWords rng(3);
     for (uint32_t round = 0; round < 100; round++) {
         frame(round % 3 == 0 ? 4 : round % 3 == 1 ? 6 : 0, 1);
         com.rte_l2_exm_mgid_hsh_typ = rng();

@@ -4,10 +4,10 @@
 
 #include "lue/cmRteLue.h"
 #include "model_fixture.h"
+#include "random_words.h"
 #include "tcam_image.h"
 
 #include <csignal>
-#include <random>
 
 namespace {
 
@@ -889,7 +889,7 @@ TEST_F(LueL3Ctrl, QuietRunPrintsNothing) {
 // Robustness.
 
 TEST_F(LueL3Ctrl, AnyRegistersAndAnyFrameStayInsideTheMemories) {
-    std::mt19937 rng(1);
+    RandomWords rng(1);
     const auto scramble = [&rng](auto &record) {
         uint32_t *words = reinterpret_cast<uint32_t *>(&record);
         for (size_t i = 0; i < sizeof record / sizeof(uint32_t); i++)

@@ -430,7 +430,7 @@ int emc_egress_proc(const uint8_t *frm_in, uint32_t pkt_len, const shim_t *shim,
     const Input in(frm_in, pkt_len);
     Edit e(in, *shim, *sideband, regs);
     const uint32_t remap = regs.port(offsetof(tsr_ephy_dmp_t, emc_egr_pri_dp_remap));
-    e.pos1 = (e.has_trill_option ? 20 : 0) + (e.has_trill_hdr ? (e.has_trill_tag ? 24 : 20) : 0);
+    e.pos1 = (e.has_trill_option ? 20u : 0) + (e.has_trill_hdr ? (e.has_trill_tag ? 24u : 20u) : 0);
     if (e.need_trill_hdr)
         writeTrill(e);
     writeAddresses(e);

@@ -156,7 +156,7 @@ void routeEgress(Packet &packet, tsr_dmp_t *tsr_reg, int verbose) {
     } else {
         if (verbose)
             std::printf("Number of fragments: %d\n", static_cast<int>(emc_side.eqs_nfrag));
-        for (uint8_t i = 0; i < emc_side.eqs_nfrag; i++)
+        for (uint32_t i = 0; i < emc_side.eqs_nfrag; i++)
             printOutputFrame(frm_out[i], out_frm_len[i]);
     }
     emc_free_frames(frm_out, out_frm_len, emc_side.eqs_nfrag < 2 ? 1 : emc_side.eqs_nfrag);

@@ -523,16 +523,16 @@ void CmTaeLkup::mergeL3AclResults(tL3AclInterface &intf, int *hitByBank, L3PselR
         merged.bypass_eacl = def.bypass_eacl;
 
     if (aclDropSeen) {
-        merged.nxt_hop_rslt_idx = intf.acl_drop_ptr;
+        merged.nxt_hop_rslt_idx = intf.acl_drop_ptr & 0x3ffff;
         merged.trap_en = 0;
         merged.trap_que = 0;
         trapRsn = kNoRsn;
     } else if (dropSeen) {
-        merged.nxt_hop_rslt_idx = intf.drop_ptr;
+        merged.nxt_hop_rslt_idx = intf.drop_ptr & 0x3ffff;
     }
 
     *out = merged;
-    intf.trap_rsn = trapRsn;
+    intf.trap_rsn = trapRsn & 0x3f;
     intf.ipMcastDropOverTurn = overTurn;
     TAE_INTF_TRACE("[mergeL3AclResults] %d bank hit(s), merged result is:\n", hitCnt);
     if (dbgLvl > 1)
