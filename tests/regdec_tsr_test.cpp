@@ -8,12 +8,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <map>
-#include <random>
 #include <string>
 #include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
 
+#include "random_words.h"
 #include "run_program.h"
 #include "tsr_reg_dump.h"
 
@@ -473,7 +473,7 @@ TEST(RegdecMemory, AListingNeedsTheImageAlone) {
 
 TEST(RegdecListing, EqualsTheListingWorkedOutFromTheRows) {
     std::vector<uint8_t> image(IMAGE_SIZE);
-    std::mt19937 random(20240601);
+    RandomWords random(20240601);
     for (uint8_t &byte : image)
         byte = static_cast<uint8_t>(random());
     DumpFile dump(TSR_HDR);

@@ -6,11 +6,11 @@
 #include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "fake_chip.h"
+#include "random_words.h"
 #include "temp_dir.h"
 #include "tsr_reg_dump.h"
 
@@ -30,7 +30,7 @@ Outcome compare(const Image &image1, const Image &image2) {
 }
 
 Image randomImage(size_t size, uint32_t seed) {
-    std::mt19937 random(seed);
+    RandomWords random(seed);
     Image image(size);
     for (uint8_t &byte : image)
         byte = static_cast<uint8_t>(random());

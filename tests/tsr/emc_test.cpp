@@ -5,6 +5,7 @@
 #include "emc.h"
 #include "eqs.h"
 #include "frame_builder.h"
+#include "random_words.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -756,7 +757,7 @@ size_t egressRoad(const Bytes &frm, shim_t shim, eqs_side_band_t eqs, emc_side_b
 
 TEST(EgressRobustness, AnyFrameStaysWithinItsBuffers) {
     ChipImage chip;
-    std::mt19937 random(5);
+    RandomWords random(5);
     size_t left = 0;
     for (uint64_t seed = 1; seed <= 3; seed++) {
         chip.randomise(seed);

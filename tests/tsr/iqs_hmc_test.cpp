@@ -3,6 +3,7 @@
 #include "chip_image.h"
 #include "hmc.h"
 #include "iqs.h"
+#include "random_words.h"
 
 #include <gtest/gtest.h>
 #include <vector>
@@ -390,7 +391,7 @@ TEST_F(Hmc, AnIngressSpanCopyGoesThroughBothStages) {
 TEST(HmcRobustness, AnyFrameAndAnyImageStayWithinTheBuffer) {
     ChipImage chip;
     chip.randomise(7);
-    std::mt19937 random(11);
+    RandomWords random(11);
     for (uint32_t len = 0; len <= 250; len++) {
         std::vector<uint8_t> frm(len + 100);
         for (uint32_t i = 0; i < len; i++)

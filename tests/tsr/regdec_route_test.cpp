@@ -4,6 +4,7 @@
 
 #include "chip_image.h"
 #include "cm_rte_wrapper.h"
+#include "random_words.h"
 #include "tsr_cmodel_util.h"
 
 #include <cstring>
@@ -191,7 +192,7 @@ TEST_F(Route, PortsAbove11DoNotLoadTheModel) {
 }
 
 TEST_F(Route, AnyDumpAnyShimAndAnyLengthEndWithAVerdict) {
-    std::mt19937 random(3);
+    RandomWords random(3);
     chip.randomise(9);
     for (size_t i = 0; i < 8192; i++)
         chip.set(DMP(eqs_mrt_mem), i, random() % 400).set(DMP(eqs_mrt_mem), 8192 + i, random() % 400);

@@ -5,8 +5,9 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
-#include <random>
 #include <vector>
+
+#include "random_words.h"
 
 namespace {
 
@@ -70,7 +71,7 @@ Family<CmTaeHsiMem> taeFamily() {
 
 /// Writes the first, a middle and the last entry of each range and checks words and reads against the masks.
 template <class Rec> void checkEntries(Family<Rec> family) {
-    std::mt19937 rng(7);
+    RandomWords rng(7);
     for (const Range &range : family.ranges) {
         const uint32_t n = static_cast<uint32_t>(range.masks.size());
         const uint32_t entries = (range.last + 1 - range.first) / 4 / n;
@@ -262,7 +263,7 @@ void checkRun(Family<Rec> &byRun, Family<Rec> &bySingle, const Range &range, uin
 }
 
 template <class Rec> void checkRuns(Family<Rec> byRun, Family<Rec> bySingle) {
-    std::mt19937 rng(3);
+    RandomWords rng(3);
     for (const Range &range : byRun.ranges) {
         const uint32_t n = static_cast<uint32_t>(range.masks.size());
         for (uint32_t skip : {0u, 1u, n - 1}) {

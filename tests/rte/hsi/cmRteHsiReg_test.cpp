@@ -1,13 +1,13 @@
 #include "hsi/cmRteHsiReg.h"
 
 #include "base/cmUtl.h"
+#include "random_words.h"
 
 #include <cstdio>
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -143,7 +143,7 @@ TEST(TfeReg, HostAddressesStandInTheBlock) {
 // back with the bits of no field cleared.
 
 template <class Rec> struct FamilyCheck {
-    std::mt19937 rng{4711};
+    RandomWords rng{4711};
     std::unique_ptr<Rec> rec = std::make_unique<Rec>();
     std::function<int(uint32_t, uint32_t)> wr;
     std::function<int(uint32_t, uint32_t *)> rd;

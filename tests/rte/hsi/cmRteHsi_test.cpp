@@ -3,6 +3,7 @@
 #include "base/cmUtl.h"
 #include "hsi/tae_pci_decode.h"
 #include "log/cmRteLog.h"
+#include "random_words.h"
 #include "tae/cmTae.h"
 #include "tfe/cmTfe.h"
 
@@ -14,7 +15,6 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
-#include <random>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -625,7 +625,7 @@ struct RunCase {
 /// The runs through one chip, the same words one by one through another.
 void checkRuns(const std::vector<RunCase> &runs, uint32_t joinedPairs, uint32_t w1c) {
     Chip byRun, bySingle;
-    std::mt19937 rng(99);
+    RandomWords rng(99);
     std::vector<std::vector<uint32_t>> beWords;
     for (const RunCase &run : runs) {
         beWords.emplace_back(run.cnt);

@@ -3,6 +3,7 @@
 #include "frame_builder.h"
 #include "log/cmRteDump.h"
 #include "log/cmRteLog.h"
+#include "random_words.h"
 #include "temp_dir.h"
 
 #include <cstring>
@@ -10,7 +11,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -26,7 +26,7 @@ std::unique_ptr<CmRte> freshModel() {
 
 /// Writes random words to all registers and memories of the RTE, as a host would.
 void configure(CmRte *rte, uint32_t seed) {
-    std::mt19937 random(seed);
+    RandomWords random(seed);
     for (uint32_t addr = 0x50000; addr < 0x58000; addr += 4)
         CmRteHsiWr(rte, addr, static_cast<uint32_t>(random()));
     for (uint32_t port = 0; port < 12; port++) {

@@ -2,8 +2,7 @@
 
 #include "frame_builder.h"
 #include "prc_fixture.h"
-
-#include <random>
+#include "random_words.h"
 
 namespace {
 
@@ -744,7 +743,7 @@ TEST_F(PrcL2Test, CutCnTag) {
 }
 
 TEST_F(PrcL2Test, AnyRegistersAndAnyBytesStayInTheFrame) {
-    std::mt19937 rng(1);
+    RandomWords rng(1);
     // The FCoE parser ends the run at some cut frames; FIP's match comes first.
     com.rte_l2_fcoe_etyp = com.fip_etyp;
     for (int round = 0; round < 3000; round++) {

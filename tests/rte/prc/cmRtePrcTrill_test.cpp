@@ -2,8 +2,7 @@
 
 #include "frame_builder.h"
 #include "prc_fixture.h"
-
-#include <random>
+#include "random_words.h"
 
 namespace {
 
@@ -843,7 +842,7 @@ TEST_F(PrcTrillTest, ReturnsTheInnerTypeAndThePlaceBehindIt) {
 }
 
 TEST_F(PrcTrillTest, AnyRegistersAndAnyBytesStayInTheFrame) {
-    std::mt19937 rng(2);
+    RandomWords rng(2);
     com.rte_l2_fcoe_etyp = com.fip_etyp;
     for (int round = 0; round < 3000; round++) {
         for (uint32_t i = 0; i < sizeof port / sizeof(uint32_t); i++)
