@@ -1,0 +1,1 @@
+// Nothing but the place where the tests' common headers are precompiled.
