@@ -106,10 +106,11 @@ int regdec_get_hdr(char *fname, int *fd, asic_dump_hdr_t **hdr) {
 /// Asks for large pages in the buffer, which is about to be filled as a whole. Without them it only takes longer.
 static void askForLargePages(void *buf, size_t size) {
     constexpr uintptr_t LARGE_PAGE = 2 * 1024 * 1024;
-    const uintptr_t start = (reinterpret_cast<uintptr_t>(buf) + LARGE_PAGE - 1) / LARGE_PAGE * LARGE_PAGE;
-    const uintptr_t end = (reinterpret_cast<uintptr_t>(buf) + size) / LARGE_PAGE * LARGE_PAGE;
+    const uintptr_t begin = reinterpret_cast<uintptr_t>(buf);
+    const uintptr_t start = (begin + LARGE_PAGE - 1) / LARGE_PAGE * LARGE_PAGE;
+    const uintptr_t end = (begin + size) / LARGE_PAGE * LARGE_PAGE;
     if (start < end)
-        madvise(reinterpret_cast<void *>(start), end - start, MADV_HUGEPAGE);
+        madvise(static_cast<char *>(buf) + (start - begin), end - start, MADV_HUGEPAGE);
 }
 
 int regdec_get_data(int fd, asic_dump_hdr_t **hdr, uint32_t data_size) {
