@@ -1,7 +1,7 @@
 #!/bin/bash
-# Makes this machine ready to build, test and fuzz: checks for the compilers, CMake, Ninja, GoogleTest, Google
-# Benchmark, clang-format and clang's fuzzer runtime, and installs the missing Debian packages where it may. Otherwise it
-# names them and ends with status 1.
+# Makes this machine ready to build and test: checks for the compiler, CMake, Ninja, GoogleTest, Google Benchmark,
+# clang++ with the fuzzer's runtime, clang-format, clang-tidy and mandoc, and installs the missing Debian packages where it
+# may. Otherwise it names them and ends with status 1.
 #
 # Usage: tools/setup.sh
 set -euo pipefail
@@ -40,6 +40,15 @@ at_least() {
     [[ $(printf '%s\n%s\n' "$2" "$found" | sort -V | head -n 1) == "$2" ]]
 }
 
+# The major version of clang++, or of the one that would be installed.
+clang_major() {
+    if command -v clang++ >/dev/null; then
+        clang++ -dumpversion | cut -d . -f 1
+    else
+        echo 14
+    fi
+}
+
 # Prints the packages that are missing, one a line.
 missing() {
     if ! builds version; then
@@ -53,11 +62,13 @@ missing() {
     if ! builds benchmark/benchmark.h benchmark; then
         echo libbenchmark-dev
     fi
-    command -v clang-format >/dev/null || echo clang-format
-    command -v clang++ >/dev/null || echo clang
     if ! builds_fuzz_target; then
-        echo libclang-rt-14-dev
+        echo clang
+        echo "libclang-rt-$(clang_major)-dev"
     fi
+    command -v clang-format >/dev/null || echo clang-format
+    command -v clang-tidy >/dev/null || echo clang-tidy
+    command -v mandoc >/dev/null || echo mandoc
 }
 
 mapfile -t packages < <(missing)
