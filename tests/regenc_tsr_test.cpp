@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <random>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -426,8 +427,7 @@ TEST(RegencLines, OfAListing) {
               "'ephy_reg[0].rte_prc_l2_ctl.rte_prc_l2_lu_en' is no word of a listing");
 }
 
-// ------------------------------------------------------------------------------------------- setting the same thing
-// twice
+// ------------------------------------------------------------------------------------- setting the same thing twice
 
 TEST(RegencTwice, SingleWordsMustAgree) {
     EXPECT_EQ(assemble({"ftc_cntl = 5", "ftc_cntl = 0x5", "0x00001008:  0x00000005  ftc_cntl"}), "");
@@ -461,17 +461,218 @@ TEST(RegencTwice, FieldsMustAgree) {
 TEST(RegencTwice, FieldRefinesItsWord) {
     const std::string reg = "ephy_reg[0].rte_prc_l2_ctl";
     const std::string port = reg + ".rte_prc_l2_psel_port";
-    RegencDump dump;
+    const auto value = [](const std::vector<std::string> &lines) {
+        RegencDump dump;
+        EXPECT_EQ(assemble(dump, lines), "");
+        return __builtin_bswap32(dump.image()->ephy_reg[0].rte_prc_l2_ctl);
+    };
+    const auto again = [&](const std::string &before) {
+        return "'" + reg + "' is set again with another value (before: " + before + ")";
+    };
     // Bits 10:6 are the field's.
-    ASSERT_EQ(assemble(dump, {reg + " = 0xffffffff", port + " = 0", reg + " = 0xffffffff"}), "");
-    EXPECT_EQ(dump.image()->ephy_reg[0].rte_prc_l2_ctl, __builtin_bswap32(0xfffff83f));
-    EXPECT_EQ(assemble({reg + " = 0xffffffff", port + " = 0", reg + " = 0xfffff83f"}),
-              "'" + reg + "' is set again with another value (before: 0xffffffff)");
+    EXPECT_EQ(value({reg + " = 0xffffffff", port + " = 0"}), 0xfffff83fu);
+    EXPECT_EQ(value({reg + " = 0xffffffff", port + " = 0", reg + " = 0xfffff83f"}), 0xfffff83fu);
+    EXPECT_EQ(assemble({reg + " = 0xffffffff", port + " = 0", reg + " = 0xffffffff"}), again("0xfffff83f"));
+    EXPECT_EQ(value({port + " = 1", reg + " = 0x40"}), 0x40u);
+    EXPECT_EQ(value({port + " = 1", reg + " = 0xfffff87f"}), 0xfffff87fu);
+    EXPECT_EQ(assemble({port + " = 1", reg + " = 0x80"}), again("0x00000040"));
     const std::string range = "ephy_reg[0..1].rte_prc_l2_ctl.rte_prc_l2_psel_port";
-    EXPECT_EQ(assemble({reg + " = 0xffffffff", range + " = 1", port + " = 2", reg + " = 0xffffffff"}), "");
-    EXPECT_EQ(assemble({port + " = 1", reg + " = 0x40"}), "");
-    EXPECT_EQ(assemble({port + " = 1", reg + " = 0x80"}),
-              "'" + reg + "' is set again with another value (before: 0x00000040)");
+    EXPECT_EQ(value({reg + " = 0xffffffff", range + " = 1", port + " = 2"}), 0xfffff8bfu);
+    EXPECT_EQ(value({reg + " = 0xffffffff", range + " = 1", port + " = 2", reg + " = 0x80"}), 0x80u);
+    EXPECT_EQ(assemble({reg + " = 0xffffffff", range + " = 1", port + " = 2", reg + " = 0xffffffff"}),
+              again("0xfffff8bf"));
+}
+
+namespace {
+
+/// One line for the register of port 2 that follows its classification, alone or with a range about it.
+struct Setting {
+    enum Kind { WORD, LU_EN, PSEL_PORT, WORDS, LU_ENS, PSEL_PORTS };
+
+    Kind kind;
+    uint32_t value;
+
+    bool isRange() const { return kind >= WORDS; }
+    bool isWord() const { return kind == WORD || kind == WORDS; }
+    /// The lowest bit and the bits of what is set.
+    unsigned lo() const { return isWord() ? 0 : kind == LU_EN || kind == LU_ENS ? 11 : 6; }
+    uint32_t bits() const { return isWord() ? 0xffffffff : kind == LU_EN || kind == LU_ENS ? 0x800 : 0x7c0; }
+
+    std::string line() const {
+        std::string text = isRange() ? "ephy_reg[0..3].rte_prc_l2_ctl" : "ephy_reg[2].rte_prc_l2_ctl";
+        if (!isWord())
+            text += lo() == 11 ? ".rte_prc_l2_lu_en" : ".rte_prc_l2_psel_port";
+        return text + " = " + std::to_string(value);
+    }
+};
+
+constexpr uint64_t REFUSED = 1ull << 32;
+
+/// The word that the lines make, or `REFUSED` when the last one is refused.
+uint64_t wordOf(const std::vector<Setting> &settings) {
+    static RegencDump dump;
+    static RegencAssembler assembler(dump);
+    std::string error;
+    EXPECT_TRUE(assembler.set("ephy_reg[0..3].rte_prc_l2_ctl", 0, error)) << error;
+    assembler.beginText();
+    for (size_t i = 0; i < settings.size(); ++i) {
+        if (assembler.line(settings[i].line(), error))
+            continue;
+        EXPECT_EQ(i + 1, settings.size()) << error;
+        EXPECT_NE(error.find("is set again with another value"), error.npos) << error;
+        return REFUSED;
+    }
+    return __builtin_bswap32(dump.image()->ephy_reg[2].rte_prc_l2_ctl);
+}
+
+/// The same by the rule's own words, from the lines since the last range. All but the last line are good.
+uint64_t wordByRule(const std::vector<Setting> &settings) {
+    uint32_t word = 0;
+    std::vector<Setting> since;
+    for (const Setting &setting : settings) {
+        for (unsigned bit = 0; bit < 32 && !setting.isRange(); ++bit) {
+            const uint32_t mask = 1u << bit;
+            const bool changes = (setting.bits() & mask) != 0 && ((word ^ setting.value << setting.lo()) & mask) != 0;
+            for (const Setting &earlier : since) {
+                if (changes && (earlier.bits() & mask) != 0 && (setting.isWord() || !earlier.isWord()))
+                    return REFUSED;
+            }
+        }
+        if (setting.isRange())
+            since.clear();
+        else
+            since.push_back(setting);
+        word = (word & ~setting.bits()) | setting.value << setting.lo();
+    }
+    return word;
+}
+
+std::string text(const std::vector<Setting> &settings) {
+    std::string lines;
+    for (const Setting &setting : settings)
+        lines += setting.line() + "\n";
+    return lines;
+}
+
+} // namespace
+
+TEST(RegencTwice, EveryOrderOfWordsFieldsAndRanges) {
+    constexpr auto WORD = Setting::WORD;
+    constexpr auto LU_EN = Setting::LU_EN;
+    constexpr auto PORT = Setting::PSEL_PORT;
+    constexpr auto WORDS = Setting::WORDS;
+    constexpr auto LU_ENS = Setting::LU_ENS;
+    constexpr auto PORTS = Setting::PSEL_PORTS;
+    const struct {
+        std::vector<Setting> settings;
+        uint64_t word;
+    } rows[] = {
+        // Behind a word.
+        {{{WORD, 7}, {WORD, 7}}, 7},
+        {{{WORD, 7}, {WORD, 9}}, REFUSED},
+        {{{WORD, 7}, {LU_EN, 0}}, 7},
+        {{{WORD, 7}, {LU_EN, 1}}, 0x807},
+        {{{WORD, 7}, {WORDS, 7}}, 7},
+        {{{WORD, 7}, {WORDS, 9}}, 9},
+        {{{WORD, 7}, {LU_ENS, 0}}, 7},
+        {{{WORD, 7}, {LU_ENS, 1}}, 0x807},
+        // Behind a field.
+        {{{LU_EN, 1}, {WORD, 0x807}}, 0x807},
+        {{{LU_EN, 1}, {WORD, 7}}, REFUSED},
+        {{{LU_EN, 1}, {LU_EN, 1}}, 0x800},
+        {{{LU_EN, 1}, {LU_EN, 0}}, REFUSED},
+        {{{LU_EN, 1}, {PORT, 3}}, 0x8c0},
+        {{{LU_EN, 1}, {WORDS, 0x800}}, 0x800},
+        {{{LU_EN, 1}, {WORDS, 9}}, 9},
+        {{{LU_EN, 1}, {LU_ENS, 1}}, 0x800},
+        {{{LU_EN, 1}, {LU_ENS, 0}}, 0},
+        {{{LU_EN, 1}, {PORTS, 3}}, 0x8c0},
+        // Behind a range of words.
+        {{{WORDS, 7}, {WORD, 7}}, 7},
+        {{{WORDS, 7}, {WORD, 9}}, 9},
+        {{{WORDS, 7}, {LU_EN, 0}}, 7},
+        {{{WORDS, 7}, {LU_EN, 1}}, 0x807},
+        {{{WORDS, 7}, {WORDS, 9}}, 9},
+        {{{WORDS, 7}, {LU_ENS, 1}}, 0x807},
+        // Behind a range of fields.
+        {{{LU_ENS, 1}, {WORD, 0x800}}, 0x800},
+        {{{LU_ENS, 1}, {WORD, 0}}, 0},
+        {{{LU_ENS, 1}, {LU_EN, 1}}, 0x800},
+        {{{LU_ENS, 1}, {LU_EN, 0}}, 0},
+        {{{LU_ENS, 1}, {PORT, 3}}, 0x8c0},
+        {{{LU_ENS, 1}, {WORDS, 9}}, 9},
+        {{{LU_ENS, 1}, {LU_ENS, 0}}, 0},
+        {{{LU_ENS, 1}, {PORTS, 3}}, 0x8c0},
+        // A range of fields between two words or fields frees all of the word.
+        {{{WORD, 0}, {LU_ENS, 1}, {WORD, 0}}, 0},
+        {{{WORD, 0}, {LU_ENS, 1}, {WORD, 5}}, 5},
+        {{{WORD, 0}, {LU_ENS, 1}, {WORD, 0x800}}, 0x800},
+        {{{LU_EN, 0}, {LU_ENS, 1}, {LU_EN, 0}}, 0},
+        {{{PORT, 3}, {LU_ENS, 1}, {PORT, 4}}, 0x900},
+        {{{PORT, 3}, {LU_ENS, 1}, {WORD, 0}}, 0},
+        {{{WORD, 7}, {LU_EN, 1}, {PORTS, 3}, {LU_EN, 0}}, 0xc7},
+        {{{WORD, 7}, {LU_EN, 1}, {PORTS, 3}, {WORD, 7}}, 7},
+        // So does a range of words.
+        {{{WORD, 7}, {WORDS, 9}, {WORD, 7}}, 7},
+        {{{LU_EN, 1}, {WORDS, 0}, {LU_EN, 0}}, 0},
+        {{{LU_EN, 1}, {WORDS, 0}, {WORD, 5}}, 5},
+        // But behind it lines must agree again.
+        {{{WORD, 0}, {LU_ENS, 1}, {WORD, 5}, {WORD, 6}}, REFUSED},
+        {{{WORDS, 0}, {LU_EN, 1}, {LU_EN, 0}}, REFUSED},
+        {{{LU_ENS, 1}, {LU_EN, 0}, {LU_EN, 1}}, REFUSED},
+        {{{LU_ENS, 1}, {LU_EN, 0}, {WORD, 0x800}}, REFUSED},
+        // A word behind its fields is what they have made of it.
+        {{{WORD, 0}, {LU_EN, 1}, {WORD, 0}}, REFUSED},
+        {{{WORD, 0}, {LU_EN, 1}, {WORD, 5}}, REFUSED},
+        {{{WORD, 0}, {LU_EN, 1}, {WORD, 0x800}}, 0x800},
+        {{{WORD, 0}, {LU_EN, 0}, {WORD, 0}}, 0},
+        {{{LU_EN, 1}, {WORD, 0x807}, {WORD, 0x807}}, 0x807},
+        // A word does not free the fields in front of it, nor let a field change twice.
+        {{{LU_EN, 1}, {WORD, 0x807}, {LU_EN, 0}}, REFUSED},
+        {{{LU_EN, 1}, {WORD, 0x807}, {PORT, 3}}, 0x8c7},
+        {{{WORD, 0}, {LU_EN, 1}, {LU_EN, 0}}, REFUSED},
+        {{{WORD, 0}, {LU_EN, 1}, {PORT, 3}, {WORD, 0x8c0}}, 0x8c0},
+        {{{WORD, 0}, {LU_EN, 1}, {PORT, 3}, {WORD, 0x800}}, REFUSED},
+    };
+    for (const auto &row : rows) {
+        EXPECT_EQ(wordOf(row.settings), row.word) << text(row.settings);
+        EXPECT_EQ(wordByRule(row.settings), row.word) << text(row.settings);
+    }
+}
+
+TEST(RegencTwice, ARangeReachesItsWordsOnly) {
+    RegencDump dump;
+    const std::string lu_en = "ephy_reg[4].rte_prc_l2_ctl.rte_prc_l2_lu_en";
+    EXPECT_EQ(assemble(dump, {lu_en + " = 1", "ephy_reg[0..3].rte_prc_l2_ctl.rte_prc_l2_lu_en = 1", lu_en + " = 0"}),
+              "'" + lu_en + "' is set again with another value (before: 0x00000001)");
+    EXPECT_EQ(dump.image()->ephy_reg[3].rte_prc_l2_ctl, __builtin_bswap32(0x800));
+    EXPECT_EQ(dump.image()->ephy_reg[4].rte_prc_l2_ctl, __builtin_bswap32(0x800));
+    EXPECT_EQ(dump.image()->ephy_reg[5].rte_prc_l2_ctl, 0u);
+}
+
+TEST(RegencTwice, RandomLinesFollowTheRule) {
+    std::mt19937 random(11);
+    size_t num_refused = 0;
+    size_t num_taken = 0;
+    for (int i = 0; i < 5000; ++i) {
+        std::vector<Setting> settings;
+        for (bool good = true; good && settings.size() < 8;) {
+            // Few values, so that lines agree by chance.
+            const auto kind = static_cast<Setting::Kind>(random() % 6);
+            const bool isWord = kind == Setting::WORD || kind == Setting::WORDS;
+            const uint32_t lu_en = random() % 2;
+            const uint32_t port = 5 * (random() % 2);
+            settings.push_back({kind, isWord                                              ? lu_en << 11 | port << 6
+                                      : kind == Setting::LU_EN || kind == Setting::LU_ENS ? lu_en
+                                                                                          : port});
+            const uint64_t expected = wordByRule(settings);
+            ASSERT_EQ(wordOf(settings), expected) << text(settings);
+            good = expected != REFUSED;
+            ++(good ? num_taken : num_refused);
+        }
+    }
+    EXPECT_GT(num_refused, 2000u);
+    EXPECT_GT(num_taken, 10000u);
 }
 
 TEST(RegencTwice, HeaderFieldsMustAgree) {

@@ -242,35 +242,33 @@ static std::string contradiction(std::string_view name, uint32_t before) {
 
 bool RegencAssembler::setWord(const RegencWords &words, std::string_view name, uint32_t value, std::string &error) {
     const uint32_t dumpOff = words.dumpOff;
-    const bool again = wordClaims_[dumpOff / 4];
-    uint32_t before = again ? dump_.word(dumpOff) : 0;
-    const auto fields = fieldClaims_.empty() ? fieldClaims_.end() : fieldClaims_.find(dumpOff);
-    if (fields != fieldClaims_.end()) {
-        FieldClaim &claim = fields->second;
-        before = claim.word;
-        if (!again && ((claim.value ^ value) & claim.mask) != 0) {
-            error = contradiction(name, dump_.word(dumpOff));
-            return false;
-        }
-        claim.word = value;
+    uint32_t claimed = 0;
+    if (wordClaims_[dumpOff / 4]) {
+        claimed = UINT32_MAX;
+    } else if (!fieldClaims_.empty()) {
+        const auto fields = fieldClaims_.find(dumpOff);
+        claimed = fields == fieldClaims_.end() ? 0 : fields->second;
     }
-    if (again && before != value) {
+    const uint32_t before = claimed == 0 ? 0 : dump_.word(dumpOff);
+    if (((before ^ value) & claimed) != 0) {
         error = contradiction(name, before);
         return false;
     }
-    // The fields that the text has set after its word stand.
-    if (!again || fields == fieldClaims_.end())
-        dump_.setWord(dumpOff, value);
+    dump_.setWord(dumpOff, value);
     wordClaims_[dumpOff / 4] = true;
     return true;
+}
+
+void RegencAssembler::startAfresh(uint32_t dumpOff) {
+    wordClaims_[dumpOff / 4] = false;
+    if (!fieldClaims_.empty())
+        fieldClaims_.erase(dumpOff);
 }
 
 bool RegencAssembler::setWords(const RegencWords &words, uint32_t value) {
     return forEachWord(words, [&](uint32_t, uint32_t dumpOff) {
         dump_.setWord(dumpOff, value);
-        wordClaims_[dumpOff / 4] = false;
-        if (!fieldClaims_.empty())
-            fieldClaims_.erase(dumpOff);
+        startAfresh(dumpOff);
         return true;
     });
 }
@@ -285,26 +283,27 @@ bool RegencAssembler::setFields(const RegencWords &words, std::string_view name,
         }
         const unsigned lo = field->lo;
         const unsigned width = field->hi - lo + 1;
-        const uint32_t mask = UINT32_MAX >> (32 - width);
-        if (value > mask) {
+        const uint32_t widest = UINT32_MAX >> (32 - width);
+        if (value > widest) {
             error =
                 regencText("value ", hex(value), " does not fit the ", std::to_string(width), " bits of '", name, "'");
             return false;
         }
-        const uint32_t before = dump_.word(dumpOff);
-        const auto [entry, isNew] = fieldClaims_.try_emplace(dumpOff);
-        FieldClaim &claim = entry->second;
-        if (isNew)
-            claim.word = before;
+        const uint32_t mask = widest << lo;
         const uint32_t bits = value << lo;
-        if (!words.ranged && ((claim.value ^ bits) & claim.mask & (mask << lo)) != 0) {
-            error = contradiction(name, (before >> lo) & mask);
-            return false;
+        const uint32_t before = dump_.word(dumpOff);
+        if (words.ranged) {
+            startAfresh(dumpOff);
+        } else {
+            // A field refines its word: only what fields have set is held against it.
+            uint32_t &claimed = fieldClaims_[dumpOff];
+            if (((before ^ bits) & claimed & mask) != 0) {
+                error = contradiction(name, (before & mask) >> lo);
+                return false;
+            }
+            claimed |= mask;
         }
-        // A range starts afresh: its words may be set one by one again.
-        claim.mask = words.ranged ? claim.mask & ~(mask << lo) : claim.mask | mask << lo;
-        claim.value = (claim.value & ~(mask << lo)) | bits;
-        dump_.setWord(dumpOff, (before & ~(mask << lo)) | bits);
+        dump_.setWord(dumpOff, (before & ~mask) | bits);
         return true;
     });
 }

@@ -99,6 +99,10 @@ private:
 ///     ephy_reg[3].rte_prc_l2_ctl.rte_prc_l2_lu_en = 1
 ///     header.chip_ver = 2
 ///
+/// Within one text no line changes what an earlier line has set, with two exceptions: a field changes bits that its
+/// word's line has set, and a range sets its words as if the text had not named them before. So the last line for a
+/// word or a field always holds.
+///
 /// A comment runs from # to the end of its line. The header block and the headings of a listing are understood too: the
 /// block's fields are taken, except for the time, which a listing shows in the time zone of its reader.
 class RegencAssembler {
@@ -109,8 +113,7 @@ public:
     void beginText();
 
     /// Takes one line, without its line end. Returns false after storing a message in `error`: the line cannot be read,
-    /// names nothing that a dump holds, has a value that does not fit, or sets a single word, a field or a header field
-    /// that this text has set to another value.
+    /// names nothing that a dump holds, has a value that does not fit, or contradicts an earlier line of this text.
     bool line(std::string_view text, std::string &error);
 
     /// Takes the file `path` as one text. Returns false after storing a message in `error` that begins with the file
@@ -122,26 +125,20 @@ public:
     bool set(std::string_view name, uint32_t value, std::string &error);
 
 private:
-    /// What a text has said of a word whose register fields it has set.
-    struct FieldClaim {
-        uint32_t word = 0; ///< the value of the word before its fields were set
-        uint32_t mask = 0;
-        uint32_t value = 0;
-    };
-
     bool listingLine(std::string_view text, std::string &error);
     bool hdrBlockLine(std::string_view text, bool &taken, std::string &error);
     bool assign(std::string_view name, uint32_t value, std::string &error);
     bool setHdr(std::string_view name, uint32_t value, std::string &error);
     bool setWord(const RegencWords &words, std::string_view name, uint32_t value, std::string &error);
     bool setWords(const RegencWords &words, uint32_t value);
+    void startAfresh(uint32_t dumpOff);
     bool setFields(const RegencWords &words, std::string_view name, uint32_t value, std::string &error);
 
     RegencDump &dump_;
     RegencNames names_;
     std::vector<bool> wordClaims_; ///< for each word of the image: a single-word line of this text has set it
-    std::unordered_map<uint32_t, FieldClaim> fieldClaims_;
-    uint32_t hdrClaims_ = 0; ///< a bit for each word of the header
+    std::unordered_map<uint32_t, uint32_t> fieldClaims_; ///< the bits of a word that field lines of this text have set
+    uint32_t hdrClaims_ = 0;                             ///< a bit for each word of the header
 };
 
 /// The whole run of the program: assembles a dump from text files. Returns the process's exit value: 0, or 1 after a
