@@ -5,16 +5,20 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <set>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
 
 #include "dump_builder.h"
 #include "random_words.h"
+#include "regdump_prog.h"
 #include "regenc_tsr.h"
 #include "run_program.h"
 #include "temp_dir.h"
@@ -195,6 +199,67 @@ TEST(RegcmpTsr, BytesBehindTheImageAreNotLookedAt) {
     EXPECT_EQ(compare(pair.temp.path("good"), pair.temp.path("bad")).status, 0);
 }
 
+TEST(RegcmpTsr, PipesAreRead) {
+    Pair pair;
+    pair.good.randomise(40);
+    pair.bad.randomise(40).set("rte_scratch_pad", 1);
+    const RunResult files = pair.run();
+    ASSERT_EQ(files.status, 1);
+    const std::string list = files.out.substr(pair.expectedHeading().size());
+    const auto shell = [&](const std::string &command) {
+        return runProgram("/bin/bash", {"-c", "cd " + pair.temp.path("") + " && " + command});
+    };
+    const std::string program = REGCMP_TSR_PROGRAM;
+    const auto expect = [&](const RunResult &result) {
+        EXPECT_EQ(result.err, "");
+        EXPECT_EQ(result.status, 1);
+        ASSERT_GT(result.out.size(), list.size());
+        EXPECT_EQ(result.out.substr(result.out.size() - list.size()), list);
+    };
+    expect(shell(program + " <(cat good) <(cat bad)"));
+    expect(shell(program + " good <(dd if=bad bs=1000003 status=none)"));
+    expect(shell("cat good | " + program + " /dev/stdin bad"));
+    expect(shell(program + " good /dev/stdin <bad"));
+    expect(shell("cat bad | " + program + " <(cat good) /dev/stdin"));
+    EXPECT_EQ(shell(program + " <(cat good) <(cat good)").status, 0);
+
+    const RunResult brief = shell("head -c 39752523 bad | " + program + " good /dev/stdin");
+    EXPECT_EQ(brief.err, "/dev/stdin: too short for a dump: 39752523 bytes of 39752524\n");
+    EXPECT_EQ(brief.status, 2);
+    const RunResult empty = shell("true | " + program + " /dev/stdin bad");
+    EXPECT_EQ(empty.err, "/dev/stdin: too short for a dump: 0 bytes of 39752524\n");
+    EXPECT_EQ(empty.status, 2);
+}
+
+TEST(RegcmpTsr, PipesMayBeSlowAndGiveLittleAtATime) {
+    Pair pair;
+    pair.bad.set("ftc_cntl", 42).set("tfe_tcam[360447].w3", 3);
+    pair.run();
+    const std::string fifo = pair.temp.path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const std::string bytes = readFile(pair.temp.path("bad"));
+    std::thread writer([&] {
+        const int fd = open(fifo.c_str(), O_WRONLY);
+        // The header in pieces, then the image in odd pieces with a pause now and then.
+        size_t at = 0;
+        for (unsigned i = 0; at < bytes.size(); ++i) {
+            const size_t size = std::min<size_t>(bytes.size() - at, i < 12 ? 3 : 65521);
+            ASSERT_EQ(write(fd, bytes.data() + at, size), static_cast<ssize_t>(size));
+            at += size;
+            if (i < 12 || i % 100 == 0)
+                usleep(2000);
+        }
+        close(fd);
+    });
+    const RunResult result = compare(pair.temp.path("good"), fifo);
+    writer.join();
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out, heading(pair.temp.path("good"), fifo) +
+                              "0x00001008:  0x00000000  0x0000002a  ftc_cntl\n"
+                              "0x0557fffc:  0x00000000  0x00000003  tfe_tcam[360447].w3\n");
+    EXPECT_EQ(result.status, 1);
+}
+
 TEST(RegcmpTsr, RandomDumpsGiveEveryWord) {
     Pair pair;
     pair.good.randomise(10);
@@ -218,7 +283,7 @@ TEST(RegcmpTsr, FewDifferencesOfRandomDumpsAreFound) {
     RandomWords random(21);
     std::set<uint32_t> changed;
     for (int i = 0; i < 20000; ++i) {
-        const uint32_t off = 4 * (random() % (TSR_DUMP_SIZE / 4));
+        const auto off = static_cast<uint32_t>(4 * (random() % (TSR_DUMP_SIZE / 4)));
         pair.bad.dump().setWord(off, pair.good.dump().word(off) ^ (1u << random() % 32));
         if (!isRoom(off))
             changed.insert(off);
@@ -266,6 +331,42 @@ TEST(RegcmpTsr, UsageWithoutTwoFiles) {
     }
 }
 
+TEST(RegcmpTsr, HelpAndVersion) {
+    const std::string usage = std::string("Usage: ") + REGCMP_TSR_PROGRAM + " <dump1> <dump2>\n\n";
+    for (const std::vector<std::string> &args : {std::vector<std::string>{"-h"}, std::vector<std::string>{"--help"},
+                                                 std::vector<std::string>{"a", "--help"}}) {
+        const RunResult result = runProgram(REGCMP_TSR_PROGRAM, args);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.out.substr(0, usage.size()), usage);
+        for (const char *word : {"--help", "--version", "exit status"})
+            EXPECT_NE(result.out.find(word, usage.size()), result.out.npos) << word;
+        EXPECT_EQ(result.err, "");
+    }
+    const RunResult result = runProgram(REGCMP_TSR_PROGRAM, {"--version"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, std::string("regcmp_tsr ") + REGDUMP_VERSION + "\n");
+    EXPECT_EQ(result.err, "");
+    RunOptions full;
+    full.stdout_path = "/dev/full";
+    const RunResult lost = runProgram(REGCMP_TSR_PROGRAM, {"--help"}, full);
+    EXPECT_EQ(lost.status, 2);
+    EXPECT_EQ(lost.err, "standard output: cannot write (No space left on device)\n");
+}
+
+TEST(RegcmpTsr, UnknownOptionsAreTrouble) {
+    const TempDir temp;
+    RunResult result = runProgram(REGCMP_TSR_PROGRAM, {"--quiet\x1b", "a", "b"});
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "regcmp_tsr: unknown option '--quiet\\x1b', see --help\n");
+    EXPECT_EQ(result.status, 2);
+    // A file of such a name can be given all the same.
+    DumpBuilder().write(temp.path("--help"));
+    for (const char *args : {"./--help ./--help", "-- --help --help"}) {
+        result = runProgram("/bin/sh", {"-c", "cd " + temp.path("") + " && exec " REGCMP_TSR_PROGRAM " " + args});
+        EXPECT_EQ(result.status, 0) << result.err;
+    }
+}
+
 TEST(RegcmpTsr, FilesThatCannotBeReadAreTrouble) {
     const TempDir temp;
     const std::string good = temp.path("good");
@@ -274,21 +375,20 @@ TEST(RegcmpTsr, FilesThatCannotBeReadAreTrouble) {
     for (const auto &[file1, file2] : {std::pair(good, none), std::pair(none, good)}) {
         const RunResult result = compare(file1, file2);
         EXPECT_EQ(result.out, "");
-        EXPECT_EQ(result.err, "Cannot open file " + none + " (No such file or directory)\n");
+        EXPECT_EQ(result.err, none + ": cannot open (No such file or directory)\n");
         EXPECT_EQ(result.status, 2);
     }
     const std::string brief = temp.file("brief", std::string(31, '\0'));
     RunResult result = compare(good, brief);
     EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err, "Cannot read header: count 0x1f\n");
+    EXPECT_EQ(result.err, brief + ": too short for a dump: 31 bytes of 39752524\n");
     EXPECT_EQ(result.status, 2);
     const std::string cut = temp.file("cut", readFile(good));
     ASSERT_EQ(truncate(cut.c_str(), 32 + 39752492 - 1), 0);
     for (const auto &[file1, file2] : {std::pair(good, cut), std::pair(cut, good)}) {
         result = compare(file1, file2);
         EXPECT_EQ(result.out, "");
-        EXPECT_EQ(result.err,
-                  "Unexpected file size: expected 0x25e932c, actual 0x25e932b\nCannot compare file " + cut + "\n");
+        EXPECT_EQ(result.err, cut + ": too short for a dump: 39752523 bytes of 39752524\n");
         EXPECT_EQ(result.status, 2);
     }
 }
@@ -302,10 +402,11 @@ TEST(RegcmpTsr, BothHeadersAreChecked) {
         uint32_t value;
         const char *err;
     } cases[] = {
-        {"vendor_id", 0x7e50, "Expected: Tessara. Actual: vendor_id 0x7e50, chip_id 0x0020, chip_ver 2\n"},
-        {"chip_id", 31, "Expected: Tessara. Actual: vendor_id 0x7e51, chip_id 0x001f, chip_ver 2\n"},
-        {"chip_ver", 1, "Expected: Tessara. Actual: vendor_id 0x7e51, chip_id 0x0020, chip_ver 1\n"},
-        {"ver", 2, "Dump header ver (2) not current (1)\n"},
+        {"vendor_id", 0x7e50,
+         "no dump of a Tessara of revision 2 or later: vendor_id 0x7e50, chip_id 0x0020, chip_ver 2\n"},
+        {"chip_id", 31, "no dump of a Tessara of revision 2 or later: vendor_id 0x7e51, chip_id 0x001f, chip_ver 2\n"},
+        {"chip_ver", 1, "no dump of a Tessara of revision 2 or later: vendor_id 0x7e51, chip_id 0x0020, chip_ver 1\n"},
+        {"ver", 2, "dump header ver (2) not current (1)\n"},
     };
     for (const auto &c : cases) {
         const std::string bad = temp.path("bad");
@@ -313,7 +414,7 @@ TEST(RegcmpTsr, BothHeadersAreChecked) {
         for (const auto &[file1, file2] : {std::pair(good, bad), std::pair(bad, good)}) {
             const RunResult result = compare(file1, file2);
             EXPECT_EQ(result.out, "");
-            EXPECT_EQ(result.err, std::string(c.err) + "Cannot compare file " + bad + "\n");
+            EXPECT_EQ(result.err, bad + ": " + c.err);
             EXPECT_EQ(result.status, 2);
         }
     }
@@ -324,9 +425,8 @@ TEST(RegcmpTsr, TheChipIsCheckedBeforeTheVersionAndTheSize) {
     DumpBuilder().set("header.ver", 2).set("header.chip_id", 3).write(temp.path("d"));
     ASSERT_EQ(truncate(temp.path("d").c_str(), 32), 0);
     const RunResult result = compare(temp.path("d"), temp.path("d"));
-    EXPECT_EQ(result.err, "Expected: Tessara. Actual: vendor_id 0x7e51, chip_id 0x0003, chip_ver 2\n"
-                          "Cannot compare file " +
-                              temp.path("d") + "\n");
+    EXPECT_EQ(result.err, temp.path("d") + ": no dump of a Tessara of revision 2 or later: vendor_id 0x7e51, "
+                                           "chip_id 0x0003, chip_ver 2\n");
     EXPECT_EQ(result.status, 2);
 }
 
@@ -336,12 +436,12 @@ TEST(RegcmpTsr, OutputThatIsLostIsTrouble) {
     RunOptions options;
     options.stdout_path = "/dev/full";
     RunResult result = compare(pair.temp.path("good"), pair.temp.path("bad"), options);
-    EXPECT_EQ(result.err, "Cannot write output\n");
+    EXPECT_EQ(result.err, "standard output: cannot write (No space left on device)\n");
     EXPECT_EQ(result.status, 2);
     pair.good.randomise(1); // more output than any buffer takes
     pair.run();
     result = compare(pair.temp.path("good"), pair.temp.path("bad"), options);
-    EXPECT_EQ(result.err, "Cannot write output\n");
+    EXPECT_EQ(result.err, "standard output: cannot write\n"); // the reason is gone by then
     EXPECT_EQ(result.status, 2);
 }
 
@@ -355,6 +455,20 @@ TEST(RegcmpTsr, MissingMemoryIsTrouble) {
     options.data_limit = 60 * 1000 * 1000; // one dump, but not two
     const RunResult result = compare(pair.temp.path("good"), pair.temp.path("bad"), options);
     EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err, "Cannot resize buffer: size: 0x25e934c\nCannot compare file " + pair.temp.path("bad") + "\n");
+    EXPECT_EQ(result.err, pair.temp.path("bad") + ": not enough memory\n");
     EXPECT_EQ(result.status, 2);
+}
+
+TEST(RegcmpTsr, NamesAreShownHarmlessly) {
+    const TempDir temp;
+    const std::string hostile = "a\x1b[31m\n\u00fc";
+    const std::string shown = "a\\x1b[31m\\x0a\u00fc";
+    DumpBuilder().write(temp.path(hostile));
+    EXPECT_EQ(compare(temp.path(hostile), temp.path(hostile)).out, heading(temp.path(shown), temp.path(shown)));
+    EXPECT_EQ(compare(temp.path(hostile), temp.path("no\r")).err,
+              temp.path("no\\x0d") + ": cannot open (No such file or directory)\n");
+    const std::string none = "/" + std::string(100000, 'n') + "/file";
+    EXPECT_EQ(compare(none, none).err,
+              none.substr(0, 256) + "..." + none.substr(none.size() - 256) + ": cannot open (File name too long)\n");
+    EXPECT_EQ(compare(temp.path(""), temp.path("")).err, temp.path("") + ": cannot read (Is a directory)\n");
 }

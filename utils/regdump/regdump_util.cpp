@@ -103,8 +103,7 @@ int regdec_get_hdr(char *fname, int *fd, asic_dump_hdr_t **hdr) {
     return 0;
 }
 
-/// Asks for large pages in the buffer, which is about to be filled as a whole. Without them it only takes longer.
-static void askForLargePages(void *buf, size_t size) {
+void regdump_ask_for_large_pages(void *buf, size_t size) {
     constexpr uintptr_t LARGE_PAGE = 2 * 1024 * 1024;
     const uintptr_t begin = reinterpret_cast<uintptr_t>(buf);
     const uintptr_t start = (begin + LARGE_PAGE - 1) / LARGE_PAGE * LARGE_PAGE;
@@ -120,7 +119,7 @@ int regdec_get_data(int fd, asic_dump_hdr_t **hdr, uint32_t data_size) {
         std::fprintf(stderr, "Cannot resize buffer: size: 0x%x\n", static_cast<unsigned>(total));
         return -1;
     }
-    askForLargePages(*hdr, total);
+    regdump_ask_for_large_pages(*hdr, total);
     const ssize_t count = read(fd, *hdr + 1, data_size);
     if (count != static_cast<ssize_t>(data_size)) {
         std::fprintf(stderr, "Unexpected file size: expected 0x%x, actual 0x%x\n", data_size,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "asic_dump.h"
@@ -34,6 +35,9 @@ int regdec_get_hdr(char *fname, int *fd, asic_dump_hdr_t **hdr);
 /// Grows the buffer `*hdr` to hold `data_size` bytes behind the header, and reads them from `fd` in one call, in file
 /// byte order. Returns 0, or -1 after a message on standard error; `*hdr` is null then if the buffer could not grow.
 int regdec_get_data(int fd, asic_dump_hdr_t **hdr, uint32_t data_size);
+
+/// Asks for large pages in the buffer, which is about to be filled as a whole. Without them it only takes longer.
+void regdump_ask_for_large_pages(void *buf, size_t size);
 
 /// Tells whether the version of a header in host order is the current one. Returns 0, or -1 after a message on standard
 /// error.

@@ -1,10 +1,15 @@
 #include "regcmp_tsr.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
 
 #include "asic_reg_dump.h"
+#include "regdump_prog.h"
 #include "regdump_util.h"
 #include "tsr_reg_dump.h"
 
@@ -12,67 +17,89 @@ static constexpr int EQUAL = 0;
 static constexpr int DIFFERENT = 1;
 static constexpr int TROUBLE = 2;
 
+static constexpr RegdumpProgram PROGRAM = {
+    "regcmp_tsr", "<dump1> <dump2>",
+    "Compares two register dumps of a Tessara and prints each word that differs.\n\n"
+    "  -h, --help  print this help\n"
+    "  --version   print the version\n\n"
+    "The exit status is 0 when the dumps are equal, 1 when they differ, and 2 on trouble.\n",
+    TROUBLE};
+
 namespace {
 
-/// One of the dumps: its open file, and one buffer that holds the header and the image behind it.
-class Dump {
-public:
-    Dump() = default;
-    Dump(const Dump &) = delete;
-    Dump &operator=(const Dump &) = delete;
-    ~Dump() { std::free(hdr_); }
-
-    /// Reads the dump `fname` of a Tessara. Returns false after messages on standard error.
-    bool load(char *fname) {
-        if (regdec_get_hdr(fname, &fd_, &hdr_) != 0)
-            return false;
-        const bool ok = check() && regdec_get_data(fd_, &hdr_, TSR_DUMP_SIZE) == 0;
-        close(fd_);
-        if (!ok)
-            std::fprintf(stderr, "Cannot compare file %s\n", fname);
-        return ok;
-    }
-
-    const void *image() const { return hdr_ + 1; }
-
-private:
-    bool check() const {
-        if (regdump_is_tsr(hdr_))
-            return regdump_check_ver(hdr_) == 0;
-        std::fprintf(stderr, "Expected: Tessara. Actual: vendor_id 0x%04x, chip_id 0x%04x, chip_ver %d\n",
-                     hdr_->vendor_id, hdr_->chip_id, static_cast<int>(hdr_->chip_ver));
-        return false;
-    }
-
-    int fd_ = -1;
-    asic_dump_hdr_t *hdr_ = nullptr;
+struct Free {
+    void operator()(void *buf) const { std::free(buf); }
 };
+using Image = std::unique_ptr<void, Free>;
 
 } // namespace
 
-/// Compares the two dumps. Returns the run's exit value.
-static int compareDumps(char *fname1, char *fname2) {
-    Dump dump1;
-    Dump dump2;
-    if (!dump1.load(fname1) || !dump2.load(fname2))
-        return TROUBLE;
-    regcmp_pr_hdr(fname1, fname2);
-    const int num_differences = regdump_compare_chips(tsr_dmp_map, dump1.image(), dump2.image(), TSR_DUMP_SIZE);
-    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-        std::fprintf(stderr, "Cannot write output\n");
-        return TROUBLE;
+/// Tells whether the header, in host order, is that of a dump that can be compared. Returns false after storing a
+/// message in `error`.
+static bool checkHdr(const asic_dump_hdr_t &hdr, const std::string &path, std::string &error) {
+    char text[128];
+    if (!regdump_is_tsr(&hdr))
+        std::snprintf(text, sizeof(text),
+                      "no dump of a Tessara of revision 2 or later: vendor_id 0x%04x, chip_id 0x%04x, chip_ver %d",
+                      hdr.vendor_id, hdr.chip_id, static_cast<int>(hdr.chip_ver));
+    else if (hdr.ver != ASIC_DUMP_HDR_VER)
+        std::snprintf(text, sizeof(text), "dump header ver (%d) not current (%d)", static_cast<int>(hdr.ver),
+                      static_cast<int>(ASIC_DUMP_HDR_VER));
+    else
+        return true;
+    error = regdump_shown_file(path) + ": " + text;
+    return false;
+}
+
+/// Reads the image of the dump `path`. Returns null after storing a message in `error`.
+static Image readImage(const std::string &path, std::string &error) {
+    RegdumpReader reader(path);
+    asic_dump_hdr_t hdr;
+    if (!reader.readHdr(hdr, error) || !checkHdr(hdr, path, error))
+        return nullptr;
+    Image image(std::malloc(TSR_DUMP_SIZE));
+    if (image == nullptr) {
+        error = regdump_shown_file(path) + ": not enough memory";
+        return nullptr;
     }
+    regdump_ask_for_large_pages(image.get(), TSR_DUMP_SIZE);
+    return reader.readImage(image.get(), error) ? std::move(image) : nullptr;
+}
+
+/// Compares the two dumps. Returns the run's exit value, with a message in `error` on trouble if it is not printed yet.
+static int compareDumps(const std::string &path1, const std::string &path2, std::string &error) {
+    const Image image1 = readImage(path1, error);
+    const Image image2 = image1 == nullptr ? nullptr : readImage(path2, error);
+    if (image2 == nullptr)
+        return TROUBLE;
+    // The heading keeps whole names, but a name must not command the terminal there either.
+    std::string shown1 = regdump_shown(path1, path1.size());
+    std::string shown2 = regdump_shown(path2, path2.size());
+    regcmp_pr_hdr(shown1.data(), shown2.data());
+    const int num_differences = regdump_compare_chips(tsr_dmp_map, image1.get(), image2.get(), TSR_DUMP_SIZE);
+    if (!regdump_flush_output())
+        return TROUBLE;
     if (num_differences < 0) {
-        std::fprintf(stderr, "Compare-chips error\n");
+        error = regdump_shown_file(path1) + ", " + regdump_shown_file(path2) + ": cannot compare";
         return TROUBLE;
     }
     return num_differences == 0 ? EQUAL : DIFFERENT;
 }
 
 int regcmp_tsr_main(int argc, char **argv) {
-    if (argc != 3) {
-        std::fprintf(stderr, "Usage: %s <dump1> <dump2>\n", argc > 0 ? argv[0] : "regcmp_tsr");
-        return TROUBLE;
+    int status = TROUBLE;
+    std::string error;
+    try {
+        std::vector<std::string> files;
+        if (const auto answered = regdump_take_options(PROGRAM, argc, argv, files))
+            return *answered;
+        if (files.size() != 2)
+            return regdump_bad_usage(PROGRAM, argc, argv);
+        status = compareDumps(files[0], files[1], error);
+    } catch (const std::bad_alloc &) {
+        error = "not enough memory";
     }
-    return compareDumps(argv[1], argv[2]);
+    if (!error.empty())
+        std::fprintf(stderr, "%s\n", error.c_str());
+    return status;
 }
