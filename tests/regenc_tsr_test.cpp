@@ -9,9 +9,11 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "dump_builder.h"
+#include "regdump_prog.h"
 #include "run_program.h"
 #include "temp_dir.h"
 
@@ -410,6 +412,14 @@ TEST(RegencLines, OtherTextIsRefused) {
     EXPECT_EQ(assemble({"0x00001008"}), "cannot read '0x00001008'");
 }
 
+TEST(RegencLines, AreShownInMessagesAsTheyAreMeant) {
+    EXPECT_EQ(assemble({"\x1b[1mftc = 1"}), "unknown name '\\x1b[1mftc'");
+    EXPECT_EQ(assemble({std::string("ftc_cntl = 1\0", 13)}), "bad value '1\\x00'");
+    EXPECT_EQ(assemble({"gr\u00fc\u00df = 1"}), "unknown name 'gr\u00fc\u00df'");
+    EXPECT_EQ(assemble({std::string(100, 'a') + std::string(100, 'b') + " = 1"}),
+              "unknown name '" + std::string(60, 'a') + "..." + std::string(60, 'b') + "'");
+}
+
 TEST(RegencLines, OfAListing) {
     RegencDump dump;
     ASSERT_EQ(assemble(dump, {"0x00001008:  0x0000002a  ftc_cntl", "0x0557fffc:  0x89abcdef  tfe_tcam[360447].w3"}),
@@ -737,6 +747,59 @@ TEST(RegencProgram, UsageWithoutFiles) {
     EXPECT_EQ(temp.numFiles(), 0u);
 }
 
+TEST(RegencProgram, HelpAndVersion) {
+    const TempDir temp;
+    const std::string usage =
+        std::string("Usage: ") + REGENC_TSR_PROGRAM + " <out_dump> <text_file>... [from <base_dump>]\n\n";
+    for (const auto &args : std::vector<std::vector<std::string>>{
+             {"-h"}, {"--help"}, {temp.path("out"), "--help"}, {temp.path("out"), temp.path("a"), "from", "-h"}}) {
+        const RunResult result = regenc(args);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.out.substr(0, usage.size()), usage);
+        for (const char *word : {"--help", "--version", "from <base_dump>", "exit status"})
+            EXPECT_NE(result.out.find(word, usage.size()), result.out.npos) << word;
+        EXPECT_EQ(result.err, "");
+    }
+    const RunResult result = regenc({"--version"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, std::string("regenc_tsr ") + REGDUMP_VERSION + "\n");
+    EXPECT_EQ(result.err, "");
+    RunOptions full;
+    full.stdout_path = "/dev/full";
+    for (const char *option : {"-h", "--version"}) {
+        const RunResult lost = runProgram(REGENC_TSR_PROGRAM, {option}, full);
+        EXPECT_EQ(lost.status, 1);
+        EXPECT_EQ(lost.err, "standard output: cannot write (No space left on device)\n");
+    }
+    EXPECT_EQ(temp.numFiles(), 0u);
+}
+
+TEST(RegencProgram, UnknownOptionsAreRefusedAndFilesMayHaveAnyName) {
+    const TempDir temp;
+    temp.file("--help", "ftc_cntl = 1\n");
+    temp.file("-x", "ftc_cntl = 2\n");
+    temp.file("-", "ftc_cntl = 3\n");
+    const auto inTemp = [&](const std::string &args) {
+        return runProgram("/bin/sh", {"-c", "cd " + temp.path("") + " && exec " REGENC_TSR_PROGRAM " " + args});
+    };
+    RunResult result = inTemp("out -x");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "regenc_tsr: unknown option '-x', see --help\n");
+    result = inTemp("--out ./-x");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "regenc_tsr: unknown option '--out', see --help\n");
+    EXPECT_EQ(temp.numFiles(), 3u);
+    const std::pair<std::string, uint32_t> good[] = {
+        {"out ./--help", 1}, {"out ./-x", 2}, {"out -", 3}, {"-- out -x", 2}, {"out -- --help", 1}};
+    for (const auto &[args, value] : good) {
+        EXPECT_EQ(inTemp(args).err, "");
+        RegencDump dump;
+        std::string error;
+        ASSERT_TRUE(dump.load(temp.path("out"), error)) << error;
+        EXPECT_EQ(dump.word(8), value) << args;
+    }
+}
+
 TEST(RegencProgram, LaterFilesOverrideEarlierOnes) {
     const TempDir temp;
     const std::string out = temp.path("out");
@@ -795,7 +858,6 @@ TEST(RegencProgram, FilesThatCannotBeUsed) {
     EXPECT_EQ(regenc({out, good, "from", good}).err, good + ": too short for a dump: 13 bytes of 39752524\n");
     EXPECT_EQ(regenc({temp.path("no/out"), good}).err,
               temp.path("no/out") + ": cannot create (No such file or directory)\n");
-    EXPECT_EQ(regenc({"/dev/full", good}).err, "/dev/full: not a regular file\n");
     EXPECT_EQ(regenc({out, temp.file("binary", std::string(2000, '\0'))}).status, 1);
     EXPECT_EQ(regenc({out, temp.file("long", std::string(3 << 20, ' ') + "ftc_cntl = 1")}).err,
               temp.path("long") + ":1: line too long\n");

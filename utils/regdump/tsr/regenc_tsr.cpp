@@ -1,23 +1,23 @@
 #include "regenc_tsr.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
+#include <memory>
 #include <new>
+#include <span>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "be_word.h"
 #include "hsi/cmRteHsiReg.h"
+#include "regdump_prog.h"
 #include "regdump_util.h"
+#include "regenc_tsr_out.h"
 #include "regenc_tsr_text.h"
 
 // ----------------------------------------------------------------------------------------------- the dump in memory
-
-static std::string systemError() {
-    return regencText(" (", std::strerror(errno), ")");
-}
 
 RegencDump::RegencDump() : image_(static_cast<tsr_dmp_t *>(std::calloc(1, sizeof(tsr_dmp_t)))) {
     if (image_ == nullptr)
@@ -25,95 +25,23 @@ RegencDump::RegencDump() : image_(static_cast<tsr_dmp_t *>(std::calloc(1, sizeof
     regdump_init_hdr(&hdr_, REGDUMP_VENDOR_ID, 32, 2, 0, 0);
 }
 
-/// Reads up to `size` bytes from `fd`, in as many calls as it takes. Returns the number of bytes read, or -1.
-static ssize_t readAll(int fd, void *buf, size_t size) {
-    size_t done = 0;
-    while (done != size) {
-        const ssize_t count = read(fd, static_cast<char *>(buf) + done, size - done);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return -1;
-        if (count == 0)
-            break;
-        done += static_cast<size_t>(count);
-    }
-    return static_cast<ssize_t>(done);
-}
-
-static bool writeAll(int fd, const void *buf, size_t size) {
-    size_t done = 0;
-    while (done != size) {
-        const ssize_t count = write(fd, static_cast<const char *>(buf) + done, size - done);
-        if (count < 0 && errno != EINTR)
-            return false;
-        if (count > 0)
-            done += static_cast<size_t>(count);
-    }
-    return true;
-}
-
-static constexpr size_t HDR_WORDS = sizeof(asic_dump_hdr_t) / 4;
-
 bool RegencDump::load(const std::string &path, std::string &error) {
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        error = regencText(path, ": cannot open", systemError());
+    RegdumpReader reader(path);
+    asic_dump_hdr_t hdr;
+    if (!reader.readHdr(hdr, error) || !reader.readImage(image_.get(), error))
         return false;
-    }
-    uint32_t hdr[HDR_WORDS] = {};
-    ssize_t count = readAll(fd, hdr, sizeof(hdr));
-    if (count == static_cast<ssize_t>(sizeof(hdr))) {
-        const ssize_t imageCount = readAll(fd, image_.get(), sizeof(tsr_dmp_t));
-        count = imageCount < 0 ? imageCount : count + imageCount;
-    }
-    if (count < 0)
-        error = regencText(path, ": cannot read", systemError());
-    else if (count != static_cast<ssize_t>(sizeof(hdr) + sizeof(tsr_dmp_t)))
-        error = regencText(path, ": too short for a dump: ", std::to_string(count), " bytes of ",
-                           std::to_string(sizeof(hdr) + sizeof(tsr_dmp_t)));
-    close(fd);
-    if (!error.empty())
-        return false;
-    for (uint32_t &word : hdr)
-        word = hostWord(word);
-    std::memcpy(&hdr_, hdr, sizeof(hdr));
+    hdr_ = hdr;
     return true;
 }
 
 bool RegencDump::write(const std::string &path, std::string &error) const {
-    struct stat old;
-    if (stat(path.c_str(), &old) == 0 && !S_ISREG(old.st_mode)) {
-        error = regencText(path, ": not a regular file");
-        return false;
-    }
-    std::string temp = path + ".XXXXXX";
-    const int fd = mkstemp(temp.data());
-    if (fd < 0) {
-        error = regencText(path, ": cannot create", systemError());
-        return false;
-    }
-    const mode_t mask = umask(0);
-    umask(mask);
-    uint32_t hdr[HDR_WORDS];
+    uint32_t hdr[sizeof(hdr_) / 4];
     std::memcpy(hdr, &hdr_, sizeof(hdr));
     for (uint32_t &word : hdr)
         word = hostWord(word);
-    bool ok = fchmod(fd, 0666 & ~mask) == 0 && writeAll(fd, hdr, sizeof(hdr)) &&
-              writeAll(fd, image_.get(), sizeof(tsr_dmp_t));
-    if (!ok)
-        error = regencText(path, ": cannot write", systemError());
-    if (close(fd) != 0 && ok) {
-        error = regencText(path, ": cannot write", systemError());
-        ok = false;
-    }
-    if (ok && std::rename(temp.c_str(), path.c_str()) != 0) {
-        error = regencText(path, ": cannot create", systemError());
-        ok = false;
-    }
-    if (!ok)
-        unlink(temp.c_str());
-    return ok;
+    RegencOutput output;
+    return output.open(path, error) && output.write(hdr, sizeof(hdr), error) &&
+           output.write(image_.get(), sizeof(tsr_dmp_t), error) && output.finish(error);
 }
 
 uint32_t RegencDump::word(uint32_t dumpOff) const {
@@ -178,7 +106,7 @@ static bool readValue(std::string_view text, uint32_t &value, std::string &error
     for (const char c : digits) {
         const uint64_t digit = DIGITS.value[static_cast<unsigned char>(c)];
         if (digit >= base) {
-            error = regencText("bad value '", text, "'");
+            error = regencText("bad value '", regdump_shown(text), "'");
             return false;
         }
         sum = sum * base + digit;
@@ -188,11 +116,11 @@ static bool readValue(std::string_view text, uint32_t &value, std::string &error
         }
     }
     if (digits.empty()) {
-        error = regencText("bad value '", text, "'");
+        error = regencText("bad value '", regdump_shown(text), "'");
         return false;
     }
     if (tooWide) {
-        error = regencText("value ", text, " does not fit 32 bits");
+        error = regencText("value ", regdump_shown(text), " does not fit 32 bits");
         return false;
     }
     value = static_cast<uint32_t>(sum);
@@ -237,7 +165,7 @@ template <typename Visit> static bool forEachWord(const RegencWords &words, Visi
 }
 
 static std::string contradiction(std::string_view name, uint32_t before) {
-    return regencText("'", name, "' is set again with another value (before: ", hex(before), ")");
+    return regencText("'", regdump_shown(name), "' is set again with another value (before: ", hex(before), ")");
 }
 
 bool RegencAssembler::setWord(const RegencWords &words, std::string_view name, uint32_t value, std::string &error) {
@@ -277,16 +205,16 @@ bool RegencAssembler::setFields(const RegencWords &words, std::string_view name,
     return forEachWord(words, [&](uint32_t chipOff, uint32_t dumpOff) {
         const HsiFieldDef *field = hsiFindField(chipOff, words.field);
         if (field == nullptr) {
-            error =
-                regencText("unknown name '", name, "': the register at ", hex(chipOff), " has no field ", words.field);
+            error = regencText("unknown name '", regdump_shown(name), "': the register at ", hex(chipOff),
+                               " has no field ", regdump_shown(words.field));
             return false;
         }
         const unsigned lo = field->lo;
         const unsigned width = field->hi - lo + 1;
         const uint32_t widest = UINT32_MAX >> (32 - width);
         if (value > widest) {
-            error =
-                regencText("value ", hex(value), " does not fit the ", std::to_string(width), " bits of '", name, "'");
+            error = regencText("value ", hex(value), " does not fit the ", std::to_string(width), " bits of '",
+                               regdump_shown(name), "'");
             return false;
         }
         const uint32_t mask = widest << lo;
@@ -309,13 +237,14 @@ bool RegencAssembler::setFields(const RegencWords &words, std::string_view name,
 }
 
 /// The header's fields, in its order.
-static constexpr std::string_view HDR_FIELDS[HDR_WORDS] = {
+static constexpr std::string_view HDR_FIELDS[] = {
     "ver", "oid", "vendor_id", "chip_id", "chip_ver", "chip_base_addr", "epoch_sec", "epoch_usec"};
 
 bool RegencAssembler::setHdr(std::string_view name, uint32_t value, std::string &error) {
-    uint32_t words[HDR_WORDS];
+    uint32_t words[std::size(HDR_FIELDS)];
+    static_assert(sizeof(words) == sizeof(asic_dump_hdr_t));
     std::memcpy(words, &dump_.hdr(), sizeof(words));
-    for (size_t i = 0; i < HDR_WORDS; ++i) {
+    for (size_t i = 0; i < std::size(HDR_FIELDS); ++i) {
         if (HDR_FIELDS[i] != name)
             continue;
         if ((hdrClaims_ >> i & 1) != 0 && words[i] != value) {
@@ -327,7 +256,7 @@ bool RegencAssembler::setHdr(std::string_view name, uint32_t value, std::string 
         std::memcpy(&dump_.hdr(), words, sizeof(words));
         return true;
     }
-    error = regencText("unknown name 'header.", name, "'");
+    error = regencText("unknown name 'header.", regdump_shown(name), "'");
     return false;
 }
 
@@ -373,11 +302,11 @@ bool RegencAssembler::listingLine(std::string_view text, std::string &error) {
     if (!names_.find(name, words, error))
         return false;
     if (words.ranged || !words.field.empty()) {
-        error = regencText("'", name, "' is no word of a listing");
+        error = regencText("'", regdump_shown(name), "' is no word of a listing");
         return false;
     }
     if (words.chipOff != chipOff) {
-        error = regencText("'", name, "' is at ", hex(words.chipOff), ", not at ", hex(chipOff));
+        error = regencText("'", regdump_shown(name), "' is at ", hex(words.chipOff), ", not at ", hex(chipOff));
         return false;
     }
     return setWord(words, name, value, error);
@@ -418,7 +347,7 @@ bool RegencAssembler::line(std::string_view text, std::string &error) {
         if (!hdrBlockLine(text, taken, error))
             return false;
         if (!taken)
-            error = regencText("cannot read '", text.substr(0, 80), "'");
+            error = regencText("cannot read '", regdump_shown(text), "'");
         return taken;
     }
     uint32_t value = 0;
@@ -431,7 +360,7 @@ bool RegencAssembler::file(const std::string &path, std::string &error) {
 
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
-        error = regencText(path, ": cannot open", systemError());
+        error = regencText(regdump_shown_file(path), ": cannot open", regdump_system_error());
         return false;
     }
     beginText();
@@ -440,10 +369,10 @@ bool RegencAssembler::file(const std::string &path, std::string &error) {
     uint64_t lineNumber = 0;
     std::string message;
     for (bool atEnd = false; !atEnd && message.empty();) {
-        const ssize_t count = readAll(fd, buf.get() + used, BLOCK - used);
+        const ssize_t count = regdump_read_all(fd, buf.get() + used, BLOCK - used);
         if (count < 0) {
             close(fd);
-            error = regencText(path, ": cannot read", systemError());
+            error = regencText(regdump_shown_file(path), ": cannot read", regdump_system_error());
             return false;
         }
         used += static_cast<size_t>(count);
@@ -469,35 +398,65 @@ bool RegencAssembler::file(const std::string &path, std::string &error) {
     close(fd);
     if (message.empty())
         return true;
-    error = regencText(path, ":", std::to_string(lineNumber), ": ", message);
+    error = regencText(regdump_shown_file(path), ":", std::to_string(lineNumber), ": ", message);
     return false;
 }
 
 // ------------------------------------------------------------------------------------------------------------ the run
 
+static constexpr RegdumpProgram PROGRAM = {
+    "regenc_tsr", "<out_dump> <text_file>... [from <base_dump>]",
+    "Assembles a register dump of a Tessara from text, a line for each word, field or range.\n\n"
+    "  from <base_dump>  start from this dump instead of one whose words are all 0\n"
+    "  -h, --help        print this help\n"
+    "  --version         print the version\n\n"
+    "The exit status is 0 when the dump is written, otherwise 1.\n",
+    1};
+
+/// Tells whether the two names lead to one regular file.
+static bool isSameFile(const std::string &path1, const std::string &path2) {
+    struct stat file1;
+    struct stat file2;
+    return stat(path1.c_str(), &file1) == 0 && stat(path2.c_str(), &file2) == 0 && S_ISREG(file1.st_mode) &&
+           file1.st_dev == file2.st_dev && file1.st_ino == file2.st_ino;
+}
+
+/// Assembles the dump `out`, from the dump `base` if it is not null. Returns false after storing a message in `error`.
+static bool assembleFiles(const std::string &out, std::span<const std::string> texts, const std::string *base,
+                          std::string &error) {
+    for (const std::string &text : texts) {
+        if (isSameFile(out, text)) {
+            error = regencText(regdump_shown_file(out), ": the output is the text file ", regdump_shown_file(text));
+            return false;
+        }
+    }
+    RegencDump dump;
+    if (base != nullptr && !dump.load(*base, error))
+        return false;
+    RegencAssembler assembler(dump);
+    for (const std::string &text : texts) {
+        if (!assembler.file(text, error))
+            return false;
+    }
+    return dump.write(out, error);
+}
+
 int regenc_tsr_main(int argc, char **argv) {
-    const char *base = nullptr;
-    if (argc >= 5 && std::strcmp(argv[argc - 2], "from") == 0) {
-        base = argv[argc - 1];
-        argc -= 2;
-    }
-    if (argc < 3) {
-        std::fprintf(stderr, "Usage: %s <out_dump> <text_file>... [from <base_dump>]\n",
-                     argc > 0 ? argv[0] : "regenc_tsr");
-        return 1;
-    }
+    std::vector<std::string> files;
     std::string error;
     try {
-        RegencDump dump;
-        RegencAssembler assembler(dump);
-        bool ok = base == nullptr || dump.load(base, error);
-        for (int i = 2; i < argc && ok; ++i)
-            ok = assembler.file(argv[i], error);
-        if (ok && dump.write(argv[1], error))
+        if (const auto answered = regdump_take_options(PROGRAM, argc, argv, files))
+            return *answered;
+        const bool hasBase = files.size() >= 4 && files[files.size() - 2] == "from";
+        const size_t numFiles = files.size() - (hasBase ? 2 : 0);
+        if (numFiles < 2)
+            return regdump_bad_usage(PROGRAM, argc, argv);
+        if (assembleFiles(files[0], std::span(files).subspan(1, numFiles - 1), hasBase ? &files.back() : nullptr,
+                          error))
             return 0;
     } catch (const std::bad_alloc &) {
-        error = "not enough memory";
+        error = files.empty() ? "not enough memory" : regdump_shown_file(files[0]) + ": not enough memory";
     }
     std::fprintf(stderr, "%s\n", error.c_str());
-    return 1;
+    return PROGRAM.trouble;
 }

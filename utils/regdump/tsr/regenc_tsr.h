@@ -23,9 +23,8 @@ public:
     /// Takes header and image from the dump file `path`. Returns false after storing a message in `error`.
     bool load(const std::string &path, std::string &error);
 
-    /// Writes the dump to the file `path`, under a temporary name in the same folder until it is complete. Returns
-    /// false after storing a message in `error`; nothing is left behind then, and an older file of that name stays as
-    /// it was.
+    /// Writes the dump to the file `path`, in the way of `RegencOutput`. Returns false after storing a message in
+    /// `error`.
     bool write(const std::string &path, std::string &error) const;
 
     asic_dump_hdr_t &hdr() { return hdr_; }

@@ -1,5 +1,6 @@
 #include "regenc_tsr.h"
 
+#include "regdump_prog.h"
 #include "regenc_tsr_text.h"
 
 static bool isWordChar(char c) {
@@ -77,15 +78,15 @@ bool RegencNames::findLevel(std::string_view name, size_t &pos, Level &level, st
     const std::string_view word = takeWord(name, pos);
     level.row = word.empty() ? nullptr : findRow(*level.table, word);
     if (level.row == nullptr) {
-        error = regencText("unknown name '", name, "'");
+        error = regencText("unknown name '", regdump_shown(name), "'");
         return false;
     }
     if ((level.row->flags & REGDUMP_FLAGS_NO_DUMP) != 0) {
-        error = regencText("'", name, "' is not part of a dump");
+        error = regencText("'", regdump_shown(name), "' is not part of a dump");
         return false;
     }
     if (level.row->parent_depth != 0 && level.parentEnd > level.row->parent_depth) {
-        error = regencText("unknown name '", name, "': only the instances 0 to ",
+        error = regencText("unknown name '", regdump_shown(name), "': only the instances 0 to ",
                            std::to_string(level.row->parent_depth - 1), " have this register");
         return false;
     }
@@ -95,8 +96,8 @@ bool RegencNames::findLevel(std::string_view name, size_t &pos, Level &level, st
     while (pos < name.size() && name[pos] == '[') {
         ++pos;
         if (level.numSubs == level.numDims) {
-            error = regencText("unknown name '", name, "': ", word, " has ", std::to_string(level.numDims),
-                               (level.numDims == 1 ? " subscript" : " subscripts"));
+            error = regencText("unknown name '", regdump_shown(name), "': ", word, " has ",
+                               std::to_string(level.numDims), (level.numDims == 1 ? " subscript" : " subscripts"));
             return false;
         }
         uint32_t &lo = level.lo[level.numSubs];
@@ -109,18 +110,18 @@ bool RegencNames::findLevel(std::string_view name, size_t &pos, Level &level, st
             level.ranged = true;
         }
         if (!ok || pos >= name.size() || name[pos] != ']') {
-            error = regencText("bad subscript in '", name, "'");
+            error = regencText("bad subscript in '", regdump_shown(name), "'");
             return false;
         }
         ++pos;
         const uint32_t dim = level.row->depth[level.numSubs];
         if (lo > hi) {
-            error = regencText("bad subscript in '", name, "': the range is empty");
+            error = regencText("bad subscript in '", regdump_shown(name), "': the range is empty");
             return false;
         }
         if (hi >= dim) {
-            error =
-                regencText("unknown name '", name, "': a subscript of ", word, " is at most ", std::to_string(dim - 1));
+            error = regencText("unknown name '", regdump_shown(name), "': a subscript of ", word, " is at most ",
+                               std::to_string(dim - 1));
             return false;
         }
         ++level.numSubs;
@@ -150,7 +151,7 @@ bool RegencNames::find(std::string_view name, RegencWords &words, std::string &e
         if (level.row->child == nullptr)
             break;
         if (level.numSubs != level.numDims || pos >= name.size() || name[pos] != '.') {
-            error = regencText("'", name, "' is a group, not a word");
+            error = regencText("'", regdump_shown(name), "' is a group, not a word");
             return false;
         }
         ++pos;
@@ -176,7 +177,7 @@ bool RegencNames::find(std::string_view name, RegencWords &words, std::string &e
         pos += 2;
         uint32_t number = 0;
         if (!takeNumber(name, pos, number) || number >= row->dump_size / 4) {
-            error = regencText("unknown name '", name, "': a word number of ", row->name, " is 0 to ",
+            error = regencText("unknown name '", regdump_shown(name), "': a word number of ", row->name, " is 0 to ",
                                std::to_string(row->dump_size / 4 - 1));
             return false;
         }
@@ -185,7 +186,7 @@ bool RegencNames::find(std::string_view name, RegencWords &words, std::string &e
             words.dumpOff += 4 * number;
             words.run = 1;
         } else {
-            error = regencText("subscripts are missing in '", name, "'");
+            error = regencText("subscripts are missing in '", regdump_shown(name), "'");
             return false;
         }
     }
@@ -194,11 +195,11 @@ bool RegencNames::find(std::string_view name, RegencWords &words, std::string &e
         words.field = takeWord(name, pos);
     }
     if (pos != name.size()) {
-        error = regencText("unknown name '", name, "'");
+        error = regencText("unknown name '", regdump_shown(name), "'");
         return false;
     }
     if (words.run != 1 && !words.ranged) {
-        error = regencText("'", name, "' is ", std::to_string(words.run), " words: give all subscripts",
+        error = regencText("'", regdump_shown(name), "' is ", std::to_string(words.run), " words: give all subscripts",
                            (row->asic_size > 4 ? " and the word number" : ""), ", or a range");
         return false;
     }

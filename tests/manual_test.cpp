@@ -1,0 +1,102 @@
+// The man pages: what they show is run.
+
+#include <gtest/gtest.h>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include "dump_builder.h"
+#include "regdump_prog.h"
+#include "run_program.h"
+#include "temp_dir.h"
+
+namespace {
+
+std::string page(const std::string &name) {
+    return readFile(std::string(TSR_SOURCE_DIR) + "/docs/" + name + ".1");
+}
+
+/// The blocks of code in the section `section` of a page, as the page prints them.
+std::string codeOf(const std::string &text, const std::string &section) {
+    std::istringstream lines(text);
+    std::string code;
+    bool inSection = false;
+    bool inCode = false;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.substr(0, 4) == ".SH ")
+            inSection = line == ".SH " + section;
+        else if (line == ".nf" || line == ".fi")
+            inCode = line == ".nf";
+        else if (inSection && inCode)
+            code += line + "\n";
+    }
+    for (size_t at = 0; (at = code.find("\\-", at)) != code.npos;)
+        code.erase(at, 1);
+    return code;
+}
+
+/// Runs the examples of a page in the folder.
+RunResult runExamples(const TempDir &temp, const std::string &name) {
+    const std::string bin = std::string(REGENC_TSR_PROGRAM);
+    return runProgram("/bin/bash", {"-c", "PATH=" + bin.substr(0, bin.rfind('/')) + ":$PATH\ncd " + temp.path("") +
+                                              "\n" + codeOf(page(name), "EXAMPLES")});
+}
+
+uint32_t wordOf(const TempDir &temp, const std::string &name, const uint32_t &word, const RegencDump &dump) {
+    RegencDump loaded;
+    std::string error;
+    EXPECT_TRUE(loaded.load(temp.path(name), error)) << error;
+    const auto *start = reinterpret_cast<const char *>(dump.image());
+    return loaded.word(static_cast<uint32_t>(reinterpret_cast<const char *>(&word) - start));
+}
+
+} // namespace
+
+TEST(Manual, NamesTheVersion) {
+    for (const char *name : {"regenc_tsr", "regcmp_tsr"}) {
+        const std::string text = page(name);
+        const std::string version = std::string("\"regdec_tsr ") + REGDUMP_VERSION + "\"";
+        EXPECT_NE(text.substr(0, text.find('\n')).find(version), text.npos) << name;
+    }
+}
+
+TEST(Manual, ExamplesOfTheAssemblerRun) {
+    const TempDir temp;
+    DumpBuilder dump;
+    const tsr_dmp_t *image = dump.image();
+    dump.set("rte_scratch_pad", 7).write(temp.path("switch.dmp"));
+    const RunResult result = runExamples(temp, "regenc_tsr");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(wordOf(temp, "changed.dmp", image->rte_scratch_pad, dump.dump()), 1u);
+    EXPECT_NE(result.out.find("0x00050a58:  0x00000007  0x00000001  rte_scratch_pad\n"), result.out.npos) << result.out;
+    EXPECT_EQ(wordOf(temp, "switch.dmp", image->rte_scratch_pad, dump.dump()), 7u);
+    EXPECT_EQ(wordOf(temp, "switch.dmp", image->ephy_reg[11].rte_prc_l2_ctl, dump.dump()), 0x800u);
+}
+
+TEST(Manual, ExampleOfSettingTwiceIsTaken) {
+    const std::string code = codeOf(page("regenc_tsr"), "SETTING TWICE");
+    DumpBuilder dump;
+    dump.text(code);
+    EXPECT_EQ(dump.image()->ephy_reg[2].rte_prc_l2_ctl, __builtin_bswap32(5));
+    // As its comment says, another value is refused.
+    const size_t taken = code.find("0x800 ");
+    ASSERT_NE(taken, code.npos);
+    EXPECT_THROW(DumpBuilder().text(code.substr(0, taken) + "0\n"), std::invalid_argument);
+}
+
+TEST(Manual, ExamplesOfTheComparisonRun) {
+    const TempDir temp;
+    DumpBuilder dump;
+    const tsr_dmp_t *image = dump.image();
+    dump.write(temp.path("good.dmp"));
+    dump.set("rte_scratch_pad", 7).write(temp.path("bad.dmp"));
+    DumpBuilder().set("ftc_cntl", 3).write(temp.path("third.dmp"));
+    ASSERT_EQ(runProgram("/bin/sh", {"-c", "cd " + temp.path("") + " && gzip -1k good.dmp bad.dmp"}).status, 0);
+    const RunResult result = runExamples(temp, "regcmp_tsr");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.out.find("0x00050a58:  0x00000000  0x00000007  rte_scratch_pad\n"), result.out.npos) << result.out;
+    EXPECT_EQ(wordOf(temp, "patched.dmp", image->rte_scratch_pad, dump.dump()), 7u);
+    EXPECT_EQ(wordOf(temp, "patched.dmp", image->ftc_cntl, dump.dump()), 3u);
+}
