@@ -20,6 +20,7 @@ constexpr LoadMsk kLoadMsks[] = {
 #include "tae/cmTaeHsiMem.def"
 #include "tfe/cmTfeHsiMem.def"
 #undef MEM
+    {"TAE_RSLT_MEM", {0xff, 0xffffffff, 0xffffffff, 0xffffffff}, 4}, // a named object of 104 bits
 };
 
 consteval std::span<const uint32_t> loadMsk(std::string_view mem) {
@@ -139,7 +140,7 @@ constexpr bool isSound(const TblDesc &desc) {
             }
         }
     }
-    return desc.loadMsk.empty() || desc.loadMsk.size() == desc.words;
+    return desc.loadMsk.empty() || desc.words % desc.loadMsk.size() == 0;
 }
 
 /// The place in the lists of the first entry that is not sound, or -1.

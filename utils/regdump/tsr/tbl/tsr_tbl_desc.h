@@ -14,16 +14,16 @@ enum class TblKind { NUM, HEX, BOOL, MAC, IPV4, IPV6, FCID, GID, VID, ETYP, PROT
 /// results, or the scratch of a block.
 enum class TblUse { CFG, CNT, ACT, LRN, HIS, TMP };
 
-/// When a layout holds: always, in a bank of one type, or when a field of the entry has one value.
+/// When a layout holds: always, in banks of some types, or when a field of the entry has one value.
 struct TblForm {
     enum Kind { ALWAYS, TFE_BANK, TAE_BANK, WHEN } kind;
     const char *field; ///< the field, for WHEN
-    uint32_t value;    ///< the type of the bank, or the field's value
+    uint32_t value;    ///< a bit for each type of bank, or the field's value
 };
 
 /// One field, or an array of equal ones.
 struct TblField {
-    static constexpr size_t kMaxPieces = 32;
+    static constexpr size_t kMaxPieces = 36;
 
     const char *name;
     uint16_t width; ///< bits of one element
@@ -54,7 +54,11 @@ struct TblDesc {
     TblUse use;
     const char *text;
     std::span<const TblField> field;   ///< empty when the layout is not known
-    std::span<const uint32_t> loadMsk; ///< the bits of each word that the load keeps; empty when it keeps all
+    std::span<const uint32_t> loadMsk; ///< the bits of each word that the load keeps, again from the first word on in
+                                       ///< a longer entry; empty when it keeps all
+
+    /// The bits of word `w` of an entry that the load keeps.
+    constexpr uint32_t kept(uint32_t w) const { return loadMsk.empty() ? 0xffffffff : loadMsk[w % loadMsk.size()]; }
 
     /// Words of the part that the fields describe.
     constexpr uint32_t keyWords() const { return isTcam ? words / 2 : words; }
