@@ -1,12 +1,12 @@
 #include "regdump_prog.h"
 
-#include <arpa/inet.h>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "be_word.h"
 #include "tsr_reg_dump.h"
 
 const char REGDUMP_VERSION[] = TSR_PROJECT_VERSION;
@@ -173,7 +173,7 @@ bool RegdumpReader::readHdr(asic_dump_hdr_t &hdr, std::string &error) {
     if (!take(words, sizeof(words), error))
         return false;
     for (uint32_t &word : words)
-        word = ntohl(word);
+        word = hostWord(word);
     std::memcpy(&hdr, words, sizeof(words));
     return true;
 }
