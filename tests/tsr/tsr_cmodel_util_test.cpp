@@ -112,7 +112,7 @@ protected:
     void expectNarrowBank(uint32_t bank, uint32_t firstEntry) const {
         const uint32_t entries = bank < 12 ? 4096 : 512;
         for (uint32_t e = 0; e < entries; e++) {
-            const int half = e / 2048;
+            const int half = static_cast<int>(e / 2048);
             const tcam256_t &entry = image->tae_tcam[firstEntry + e];
             ASSERT_EQ(tcamRow(static_cast<int>(bank), half, 2 * (e % 2048)), keyOf(entry.y_val)) << bank << " " << e;
             ASSERT_EQ(tcamRow(static_cast<int>(bank), half, 2 * (e % 2048) + 1), keyOf(entry.x_val));
@@ -123,7 +123,7 @@ protected:
         const uint32_t entries = bank < 12 ? 4096 : 512;
         const int even = static_cast<int>(bank);
         for (uint32_t e = 0; e < entries; e++) {
-            const int half = e / 2048;
+            const int half = static_cast<int>(e / 2048);
             const uint32_t row = 2 * (e % 2048);
             const tcam256_t &y = image->tae_tcam[firstEntry + 2 * e];
             const tcam256_t &x = image->tae_tcam[firstEntry + 2 * e + 1];

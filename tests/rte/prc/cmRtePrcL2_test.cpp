@@ -159,7 +159,7 @@ TEST_F(PrcL2Test, EachControlClassEndsTheParseAtATrillPort) {
     port.rte_prc_l2_trill_da_ctl_vld_3 = 1 << 3;
     for (uint32_t cls = 0; cls < 4; cls++)
         for (uint32_t low = 0; low < 16; low++) {
-            parse(padded(eth(0x0180c2000000 + cls * 16 + low, kSa).etyp(kIpv4Etyp)));
+            parse(padded(eth(0x0180c2000000u + cls * 16 + low, kSa).etyp(kIpv4Etyp)));
             EXPECT_EQ(stat.l2OuterDaIsCtl, cls == low ? 1u : 0u) << cls << " " << low;
         }
 }

@@ -136,7 +136,7 @@ TEST_F(L3PselFltTest, DropOfTheParserByItsReason) {
 TEST_F(L3PselFltTest, TrapOfTheParserByItsReason) {
     for (uint32_t rsn = 0; rsn < 64; rsn++) {
         bool err = rsn < 27;
-        for (uint32_t other : {6, 12, 13, 14, 18, 20, 21, 22, 26})
+        for (uint32_t other : {6u, 12u, 13u, 14u, 18u, 20u, 21u, 22u, 26u})
             err = err && rsn != other;
         stat.l3PselRsltTyp = RSLT_TRAP;
         stat.l3PselTrapRsn = rsn;
