@@ -8,16 +8,17 @@ cd "$(dirname "$0")/.."
 readonly table='
 image:
 mem_reg_model:
-base:
+base: tsr_reg.h
 tfe: base
 tae: base mem_reg_model
+tbl: base tfe tae
 prc: base
 lue: base tfe tae cmAssert.h
 roc: base lue/cmRteLueLrn.h cmAssert.h
 log: base
-hsi: base tfe tae log
-engine: base tfe tae hsi log
-tsr: image base tfe tae hsi
+hsi: base tfe tae log tsr_reg.h be_word.h
+engine: base tfe tae hsi log tsr_reg.h
+tsr: image base tfe tae hsi tbl
 '
 
 # Sets roomOf to the room of the file at path $1.
@@ -29,6 +30,7 @@ setRoomOf() {
         ;;
     utils/regdump/tsr/rte/*) roomOf=engine ;;
     utils/regdump/tsr/mem_reg_model/*) roomOf=mem_reg_model ;;
+    utils/regdump/tsr/tbl/*) roomOf=tbl ;;
     utils/regdump/tsr/*) roomOf=tsr ;;
     *) roomOf=image ;;
     esac
@@ -36,11 +38,12 @@ setRoomOf() {
 
 mapfile -t files < <(find sys utils -name '*.h' -o -name '*.cpp' -o -name '*.def' | LC_ALL=C sort)
 
-# The path of each header by the name that an include gives it: the room's path for the engine, else the name alone.
+# The path of each header by the name that an include gives it: the room's path for the rooms, else the name alone.
 declare -A pathOf
 for file in "${files[@]}"; do
     case $file in
     utils/regdump/tsr/rte/*) pathOf[${file#utils/regdump/tsr/rte/}]=$file ;;
+    utils/regdump/tsr/tbl/*) pathOf[${file#utils/regdump/tsr/}]=$file ;;
     *) pathOf[${file##*/}]=$file ;;
     esac
 done

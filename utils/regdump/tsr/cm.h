@@ -15,8 +15,8 @@ struct shim_t {
 #include "tsr_shim.def"
 };
 
-/// The back-plane shim, which stays inside the ingress side. `rslt_typ` is an RTE_RSLT_TYP, `trap_rsn` an RTE_TRP_RSN or
-/// the reason of an ACL bank.
+/// The back-plane shim, which stays inside the ingress side. `rslt_typ` is an RTE_RSLT_TYP, `trap_rsn` an RTE_TRP_RSN
+/// or the reason of an ACL bank.
 struct bp_shim_t {
 #define BP_SHIM(word, width, name, member) uint32_t name;
 #include "tsr_shim.def"

@@ -1,5 +1,6 @@
 #include "regdec_route.h"
 
+#include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 #include "cm_glue.h"
 #include "cm_rte_wrapper.h"
@@ -81,24 +82,24 @@ void routeThroughModel(Packet &packet, uint32_t rx_port, const tsr_dmp_t *tsr_re
         printShimAndPacket(shim, packet);
     }
     switch (bp_shim.rslt_typ) {
-    case 0:
+    case RSLT_DROP:
         if (verbose)
             std::puts("!!! RTE dropped packet");
         std::puts("DROP\n");
         break;
-    case 1:
+    case RSLT_TRAP:
         if (verbose)
             std::printf("!!! RTE trapped packet to Q %d, rsn is 0x%x\n", static_cast<int>(bp_shim.trap_queue),
                         bp_shim.trap_rsn);
         break;
-    case 3:
+    case RSLT_FWD_A_TRAP:
         // The copy is trapped, and the frame goes on as well.
         if (verbose)
             std::printf("!!! RTE trapped packet to Q %d, rsn 0x%x\n", static_cast<int>(bp_shim.trap_queue),
                         bp_shim.trap_rsn);
         forwardIngress(packet, shim, bp_shim, tsr_reg, verbose);
         break;
-    case 2:
+    case RSLT_FWD:
         forwardIngress(packet, shim, bp_shim, tsr_reg, verbose);
         break;
     }
