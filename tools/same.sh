@@ -1,9 +1,9 @@
 #!/bin/bash
 # Proves that a restructuring changes nothing: runs the regdec_tsr of another commit and that of the working tree on the
 # same dumps and frames by chance, from the front ports and from the fabric, quiet and verbose, and compares standard
-# output, standard error and exit status byte for byte. Only the line numbers in the messages of aborts and failed
-# assertions may differ. Listings and wrong command lines are compared too. Prints the verdicts that the frames met and
-# the first difference, with the command lines that show it; its dump is kept.
+# output, standard error and exit status byte for byte. Only the line numbers in the messages of aborts, errors and
+# failed assertions may differ. Listings and wrong command lines are compared too. Prints the verdicts that the frames
+# met and the first difference, with the command lines that show it; its dump is kept.
 #
 # Usage: tools/same.sh <commit> [<count of frames> [<seed>]]     (20000 frames from seed 1 if not given)
 # Ends with status 0 when all runs are equal, 1 when some differ, 2 when they cannot be compared.

@@ -137,11 +137,13 @@ Output run(const std::string &program, const Words &args) {
     return result;
 }
 
-/// Takes the line numbers out of the messages of an abort and of a failed assertion.
+/// Takes the line numbers out of the messages of an abort, of an error and of a failed assertion.
 void maskLineNumbers(Output &output) {
     static const std::regex abortPlace(R"((^|\n)(@[\w.]+):\d+,)");
     static const std::regex assertPlace(R"((^|\n)([\w.]+\.(?:cpp|h)):\d+:)");
+    static const std::regex errorPlace(R"((\[(?:PANIC|ERROR\d+|WRN|DBG)@[\w.]+):\d+,)");
     output.out = std::regex_replace(output.out, abortPlace, "$1$2:*,");
+    output.out = std::regex_replace(output.out, errorPlace, "$1:*,");
     output.err = std::regex_replace(output.err, assertPlace, "$1$2:*:");
 }
 
