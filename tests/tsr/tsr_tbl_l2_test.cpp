@@ -171,11 +171,10 @@ public:
                 "L2ExmRslt.mct_npath", "L2ExmRslt.mct_id", "MctidPath.trill_da_l3"};
     }
 
-    /// Whether a field of the type, other readings aside, has bit `bitNum` of the entry.
+    /// Whether a field of the type, or another reading, has bit `bitNum` of the entry.
     bool covers(const std::string &type, unsigned bitNum) const {
-        return std::any_of(rows_.begin(), rows_.end(), [&](const Pos &pos) {
-            return pos.type == type && pos.lo <= bitNum && bitNum <= pos.hi && !alts().contains(type + "." + pos.field);
-        });
+        return std::any_of(rows_.begin(), rows_.end(),
+                           [&](const Pos &pos) { return pos.type == type && pos.lo <= bitNum && bitNum <= pos.hi; });
     }
 
     static uint32_t bitAt(const std::vector<uint32_t> &words, unsigned bitNum) {

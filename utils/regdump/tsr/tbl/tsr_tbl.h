@@ -126,9 +126,25 @@ constexpr TblPiece tblElem(unsigned word, unsigned hi, unsigned lo, int step, un
 #include "tbl/tsr_tbl.def"
 #undef TBL_UNPACK
 
+// A bit that several fields share takes its value from the one that is no other reading: the other readings go first.
+#define TBL_PACK_ALT(Type, ...)                                                                                        \
+    constexpr void packAlt([[maybe_unused]] const Type &entry, [[maybe_unused]] uint32_t *words) {                     \
+        __VA_ARGS__                                                                                                    \
+    }
+#define ENTRY(Type, form, row, mem, words, use, text, ...) TBL_PACK_ALT(Type, __VA_ARGS__)
+#define TCAM(Type, form, row, mem, words, use, text, ...) TBL_PACK_ALT(Type, __VA_ARGS__)
+#define DMP(Type, form, row, words, use, text, ...) TBL_PACK_ALT(Type, __VA_ARGS__)
+#define PC(hi, lo, word, top) tblPiece(hi, lo, word, top),
+#define ALT(name, word, hi, lo, kind, text)                                                                            \
+    tblScatter(words, std::array{tblPiece((hi) - (lo), 0, word, hi)}, uint64_t{entry.name});
+#define ALTP(name, width, kind, text, ...) tblScatter(words, std::to_array<TblPiece>({__VA_ARGS__}), entry.name);
+#include "tbl/tsr_tbl.def"
+#undef TBL_PACK_ALT
+
 #define TBL_PACK(Type, ...)                                                                                            \
     /** Puts the fields of `entry` into `words`; bits without a field stay. */                                         \
     constexpr void pack(const Type &entry, uint32_t *words) {                                                          \
+        packAlt(entry, words);                                                                                         \
         __VA_ARGS__                                                                                                    \
     }
 #define ENTRY(Type, form, row, mem, words, use, text, ...) TBL_PACK(Type, __VA_ARGS__)

@@ -80,9 +80,13 @@ constexpr const char *memName(const char *mem) {
     TblForm {                                                                                                          \
         TblForm::WHEN, #name, val                                                                                      \
     }
+#define FRAME(frame)                                                                                                   \
+    TblForm {                                                                                                          \
+        TblForm::FRAME, #frame, 0                                                                                      \
+    }
 constexpr TblDesc kDescs[] = {
 #define ENTRY(Type, form, row, mem, words, use, text, ...)                                                             \
-    {#Type, form, #row, #mem, words, false, TblUse::use, text, kFields##Type, loadMsk(#mem)},
+    {#Type, form, #row, memName(#mem), words, false, TblUse::use, text, kFields##Type, loadMsk(#mem)},
 #define TCAM(Type, form, row, mem, words, use, text, ...)                                                              \
     {#Type, form, #row, #mem, words, true, TblUse::use, text, kFields##Type, loadMsk(#mem)},
 #define DMP(Type, form, row, words, use, text, ...)                                                                    \
@@ -95,6 +99,7 @@ constexpr TblDesc kDescs[] = {
 #undef TFE_BANK
 #undef TAE_BANK
 #undef WHEN
+#undef FRAME
 
 // ---- The lists prove themselves ------------------------------------------------------------------------------------
 

@@ -14,10 +14,11 @@ enum class TblKind { NUM, HEX, BOOL, MAC, IPV4, IPV6, FCID, GID, VID, ETYP, PROT
 /// results, or the scratch of a block.
 enum class TblUse { CFG, CNT, ACT, LRN, HIS, TMP };
 
-/// When a layout holds: always, in banks of some types, or when a field of the entry has one value.
+/// When a layout holds: always, in banks of some types, when a field of the entry has one value, or for frames of one
+/// kind.
 struct TblForm {
-    enum Kind { ALWAYS, TFE_BANK, TAE_BANK, WHEN } kind;
-    const char *field; ///< the field, for WHEN
+    enum Kind { ALWAYS, TFE_BANK, TAE_BANK, WHEN, FRAME } kind;
+    const char *field; ///< the field, for WHEN; the kind of frame, for FRAME
     uint32_t value;    ///< a bit for each type of bank, or the field's value
 };
 
