@@ -15,11 +15,13 @@ struct LoadMsk {
 };
 
 constexpr LoadMsk kLoadMsks[] = {
+// Each list undefines its macro.
 #define MEM(first, last, name, words, ...) {#name, {__VA_ARGS__}, words},
 #include "base/cmRteHsiMem.def"
+#define MEM(first, last, name, words, ...) {#name, {__VA_ARGS__}, words},
 #include "tae/cmTaeHsiMem.def"
+#define MEM(first, last, name, words, ...) {#name, {__VA_ARGS__}, words},
 #include "tfe/cmTfeHsiMem.def"
-#undef MEM
     {"TAE_RSLT_MEM", {0xff, 0xffffffff, 0xffffffff, 0xffffffff}, 4}, // a named object of 104 bits
 };
 
@@ -29,6 +31,8 @@ consteval std::span<const uint32_t> loadMsk(std::string_view mem) {
             return std::span(m.msk).first(m.words);
     return {};
 }
+static_assert(!loadMsk("RTE_L3_VRF_SRAM").empty() && !loadMsk("TAE_IPV4_EXM_BKT").empty() &&
+              !loadMsk("TFE_TCAM").empty());
 
 // ---- The fields ----------------------------------------------------------------------------------------------------
 
