@@ -108,9 +108,6 @@ const std::map<std::string_view, Range> &memRanges() {
     static const std::map<std::string_view, Range> ranges = {
 #define MEM(first, last, name, ...) {#name, {first, last}},
 #include "base/cmRteHsiMem.def"
-#include "tae/cmTaeHsiMem.def"
-#include "tfe/cmTfeHsiMem.def"
-#undef MEM
     };
     return ranges;
 }
