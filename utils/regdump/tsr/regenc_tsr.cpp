@@ -16,13 +16,14 @@
 #include "regdump_util.h"
 #include "regenc_tsr_out.h"
 #include "regenc_tsr_text.h"
+#include "tsr_reg.h"
 
 // ----------------------------------------------------------------------------------------------- the dump in memory
 
 RegencDump::RegencDump() : image_(static_cast<tsr_dmp_t *>(std::calloc(1, sizeof(tsr_dmp_t)))) {
     if (image_ == nullptr)
         throw std::bad_alloc();
-    regdump_init_hdr(&hdr_, REGDUMP_VENDOR_ID, 32, 2, 0, 0);
+    regdump_init_hdr(&hdr_, TSR_VENDOR_ID, TSR_CHIP_ID, TSR_CHIP_VER_MIN, 0, 0);
 }
 
 bool RegencDump::load(const std::string &path, std::string &error) {
