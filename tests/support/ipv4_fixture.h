@@ -53,8 +53,8 @@ protected:
         com.rte_l3_ip_ttl_trap_que = kQueTtl;
         com.rte_l3_ipv4_cksum_trap_que = kQueCksum;
         com.rte_l3_ip_pim_null_reg_trap_que = kQuePimNull;
-        com.rte_ipv4_pim_rp_addr_9 = kRpAddr;
-        com.rte_l3_ipv4_idx_9 = 77;
+        com.rte_ipv4_pim_rp_addr[9] = kRpAddr;
+        com.rte_l3_ipv4_idx[9] = 77;
     }
 
     /// The headers of an Ethernet frame with one IPv4 header and `payload` zero bytes.

@@ -43,7 +43,7 @@ protected:
         com.rte_l3_ulp_icmp = kIcmp;
         com.rte_l3_ulp_pim = kPim;
         com.rte_l3_ipv6_frag_ext = kFrag;
-        com.rte_l3_ipv6_ulp_msk_6 = 1u << 27; // 59 = 32 + 27
+        com.rte_l3_ipv6_ulp_msk[6] = 1u << 27; // 59 = 32 + 27
         com.rte_l3_pim_ver_typ = 0x21;
         com.rte_l3_ipv6_max_len = 0xfff;
         com.rte_l3_ipv6_mcast_prefix = 0xff;
@@ -57,9 +57,9 @@ protected:
         com.rte_l3_ipv4_cksum_trap_que = kQueCksum;
         com.rte_l3_ip_pim_null_reg_trap_que = kQuePimNull;
         // The rendezvous point 2001:db8::2, which is the frame builder's DA.
-        com.rte_ipv6_pim_rp_addr_5_w0 = 0x20010db8;
-        com.rte_ipv6_pim_rp_addr_5_w3 = 2;
-        com.rte_l3_ipv6_idx_5 = 21;
+        com.rte_ipv6_pim_rp_addr[5][0] = 0x20010db8;
+        com.rte_ipv6_pim_rp_addr[5][3] = 2;
+        com.rte_l3_ipv6_idx[5] = 21;
     }
 
     static Frame head(Frame::Ipv6 h) { return Frame().mac(kMacUc, 0x020000000002).etyp(0x86dd).ipv6(h); }

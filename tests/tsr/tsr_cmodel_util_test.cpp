@@ -2,6 +2,7 @@
 
 #include "asic_err.h"
 #include "base/cmRte.h"
+#include "reg_name.h"
 #include "tae/cmTae.h"
 #include "tfe/cmTfe.h"
 
@@ -342,11 +343,6 @@ TEST_F(LoadTest, ActivityMemoriesOfTheTaeStayUnwritten) {
 
 // Registers: a field is loaded when the chip's dump has its register and a run of the load covers it.
 
-/// Kept out of line: the tests below call it for each of the chip's fields.
-[[gnu::noinline]] void expectField(const char *name, uint32_t value, bool loaded, uint32_t fromImage, uint32_t reset) {
-    EXPECT_EQ(value, loaded ? fromImage : reset) << name;
-}
-
 bool inComRuns(uint32_t addr) {
     return (addr >= 0x50000 && addr < 0x50000 + 4380) || (addr >= 0x52000 && addr < 0x52000 + 2548) ||
            (addr >= 0x53000 && addr < 0x53000 + 24);
@@ -359,21 +355,14 @@ TEST_F(LoadTest, EachCommonRegister) {
 #define RESET(field, value) reset->field = value;
 #include "hsi/cmRteHsiComRegReset.def"
     uint32_t loadedCnt = 0;
-    uint32_t addr = 0, value = 0;
-    bool loaded = false;
-#define FLD(name, hi, lo) expectField(#name, reg.name, loaded, cut(value, hi, lo), reset->name);
-#define REG(at, name, ...)                                                                                             \
-    addr = at;                                                                                                         \
-    loaded = inComRuns(addr) && word(addr, value);                                                                     \
-    loadedCnt += loaded;                                                                                               \
-    __VA_ARGS__
-#define REG_RO(at, name, ...)                                                                                          \
-    loaded = false;                                                                                                    \
-    __VA_ARGS__
-#define REG_W1C(at, name, ...)                                                                                         \
-    loaded = false;                                                                                                    \
-    __VA_ARGS__
-#include "base/cmRteHsiComReg.def"
+    for (const RegEntry &entry : comRegList()) {
+        uint32_t value = 0;
+        const bool loaded = entry.access == "RW" && inComRuns(entry.addr) && word(entry.addr, value);
+        loadedCnt += loaded;
+        for (const RegFld &fld : entry.flds)
+            EXPECT_EQ(regWords(reg)[fld.word], loaded ? cut(value, fld.hi, fld.lo) : regWords(*reset)[fld.word])
+                << fld.name;
+    }
     EXPECT_GT(loadedCnt, 800u);
 }
 
@@ -381,8 +370,8 @@ TEST_F(LoadTest, RunsEndInsideTheLastRegisterArrays) {
     load();
     const CmRteHsiComReg &reg = rte_mem->comReg;
     // 0x529f0 is the first of the eight indexes, 0x529f4 the second.
-    EXPECT_EQ(reg.rte_l3_ipv6_idx_3, cut(be(image->rte_l3_ipv6_rp_idx[0]), 4, 0));
-    EXPECT_EQ(reg.rte_l3_ipv6_idx_7, 0u) << "behind the run";
+    EXPECT_EQ(reg.rte_l3_ipv6_idx[3], cut(be(image->rte_l3_ipv6_rp_idx[0]), 4, 0));
+    EXPECT_EQ(reg.rte_l3_ipv6_idx[7], 0u) << "behind the run";
 }
 
 TEST_F(LoadTest, EachPortRegister) {
@@ -390,21 +379,12 @@ TEST_F(LoadTest, EachPortRegister) {
     for (uint32_t port = 0; port < 12; port++) {
         const CmRteHsiPortReg &reg = rte_mem->portRegLst[port];
         const uint32_t *words = &image->ephy_reg[port].rte_prc_l2_ctl;
-        CmRteHsiPortReg reset{};
-        uint32_t value = 0;
-        bool loaded = false;
-#define FLD(name, hi, lo) expectField(#name, reg.name, loaded, cut(value, hi, lo), reset.name);
-#define REG(offset, name, ...)                                                                                         \
-    loaded = (offset) < 52 * 4;                                                                                        \
-    value = loaded ? be(words[(offset) / 4]) : 0;                                                                      \
-    __VA_ARGS__
-#define REG_RO(offset, name, ...)                                                                                      \
-    loaded = false;                                                                                                    \
-    __VA_ARGS__
-#define REG_W1C(offset, name, ...)                                                                                     \
-    loaded = false;                                                                                                    \
-    __VA_ARGS__
-#include "base/cmRteHsiPortReg.def"
+        for (const RegEntry &entry : portRegList()) {
+            const bool loaded = entry.access == "RW" && entry.addr < 52 * 4;
+            const uint32_t value = loaded ? be(words[entry.addr / 4]) : 0;
+            for (const RegFld &fld : entry.flds)
+                EXPECT_EQ(regWords(reg)[fld.word], cut(value, fld.hi, fld.lo)) << fld.name;
+        }
     }
 }
 
@@ -428,17 +408,16 @@ TEST_F(LoadTest, LengthTypeReadsBackWithoutTheBitsOutsideItsFields) {
 TEST_F(LoadTest, EachTfeRegister) {
     load();
     const CmTfeHsiComReg &reg = rte_mem->tfePtr->comReg;
-    uint32_t value = 0;
-#define FLD(name, hi, lo) expectField(#name, reg.name, true, cut(value, hi, lo), 0);
-#define REG(addr, name, ...)                                                                                           \
-    ASSERT_TRUE(word(addr, value)) << #name;                                                                           \
-    __VA_ARGS__
-#define REG_RO(addr, name, ...)                                                                                        \
-    value = 0;                                                                                                         \
-    __VA_ARGS__
-#define REG_NO_HOST(name, ...)                                                                                         \
-    value = 0;                                                                                                         \
-    __VA_ARGS__
+    for (const RegEntry &entry : tfeRegList()) {
+        uint32_t value = 0;
+        if (entry.access == "RW") {
+            ASSERT_TRUE(word(entry.addr, value)) << entry.name;
+        }
+        for (const RegFld &fld : entry.flds)
+            EXPECT_EQ(regWords(reg)[fld.word], cut(value, fld.hi, fld.lo)) << fld.name;
+    }
+#define FLD(name, hi, lo) EXPECT_EQ(reg.name, 0u);
+#define REG_NO_HOST(name, ...) __VA_ARGS__
 #include "tfe/cmTfeHsiComReg.def"
     EXPECT_EQ(reg.ipv4_da_srch_def_rslt_addr, be(image->tfe_ipv4_da_miss_addr) & 0xffffff);
 }
@@ -448,7 +427,7 @@ TEST_F(LoadTest, EachTaeRegister) {
     uint32_t value = 0;
     uint32_t addr = 0;
     const char *reg = nullptr;
-#define FLD(name, hi, lo) expectField(#name, rte_mem->taePtr->BLK_REG_GET_FLD(reg, #name), true, cut(value, hi, lo), 0);
+#define FLD(name, hi, lo) EXPECT_EQ(rte_mem->taePtr->BLK_REG_GET_FLD(reg, #name), cut(value, hi, lo)) << #name;
 #define REG(offset, name, ...)                                                                                         \
     addr = 0xf0000 + (offset);                                                                                         \
     reg = #name;                                                                                                       \

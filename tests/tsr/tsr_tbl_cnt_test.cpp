@@ -158,7 +158,7 @@ TEST_F(TblCntStage, Layer3PathsByNextHopAndPath) {
     uint32_t *bytes = &mem.RTE_L3_PSEL_STS_MPID_BCNT_RA[2 * (6 * 32 + 7)];
     putFull<L3MpidFrmCnt>(frames);
     pack(L3MpidByteCnt{0xffffffffffff}, bytes);
-    com.rte_l3_psel_sts_mpid_6 = 0x4321;
+    com.rte_l3_psel_sts_mpid[6] = 0x4321;
     stat.l3PselNextHopRsltIdx = 0x4321;
     stat.l3NxtHopMpOffset = 7;
     stat.l3psel_mpid_sts_en = stat.l3GidWin = 1;
@@ -170,21 +170,21 @@ TEST_F(TblCntStage, Layer3PathsByNextHopAndPath) {
 
 TEST_F(TblCntStage, Layer2PathsByGroupAndPath) {
     stat.frmLen = 100;
-    com.rte_l2_psel_sts_mctid_9 = 0x155;
+    com.rte_l2_psel_sts_mctid[9] = 0x155;
     putFull<L2MctidFrmCnt>(&mem.RTE_L2_PSEL_STS_MCTID_FCNT_SRAM[2 * (9 * 8 + 6)]);
     putFull<L2MctidByteCnt>(&mem.RTE_L2_PSEL_STS_MCTID_BCNT_SRAM[2 * (9 * 8 + 6)]);
     MctMpSts(0x155 << 3 | 6, &stat);
     EXPECT_EQ(entry<L2MctidFrmCnt>(mem.RTE_L2_PSEL_STS_MCTID_FCNT_SRAM, 9 * 8 + 6).frm_cnt, 0x500000000u);
     EXPECT_EQ(entry<L2MctidByteCnt>(mem.RTE_L2_PSEL_STS_MCTID_BCNT_SRAM, 9 * 8 + 6).byte_cnt, 0x500000063u);
 
-    com.rte_l2_psel_sts_mpid_31 = 0x1aaa;
+    com.rte_l2_psel_sts_mpid[31] = 0x1aaa;
     putFull<L2MpidFrmCnt>(&mem.RTE_L2_PSEL_STS_MPID_FCNT_SRAM[2 * (31 * 8 + 1)]);
     putFull<L2MpidByteCnt>(&mem.RTE_L2_PSEL_STS_MPID_BCNT_SRAM[2 * (31 * 8 + 1)]);
     L2MpidSts(0x1aaa << 3 | 1, &stat);
     EXPECT_EQ(entry<L2MpidFrmCnt>(mem.RTE_L2_PSEL_STS_MPID_FCNT_SRAM, 31 * 8 + 1).frm_cnt, 0x500000000u);
     EXPECT_EQ(entry<L2MpidByteCnt>(mem.RTE_L2_PSEL_STS_MPID_BCNT_SRAM, 31 * 8 + 1).byte_cnt, 0x500000063u);
 
-    com.rte_l2_psel_sts_lgid_5 = 0x2aa;
+    com.rte_l2_psel_sts_lgid[5] = 0x2aa;
     putFull<L2LgidFrmCnt>(&mem.RTE_L2_PSEL_STS_LGID_FCNT_SRAM[2 * (5 * 32 + 30)]);
     putFull<L2LgidByteCnt>(&mem.RTE_L2_PSEL_STS_LGID_BCNT_SRAM[2 * (5 * 32 + 30)]);
     LagSts(0x2aa << 5 | 30, &stat);

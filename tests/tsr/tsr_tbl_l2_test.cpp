@@ -538,7 +538,7 @@ TEST_F(TblL2Stage, TrillRpfAndOwnNicknames) {
     fill(mem.RTE_TRILL_RPF_EDRAM);
     for (int round = 0; round < kRounds; round++) {
         newFrame(1);
-        stat.l2TrillDa = com.trill_mcast_rb_2 = 0x8000 | rnd(15);
+        stat.l2TrillDa = com.trill_mcast_rb[2] = 0x8000 | rnd(15);
         stat.l2TrillSa = rnd(16);
         const uint32_t rpfPort = portReg().rte_prc_trill_rpf_port = rnd(32) % 12;
         trillRpf(&stat);
@@ -654,7 +654,7 @@ TEST_F(TblL2Stage, CloudClassification) {
     fill(mem.RTE_L2_VLAN_MTU_SRAM);
     tcamOff(mem.RTE_CLOUD_TCAM, 8);
     com.csc_vpn_mask_0 = com.csc_vpn_mask_1 = com.csc_vpn_mask_2 = com.csc_vpn_mask_3 = ~0u;
-    com.csc_policy_mask_0 = com.csc_policy_mask_1 = com.csc_policy_mask_2 = com.csc_policy_mask_3 = ~0u;
+    com.csc_policy_mask[0] = com.csc_policy_mask[1] = com.csc_policy_mask[2] = com.csc_policy_mask[3] = ~0u;
     com.res_passthru_ivid = com.res_s_passthru_ivid = ~0u;
     for (int round = 0; round < kRounds; round++) {
         newFrame(rnd(3));
@@ -816,7 +816,7 @@ TEST_F(TblL2Stage, OwnAddresses) {
         MyDaPrefix key{};
         key.prefix = static_cast<uint32_t>(stat.l2OuterDa >> 24);
         putKey(mem.RTE_MYDA_PREFIX_TCAM, idx, key);
-        regElem(&com, &CmRteHsiComReg::rte_l2_chs_mac_hi_0, idx) = 0xffffff;
+        com.rte_l2_chs_mac_hi[idx] = 0xffffff;
         ChassisAddressParser(&stat, 0);
         EXPECT_EQ(stat.l2DaIsChsAddr, 1u);
         EXPECT_EQ(stat.l2DaIsChsAddrIdx, idx);
@@ -954,7 +954,7 @@ TEST_F(TblL2Stage, LearnRequests) {
         EXPECT_EQ(sa.phy_port, stat.ingPhyPort);
         EXPECT_EQ(sa.iivid, stat.iivid);
         EXPECT_EQ(sa.sa, stat.l2OuterSa);
-        const uint32_t saHsh = com.rte_his_l2_sa_lrn_lip_3 & 0x7fff;
+        const uint32_t saHsh = com.rte_his_l2_sa_lrn_lip[3] & 0x7fff;
         EXPECT_EQ(entry<L2SaLip>(mem.RTE_L2_SA_LIP_SRAM, saHsh / 32).lip[saHsh % 32], 1u);
 
         L2DaLrn(&stat);
@@ -964,7 +964,7 @@ TEST_F(TblL2Stage, LearnRequests) {
         EXPECT_EQ(da.phy_port, (stat.ingPhyPort & 15) | stat.iivid >> 12);
         EXPECT_EQ(da.iivid, stat.iivid & 0xfff);
         EXPECT_EQ(da.da, stat.l2OuterDa);
-        const uint32_t daHsh = com.rte_his_l2_da_lrn_lip_3 & 0x7fff;
+        const uint32_t daHsh = com.rte_his_l2_da_lrn_lip[3] & 0x7fff;
         EXPECT_EQ(entry<L2DaLip>(mem.RTE_L2_DA_LIP_SRAM, daHsh / 32).lip[daHsh % 32], 1u);
     }
 }

@@ -244,10 +244,10 @@ TEST(CmRteHis, ControlOfAFrame) {
 
 TEST(CmRteHis, SlotsOfTheRegisterFileStandBehindOneAnother) {
     auto com = std::make_unique<CmRteHsiComReg>();
-    EXPECT_EQ(&com->rte_his_l2_ctl_rslt_3, &com->rte_his_l2_ctl_rslt_0 + 3);
-    EXPECT_EQ(&com->rte_his_l2_ctl_tcam_key_3_w1, &com->rte_his_l2_ctl_tcam_key_0_w0 + 7);
-    EXPECT_EQ(&com->rte_his_csc_tcam_key_1_w0, &com->rte_his_csc_tcam_key_0_w0 + 3);
-    EXPECT_EQ(&com->rte_his_l2_mac_tcam_key_3_w3, &com->rte_his_l2_mac_tcam_key_0_w0 + 15);
-    EXPECT_EQ(&com->rte_his_l3_ipv6_mcuid_tcam_key_3_w4, &com->rte_his_l3_ipv6_mcuid_tcam_key_0_w0 + 19);
-    EXPECT_EQ(&com->rte_his_l3_ctl_tcam_key_3_w13, &com->rte_his_l3_ctl_tcam_key_0_w0 + 55);
+    EXPECT_EQ(&com->rte_his_l2_ctl_rslt[3], &com->rte_his_l2_ctl_rslt[0] + 3);
+    EXPECT_EQ(&com->rte_his_l2_ctl_tcam_key[3][1], &com->rte_his_l2_ctl_tcam_key[0][0] + 7);
+    EXPECT_EQ(&com->rte_his_csc_tcam_key[1][0], &com->rte_his_csc_tcam_key[0][0] + 3);
+    EXPECT_EQ(&com->rte_his_l2_mac_tcam_key[3][3], &com->rte_his_l2_mac_tcam_key[0][0] + 15);
+    EXPECT_EQ(&com->rte_his_l3_ipv6_mcuid_tcam_key[3][4], &com->rte_his_l3_ipv6_mcuid_tcam_key[0][0] + 19);
+    EXPECT_EQ(&com->rte_his_l3_ctl_tcam_key[3][13], &com->rte_his_l3_ctl_tcam_key[0][0] + 55);
 }

@@ -2,6 +2,7 @@
 
 #include "base/cmUtl.h"
 #include "random_words.h"
+#include "reg_name.h"
 
 #include <cstdio>
 #include <cstring>
@@ -140,106 +141,164 @@ TEST(TfeReg, HostAddressesStandInTheBlock) {
 }
 
 // Each register of a family takes a random word; each field of it must hold its bits, and the read must give the word
-// back with the bits of no field cleared.
+// back with the bits of no field cleared. A read-only register keeps all of its fields and shows them to the host.
 
 template <class Rec> struct FamilyCheck {
     RandomWords rng{4711};
     std::unique_ptr<Rec> rec = std::make_unique<Rec>();
     std::function<int(uint32_t, uint32_t)> wr;
     std::function<int(uint32_t, uint32_t *)> rd;
-    uint32_t data = 0;
-    uint32_t readBack = 0;
 
-    [[gnu::noinline]] void write(uint32_t addr) {
-        data = static_cast<uint32_t>(rng());
-        readBack = 0;
-        EXPECT_EQ(wr(addr, data), 1) << std::hex << addr;
-    }
-    [[gnu::noinline]] void overwrite(uint32_t addr) { EXPECT_EQ(wr(addr, ~data), 1) << std::hex << addr; }
-    [[gnu::noinline]] void field(const char *name, uint32_t value, unsigned hi, unsigned lo) {
-        EXPECT_EQ(value, cut(data, hi, lo)) << name;
-        readBack |= cut(data, hi, lo) << lo;
-    }
-    [[gnu::noinline]] void read(uint32_t addr) {
-        uint32_t value = ~readBack;
-        EXPECT_EQ(rd(addr, &value), 1);
-        EXPECT_EQ(value, readBack) << std::hex << addr;
+    void eachField(const std::vector<RegEntry> &regs) {
+        for (const RegEntry &reg : regs) {
+            SCOPED_TRACE(reg.name);
+            if (reg.access == "W1C")
+                continue;
+            const uint32_t data = static_cast<uint32_t>(rng());
+            uint32_t readBack = 0;
+            if (reg.access == "RO") {
+                for (const RegFld &fld : reg.flds)
+                    regWords(*rec)[fld.word] = cut(data, fld.hi, fld.lo);
+            }
+            EXPECT_EQ(wr(reg.addr, reg.access == "RO" ? ~data : data), 1);
+            for (const RegFld &fld : reg.flds) {
+                EXPECT_EQ(regWords(*rec)[fld.word], cut(data, fld.hi, fld.lo)) << fld.name;
+                readBack |= cut(data, fld.hi, fld.lo) << fld.lo;
+            }
+            uint32_t value = ~readBack;
+            EXPECT_EQ(rd(reg.addr, &value), 1);
+            EXPECT_EQ(value, readBack);
+        }
     }
 };
 
-#define CHECK_FLD(name, hi, lo) check.field(#name, check.rec->name, hi, lo);
-#define CHECK_REG(addr, ...)                                                                                           \
-    check.write(addr);                                                                                                 \
-    __VA_ARGS__ check.read(addr);
+FamilyCheck<CmRteHsiComReg> comCheck() {
+    FamilyCheck<CmRteHsiComReg> check;
+    check.wr = [rec = check.rec.get()](uint32_t addr, uint32_t data) { return CmRteHsiComRegWr(rec, addr, data, 0); };
+    check.rd = [rec = check.rec.get()](uint32_t addr, uint32_t *data) { return CmRteHsiComRegRd(rec, addr, data); };
+    return check;
+}
+FamilyCheck<CmRteHsiPortReg> portCheck() {
+    FamilyCheck<CmRteHsiPortReg> check;
+    check.wr = [rec = check.rec.get()](uint32_t addr, uint32_t data) {
+        return CmRteHsiPortRegWr(rec, addr, data, 3, 0);
+    };
+    check.rd = [rec = check.rec.get()](uint32_t addr, uint32_t *data) { return CmRteHsiPortRegRd(rec, addr, data); };
+    return check;
+}
+FamilyCheck<CmTfeHsiComReg> tfeCheck() {
+    FamilyCheck<CmTfeHsiComReg> check;
+    check.wr = [rec = check.rec.get()](uint32_t addr, uint32_t data) { return CmTfeHsiComRegWr(rec, addr, data, 0); };
+    check.rd = [rec = check.rec.get()](uint32_t addr, uint32_t *data) { return CmTfeHsiComRegRd(rec, addr, data); };
+    return check;
+}
 
 TEST(ComReg, EachFieldOfEachRegister) {
-    FamilyCheck<CmRteHsiComReg> check;
-    check.wr = [&](uint32_t addr, uint32_t data) { return CmRteHsiComRegWr(check.rec.get(), addr, data, 0); };
-    check.rd = [&](uint32_t addr, uint32_t *data) { return CmRteHsiComRegRd(check.rec.get(), addr, data); };
-#define FLD(name, hi, lo) CHECK_FLD(name, hi, lo)
-#define REG(addr, name, ...) CHECK_REG(addr, __VA_ARGS__)
-#include "base/cmRteHsiComReg.def"
+    comCheck().eachField(comRegList());
 }
-
 TEST(PortReg, EachFieldOfEachRegister) {
-    FamilyCheck<CmRteHsiPortReg> check;
-    check.wr = [&](uint32_t addr, uint32_t data) { return CmRteHsiPortRegWr(check.rec.get(), addr, data, 3, 0); };
-    check.rd = [&](uint32_t addr, uint32_t *data) { return CmRteHsiPortRegRd(check.rec.get(), addr, data); };
-#define FLD(name, hi, lo) CHECK_FLD(name, hi, lo)
-#define REG(addr, name, ...) CHECK_REG(addr, __VA_ARGS__)
-#include "base/cmRteHsiPortReg.def"
+    portCheck().eachField(portRegList());
 }
-
 TEST(TfeReg, EachFieldOfEachRegister) {
-    FamilyCheck<CmTfeHsiComReg> check;
-    check.wr = [&](uint32_t addr, uint32_t data) { return CmTfeHsiComRegWr(check.rec.get(), addr, data, 0); };
-    check.rd = [&](uint32_t addr, uint32_t *data) { return CmTfeHsiComRegRd(check.rec.get(), addr, data); };
-#define FLD(name, hi, lo) CHECK_FLD(name, hi, lo)
-#define REG(addr, name, ...) CHECK_REG(addr, __VA_ARGS__)
-#include "tfe/cmTfeHsiComReg.def"
+    tfeCheck().eachField(tfeRegList());
 }
 
-#undef CHECK_FLD
-#undef CHECK_REG
+/// Fields of `regs`, and whether each word of the record's first fields is one of them, in order.
+template <class Rec> size_t countFields(const std::vector<RegEntry> &regs) {
+    std::vector<unsigned> owners(sizeof(Rec) / sizeof(uint32_t));
+    size_t cnt = 0;
+    for (const RegEntry &reg : regs) {
+        for (const RegFld &fld : reg.flds) {
+            EXPECT_EQ(owners.at(fld.word)++, 0u) << fld.name;
+            cnt++;
+        }
+    }
+    for (size_t word = 0; word < cnt; word++)
+        EXPECT_EQ(owners[word], 1u) << word;
+    return cnt;
+}
 
-// A read-only register keeps all of its fields and shows them to the host.
+TEST(RegLists, EachFieldHasItsWord) {
+    EXPECT_EQ(comRegList().size(), 1507u);
+    EXPECT_EQ(countFields<CmRteHsiComReg>(comRegList()), 2135u);
+    EXPECT_EQ(portRegList().size(), 58u);
+    EXPECT_EQ(countFields<CmRteHsiPortReg>(portRegList()), 481u);
+}
 
-#define FLD(name, hi, lo)                                                                                              \
-    check.rec->name = cut(check.data, hi, lo);                                                                         \
-    check.readBack |= cut(check.data, hi, lo) << lo;
-#define REG_RO(addr, name, ...)                                                                                        \
-    check.data = static_cast<uint32_t>(check.rng());                                                                   \
-    check.readBack = 0;                                                                                                \
-    __VA_ARGS__ check.overwrite(addr);                                                                                 \
-    check.read(addr);
+// Elements of each shape of array, worked out by hand: the register's address, its word, and the element that it sets.
 
-TEST(ComReg, EachReadOnlyRegister) {
-    FamilyCheck<CmRteHsiComReg> check;
-    check.wr = [&](uint32_t addr, uint32_t data) { return CmRteHsiComRegWr(check.rec.get(), addr, data, 0); };
-    check.rd = [&](uint32_t addr, uint32_t *data) { return CmRteHsiComRegRd(check.rec.get(), addr, data); };
-#include "base/cmRteHsiComReg.def"
+TEST(RegArrays, ElementsStandWhereTheChipHasThem) {
+    const auto com = std::make_unique<CmRteHsiComReg>();
+    const auto set = [&](uint32_t addr, uint32_t data) { EXPECT_EQ(CmRteHsiComRegWr(com.get(), addr, data, 0), 1); };
+    set(0x50398, 0x12345678);
+    EXPECT_EQ(com->rte_sflow_rate[15], 0x12345678u);
+    set(0x523fc, 0x9abcdef0);
+    EXPECT_EQ(com->rte_ipv6_pim_rp_addr[31][3], 0x9abcdef0u);
+    set(0x52210, 0x11111111);
+    EXPECT_EQ(com->rte_ipv6_pim_rp_addr[1][0], 0x11111111u);
+    set(0x50080, 0x01020304);
+    EXPECT_EQ(com->rte_tcpip_hsh_msk[4], 1u);
+    EXPECT_EQ(com->rte_tcpip_hsh_msk[7], 4u);
+    set(0x50084, 0x01000001);
+    EXPECT_EQ(com->rte_tcpip_hsh_sort_src_dst[0], 0u);
+    EXPECT_EQ(com->rte_tcpip_hsh_sort_src_dst[1], 1u);
+    EXPECT_EQ(com->rte_tcpip_hsh_sort_src_dst[7], 1u);
+    set(0x501c4, 0xaaaabbbb);
+    EXPECT_EQ(com->trill_mcast_rb[2], 0xaaaau);
+    EXPECT_EQ(com->trill_mcast_rb[3], 0xbbbbu);
+    set(0x502b0, 0x77776666);
+    EXPECT_EQ(com->l4_src_port_rng[31].hi, 0x7777u);
+    EXPECT_EQ(com->l4_src_port_rng[31].lo, 0x6666u);
+    set(0x50778, 0x0019abcd);
+    set(0x5077c, 0x00fedcba);
+    EXPECT_EQ(com->rte_l2_dbg[15].da_en, 1u);
+    EXPECT_EQ(com->rte_l2_dbg[15].sa_en, 1u);
+    EXPECT_EQ(com->rte_l2_dbg[15].idx, 0x1abcdu);
+    EXPECT_EQ(com->rte_l2_dbg[15].port_msk, 0xfedcbau);
+    // The second register of profile 1: bytes 2 and 3.
+    set(0x528e4, 0x04410842);
+    EXPECT_EQ(com->rte_flex_key[1][2].header, 0x11u);
+    EXPECT_EQ(com->rte_flex_key[1][2].offset, 1u);
+    EXPECT_EQ(com->rte_flex_key[1][3].header, 1u);
+    EXPECT_EQ(com->rte_flex_key[1][3].offset, 2u);
+
+    CmRteHsiPortReg port{};
+    // The last of the sixteen: DSCP 60 to 63.
+    EXPECT_EQ(CmRteHsiPortRegWr(&port, 0xc8, 0x5a0000e7, 0, 0), 1);
+    EXPECT_EQ(port.rte_prc_l3_map[60].dp, 1u);
+    EXPECT_EQ(port.rte_prc_l3_map[60].iwpri, 3u);
+    EXPECT_EQ(port.rte_prc_l3_map[60].que_pri, 2u);
+    EXPECT_EQ(port.rte_prc_l3_map[63].dp, 3u);
+    EXPECT_EQ(port.rte_prc_l3_map[63].iwpri, 4u);
+    EXPECT_EQ(port.rte_prc_l3_map[63].que_pri, 7u);
+}
+
+TEST(RegArrays, NamesCarryTheNumbers) {
+    const auto at = [](uint32_t addr, const char *name) {
+        const std::optional<HsiFieldDef> field = hsiFindField(addr, name);
+        return field ? std::pair<int, int>(field->hi, field->lo) : std::pair<int, int>(-1, -1);
+    };
+    using Bits = std::pair<int, int>;
+    EXPECT_EQ(at(0x50398, "rte_sflow_rate_15"), Bits(31, 0));
+    EXPECT_EQ(at(0x50398, "rte_sflow_rate_14"), Bits(-1, -1)) << "stands in the register before";
+    EXPECT_EQ(at(0x50398, "rte_sflow_rate_{n}"), Bits(-1, -1));
+    EXPECT_EQ(at(0x523fc, "rte_ipv6_pim_rp_addr_31_w3"), Bits(31, 0));
+    EXPECT_EQ(at(0x50080, "rte_tcpip_hsh_msk_5"), Bits(23, 16));
+    EXPECT_EQ(at(0x50084, "rte_tcpip_hsh_sort_src_dst_6"), Bits(4, 4));
+    EXPECT_EQ(at(0x502b0, "l4_src_port_rng_lo_31"), Bits(15, 0));
+    EXPECT_EQ(at(0x5077c, "rte_l2_dbg_port_msk_15"), Bits(23, 0));
+    EXPECT_EQ(at(0x528e4, "rte_flex_key_offset_1_3"), Bits(5, 0));
+    EXPECT_EQ(at(0x528e4, "rte_flex_key_header_1_2"), Bits(26, 22));
+    EXPECT_EQ(at(0x4020c8, "rte_prc_l3_iwpri_3_15"), Bits(5, 3));
+    EXPECT_EQ(at(0x402070, "rte_prc_l2_dp_0_1"), Bits(31, 30));
 }
 
 // All other addresses of a block, those behind its last register included, are nobody's.
 
-constexpr uint32_t kComRegs[] = {
-#define REG_ANY(addr, name, access, ...) addr,
-#include "base/cmRteHsiComReg.def"
-};
-constexpr uint32_t kPortRegs[] = {
-#define REG_ANY(addr, name, access, ...) addr,
-#include "base/cmRteHsiPortReg.def"
-};
-constexpr uint32_t kTfeRegs[] = {
-#define REG_ANY(addr, name, access, ...) addr,
-#include "tfe/cmTfeHsiComReg.def"
-};
-
-template <class Rec, size_t N>
-void othersAreUnknown(FamilyCheck<Rec> &check, const uint32_t (&regs)[N], uint32_t size) {
+template <class Rec> void othersAreUnknown(FamilyCheck<Rec> check, const std::vector<RegEntry> &regs, uint32_t size) {
     std::vector<bool> known(size);
-    for (uint32_t addr : regs)
-        known[addr % size] = true;
+    for (const RegEntry &reg : regs)
+        known[reg.addr % size] = true;
     std::memset(check.rec.get(), 0x5a, sizeof(Rec));
     const auto before = std::make_unique<Rec>(*check.rec);
     uint32_t unknown = 0;
@@ -252,29 +311,18 @@ void othersAreUnknown(FamilyCheck<Rec> &check, const uint32_t (&regs)[N], uint32
         EXPECT_EQ(check.rd(offset, &value), 0) << std::hex << offset;
         EXPECT_EQ(value, 0u) << std::hex << offset;
     }
-    EXPECT_EQ(unknown, size - N);
+    EXPECT_EQ(unknown, size - regs.size());
     EXPECT_EQ(std::memcmp(check.rec.get(), before.get(), sizeof(Rec)), 0);
 }
 
 TEST(ComReg, AllOtherAddressesAreUnknown) {
-    FamilyCheck<CmRteHsiComReg> check;
-    check.wr = [&](uint32_t addr, uint32_t data) { return CmRteHsiComRegWr(check.rec.get(), addr, data, 0); };
-    check.rd = [&](uint32_t addr, uint32_t *data) { return CmRteHsiComRegRd(check.rec.get(), addr, data); };
-    othersAreUnknown(check, kComRegs, 0x8000);
+    othersAreUnknown(comCheck(), comRegList(), 0x8000);
 }
-
 TEST(PortReg, AllOtherAddressesAreUnknown) {
-    FamilyCheck<CmRteHsiPortReg> check;
-    check.wr = [&](uint32_t addr, uint32_t data) { return CmRteHsiPortRegWr(check.rec.get(), addr, data, 3, 0); };
-    check.rd = [&](uint32_t addr, uint32_t *data) { return CmRteHsiPortRegRd(check.rec.get(), addr, data); };
-    othersAreUnknown(check, kPortRegs, 0x1000);
+    othersAreUnknown(portCheck(), portRegList(), 0x1000);
 }
-
 TEST(TfeReg, AllOtherAddressesAreUnknown) {
-    FamilyCheck<CmTfeHsiComReg> check;
-    check.wr = [&](uint32_t addr, uint32_t data) { return CmTfeHsiComRegWr(check.rec.get(), addr, data, 0); };
-    check.rd = [&](uint32_t addr, uint32_t *data) { return CmTfeHsiComRegRd(check.rec.get(), addr, data); };
-    othersAreUnknown(check, kTfeRegs, 0x8000);
+    othersAreUnknown(tfeCheck(), tfeRegList(), 0x8000);
 }
 
 TEST(RegTrace, ShowsEachFieldFromTheHighBitsToTheLow) {
@@ -283,6 +331,21 @@ TEST(RegTrace, ShowsEachFieldFromTheHighBitsToTheLow) {
               "           RTE_L2_TYP_LEN                   <= 0x06000100\n"
               "  [26:16]  rte_l2_dix_typ_min               <= 0x600\n"
               "  [10: 0]  rte_l2_ieee_len_max              <= 0x100\n"
+              "\n");
+}
+
+TEST(RegTrace, AnArraysRegistersAndFieldsShowTheirNumbers) {
+    const auto com = std::make_unique<CmRteHsiComReg>();
+    EXPECT_EQ(printed([&] { CmRteHsiComRegWr(com.get(), 0x528e4, 0x04410842, 1); }),
+              "           RTE_FLEX_KEY_PROFILE_1_1         <= 0x04410842\n"
+              "  [26:22]  rte_flex_key_header_1_2          <= 0x11\n"
+              "  [21:16]  rte_flex_key_offset_1_2          <= 0x1\n"
+              "  [10: 6]  rte_flex_key_header_1_3          <= 0x1\n"
+              "  [ 5: 0]  rte_flex_key_offset_1_3          <= 0x2\n"
+              "\n");
+    EXPECT_EQ(printed([&] { CmRteHsiComRegWr(com.get(), 0x52204, 7, 1); }),
+              "           RTE_IPV6_PIM_RP_ADDR_0_W1        <= 0x00000007\n"
+              "  [31: 0]  rte_ipv6_pim_rp_addr_0_w1        <= 0x7\n"
               "\n");
 }
 
@@ -361,42 +424,42 @@ TEST(RegInit, TfeRegistersAreZero) {
 }
 
 TEST(FindField, ByChipAddressAndName) {
-    const HsiFieldDef *field = hsiFindField(0x50000, "rte_l2_ieee_len_max");
-    ASSERT_NE(field, nullptr);
+    std::optional<HsiFieldDef> field = hsiFindField(0x50000, "rte_l2_ieee_len_max");
+    ASSERT_TRUE(field);
     EXPECT_EQ(field->hi, 10);
     EXPECT_EQ(field->lo, 0);
     field = hsiFindField(0x4b2000, "rte_prc_l2_lu_en");
-    ASSERT_NE(field, nullptr);
+    ASSERT_TRUE(field);
     EXPECT_EQ(field->hi, 11);
     EXPECT_EQ(field->lo, 11);
     field = hsiFindField(0xa0030, "bank_prtcl_sel");
-    ASSERT_NE(field, nullptr);
+    ASSERT_TRUE(field);
     EXPECT_EQ(field->hi, 25);
     EXPECT_EQ(field->lo, 0);
 }
 
 TEST(FindField, FirstAndLastRegisters) {
-    EXPECT_NE(hsiFindField(0x50000, "rte_l2_dix_typ_min"), nullptr);
-    EXPECT_NE(hsiFindField(0x53014, "rte_dma_stat_1"), nullptr);
-    EXPECT_NE(hsiFindField(0x402000, "rte_prc_l2_lu_en"), nullptr);
-    EXPECT_NE(hsiFindField(0x4b20e4, "rte_roc_debug_status_1"), nullptr);
-    EXPECT_NE(hsiFindField(0xa0000, "tfe_tcam_bgrd_hw_init"), nullptr);
-    EXPECT_NE(hsiFindField(0xa021c, "tfe_actv_fcoe_srch_err_addr_reg"), nullptr);
+    EXPECT_TRUE(hsiFindField(0x50000, "rte_l2_dix_typ_min"));
+    EXPECT_TRUE(hsiFindField(0x53014, "rte_dma_stat_1"));
+    EXPECT_TRUE(hsiFindField(0x402000, "rte_prc_l2_lu_en"));
+    EXPECT_TRUE(hsiFindField(0x4b20e4, "rte_roc_debug_status_1"));
+    EXPECT_TRUE(hsiFindField(0xa0000, "tfe_tcam_bgrd_hw_init"));
+    EXPECT_TRUE(hsiFindField(0xa021c, "tfe_actv_fcoe_srch_err_addr_reg"));
 }
 
 TEST(FindField, OtherRegistersAndNamesAreUnknown) {
-    EXPECT_EQ(hsiFindField(0, "rte_prc_l2_lu_en"), nullptr);
-    EXPECT_EQ(hsiFindField(0x50000, ""), nullptr);
-    EXPECT_EQ(hsiFindField(0x50001, "rte_l2_ieee_len_max"), nullptr);
-    EXPECT_EQ(hsiFindField(0x400000, "rte_prc_l2_lu_en"), nullptr);
-    EXPECT_EQ(hsiFindField(0x4c2000, "rte_prc_l2_lu_en"), nullptr) << "behind the last port";
-    EXPECT_EQ(hsiFindField(0x602000, "rte_prc_l2_lu_en"), nullptr);
-    EXPECT_EQ(hsiFindField(0x50000, "rte_l2_ipv4_etyp"), nullptr) << "a field of the next register";
-    EXPECT_EQ(hsiFindField(0x50000, "rte_l2_ieee_len"), nullptr);
-    EXPECT_EQ(hsiFindField(0x503bc, "rte_l2_ieee_len_max"), nullptr);
-    EXPECT_EQ(hsiFindField(0x2800000, "rte_l2_ieee_len_max"), nullptr);
-    EXPECT_EQ(hsiFindField(0x403000, "rte_prc_l2_lu_en"), nullptr);
-    EXPECT_EQ(hsiFindField(0x58000, "rte_l2_ieee_len_max"), nullptr);
+    EXPECT_FALSE(hsiFindField(0, "rte_prc_l2_lu_en"));
+    EXPECT_FALSE(hsiFindField(0x50000, ""));
+    EXPECT_FALSE(hsiFindField(0x50001, "rte_l2_ieee_len_max"));
+    EXPECT_FALSE(hsiFindField(0x400000, "rte_prc_l2_lu_en"));
+    EXPECT_FALSE(hsiFindField(0x4c2000, "rte_prc_l2_lu_en")) << "behind the last port";
+    EXPECT_FALSE(hsiFindField(0x602000, "rte_prc_l2_lu_en"));
+    EXPECT_FALSE(hsiFindField(0x50000, "rte_l2_ipv4_etyp")) << "a field of the next register";
+    EXPECT_FALSE(hsiFindField(0x50000, "rte_l2_ieee_len"));
+    EXPECT_FALSE(hsiFindField(0x503bc, "rte_l2_ieee_len_max"));
+    EXPECT_FALSE(hsiFindField(0x2800000, "rte_l2_ieee_len_max"));
+    EXPECT_FALSE(hsiFindField(0x403000, "rte_prc_l2_lu_en"));
+    EXPECT_FALSE(hsiFindField(0x58000, "rte_l2_ieee_len_max"));
 }
 
 } // namespace

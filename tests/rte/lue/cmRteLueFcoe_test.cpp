@@ -234,7 +234,7 @@ TEST_F(LueFcoe, SearchesBothIdsInTheFabric) {
             prefix + "L3 LPM SA result:\n");
     EXPECT_EQ(stat.vrfId, 0x123u);
     EXPECT_EQ(stat.deftVrfEn, 1u);
-    EXPECT_EQ(com.rte_his_l3_vrf_3, 0x10007u);
+    EXPECT_EQ(com.rte_his_l3_vrf[3], 0x10007u);
     EXPECT_EQ(stat.l2FcoeLuDidHit, 1u);
     EXPECT_EQ(stat.l2FcoeTrapQue, 5u);
     EXPECT_EQ(stat.l2FcoeTrapRsn, 13u);

@@ -63,11 +63,11 @@ TEST_F(LueMacCls, KeyHasPortAndBothAddresses) {
                          "[RSLT][L2Mac] MacVid: 0x1abc, MacPrio: 0x0, MacDp: 0x0\n");
     EXPECT_EQ(stat.macVidHit, 1u);
     EXPECT_EQ(stat.macVid, 0x1abcu);
-    EXPECT_EQ(com.rte_his_l2_mac_tcam_key_3_w0, 0x10000u | kPort);
-    EXPECT_EQ(com.rte_his_l2_mac_tcam_key_3_w1, 0x11223344u);
-    EXPECT_EQ(com.rte_his_l2_mac_tcam_key_3_w2, 0x5566aabbu);
-    EXPECT_EQ(com.rte_his_l2_mac_tcam_key_3_w3, 0xccddeeffu);
-    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10000u | 1 << 11 | 0x7ff);
+    EXPECT_EQ(com.rte_his_l2_mac_tcam_key[3][0], 0x10000u | kPort);
+    EXPECT_EQ(com.rte_his_l2_mac_tcam_key[3][1], 0x11223344u);
+    EXPECT_EQ(com.rte_his_l2_mac_tcam_key[3][2], 0x5566aabbu);
+    EXPECT_EQ(com.rte_his_l2_mac_tcam_key[3][3], 0xccddeeffu);
+    EXPECT_EQ(com.rte_his_l2_mac_vid[3], 0x10000u | 1 << 11 | 0x7ff);
 }
 
 TEST_F(LueMacCls, OtherProfileHasTheEtherTypeInPlaceOfTheDestination) {
@@ -87,14 +87,14 @@ TEST_F(LueMacCls, CondemnedFrameLeavesNoKeyAndNoCount) {
         *flag = 1;
         mac();
         *flag = 0;
-        EXPECT_EQ(com.rte_his_l2_mac_tcam_key_3_w0, 0u);
+        EXPECT_EQ(com.rte_his_l2_mac_tcam_key[3][0], 0u);
         EXPECT_EQ(mem.RTE_L2_MAC_STS_FCNT_SRAM[1], 0u);
         EXPECT_EQ(stat.mac_sts_hit, 0u);
     }
-    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10000u) << "the index histories capture it";
-    EXPECT_EQ(com.rte_his_l2_mac_prio_3, 0x10000u);
+    EXPECT_EQ(com.rte_his_l2_mac_vid[3], 0x10000u) << "the index histories capture it";
+    EXPECT_EQ(com.rte_his_l2_mac_prio[3], 0x10000u);
     mac();
-    EXPECT_EQ(com.rte_his_l2_mac_tcam_key_3_w0, 0x10000u | kPort);
+    EXPECT_EQ(com.rte_his_l2_mac_tcam_key[3][0], 0x10000u | kPort);
     EXPECT_EQ(mem.RTE_L2_MAC_STS_FCNT_SRAM[1], 1u);
 }
 
@@ -132,7 +132,7 @@ TEST_F(LueMacCls, HitInASubTableWithoutEnablesLeavesOnlyTraces) {
     EXPECT_EQ(stat.macVidHit, 0u);
     EXPECT_EQ(stat.macPrioHit, 0u);
     EXPECT_EQ(stat.mac_sts_hit, 0u);
-    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10000u);
+    EXPECT_EQ(com.rte_his_l2_mac_vid[3], 0x10000u);
 }
 
 TEST_F(LueMacCls, PortThatDoesNotAskGetsNothing) {
@@ -158,21 +158,21 @@ TEST_F(LueMacCls, TrillFrameGetsNoVidButTheHistoryOfATrillPortSeesIt) {
     EXPECT_TRUE(has(mac(), bypass));
     EXPECT_EQ(stat.macVidHit, 0u);
     EXPECT_EQ(stat.macVid, 0u);
-    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10000u);
+    EXPECT_EQ(com.rte_his_l2_mac_vid[3], 0x10000u);
     stat.isTrillPort = 1;
     EXPECT_FALSE(has(mac(), "[TCAM][L2Mac-vid][Hit]"));
-    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10841u);
+    EXPECT_EQ(com.rte_his_l2_mac_vid[3], 0x10841u);
     EXPECT_EQ(stat.macVidHit, 0u);
     com.rte_l2_mac_vid_en_1 = 0;
     EXPECT_FALSE(has(mac(), "not enabled")) << "the second walk is silent";
-    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10000u);
+    EXPECT_EQ(com.rte_his_l2_mac_vid[3], 0x10000u);
     // The second walk asks for the port's enable as the first one does.
     com.rte_l2_mac_vid_en_1 = 1u << 2;
     mac();
-    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10841u);
+    EXPECT_EQ(com.rte_his_l2_mac_vid[3], 0x10841u);
     portReg.rte_prc_l2_mac_vid_en = 0;
     mac();
-    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10000u);
+    EXPECT_EQ(com.rte_his_l2_mac_vid[3], 0x10000u);
 }
 
 TEST_F(LueMacCls, TrillPortsHistoryIsThatOfThePlainFrameToo) {
@@ -181,7 +181,7 @@ TEST_F(LueMacCls, TrillPortsHistoryIsThatOfThePlainFrameToo) {
     portReg.rte_prc_l2_mac_vid_en = 1;
     stat.isTrillPort = 1;
     EXPECT_TRUE(has(mac(), prefix + "[TCAM][L2Mac-vid][Hit] HitIdx: 0x41\n"));
-    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10841u);
+    EXPECT_EQ(com.rte_his_l2_mac_vid[3], 0x10841u);
 }
 
 TEST_F(LueMacCls, PriorityComesFromTheIndexsByte) {
@@ -196,7 +196,7 @@ TEST_F(LueMacCls, PriorityComesFromTheIndexsByte) {
         EXPECT_EQ(stat.macPrioHit, 1u);
         EXPECT_EQ(stat.macPrio, prioLst[i]);
         EXPECT_EQ(stat.macDp, dpLst[i]);
-        EXPECT_EQ(com.rte_his_l2_mac_prio_3, 0x10000u | 1 << 11 | (4 + i));
+        EXPECT_EQ(com.rte_his_l2_mac_prio[3], 0x10000u | 1 << 11 | (4 + i));
     }
 }
 
@@ -206,14 +206,14 @@ TEST_F(LueMacCls, PriorityHitIsTheRegistersValue) {
     portReg.rte_prc_l2_mac_prio_en = 6;
     mac();
     EXPECT_EQ(stat.macPrioHit, 6u);
-    EXPECT_EQ(com.rte_his_l2_mac_prio_3, 0x10000u | 6 << 11 | 40 << 5);
+    EXPECT_EQ(com.rte_his_l2_mac_prio[3], 0x10000u | 6 << 11 | 40 << 5);
 }
 
 TEST_F(LueMacCls, HistoriesHaveTheHitFlagsOfTheFrame) {
     stat.macVidHit = stat.macPrioHit = 1;
     mac();
-    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10800u);
-    EXPECT_EQ(com.rte_his_l2_mac_prio_3, 0x10800u);
+    EXPECT_EQ(com.rte_his_l2_mac_vid[3], 0x10800u);
+    EXPECT_EQ(com.rte_his_l2_mac_prio[3], 0x10800u);
 }
 
 TEST_F(LueMacCls, UpperBitsOfThePriorityByteDoNotCount) {
@@ -272,13 +272,13 @@ TEST_F(LueMacCls, IndexHistoriesHaveRanges) {
     com.rte_l2_mac_vid_en_1 = com.rte_l2_mac_prio_en_1 = 1;
     com.rte_lue_l2_mac_vid_addr_lo = com.rte_lue_l2_mac_prio_addr_lo = 6;
     mac();
-    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0u);
-    EXPECT_EQ(com.rte_his_l2_mac_prio_3, 0u);
+    EXPECT_EQ(com.rte_his_l2_mac_vid[3], 0u);
+    EXPECT_EQ(com.rte_his_l2_mac_prio[3], 0u);
     com.rte_lue_l2_mac_vid_addr_lo = com.rte_lue_l2_mac_prio_addr_lo = 5;
     com.rte_lue_l2_mac_vid_addr_hi = com.rte_lue_l2_mac_prio_addr_hi = 5;
     mac();
-    EXPECT_EQ(com.rte_his_l2_mac_vid_3, 0x10805u);
-    EXPECT_EQ(com.rte_his_l2_mac_prio_3, 0x10805u);
+    EXPECT_EQ(com.rte_his_l2_mac_vid[3], 0x10805u);
+    EXPECT_EQ(com.rte_his_l2_mac_prio[3], 0x10805u);
 }
 
 TEST_F(LueL2VidCls, ControlOverrideWinsOverATag) {
@@ -386,13 +386,13 @@ TEST_F(LueCloudCls, AddressKey) {
     EXPECT_EQ(stat.policyId, 0xabcu);
     EXPECT_EQ(stat.vlanMtu, 1500u);
     EXPECT_EQ(stat.cldTransp, 0u);
-    EXPECT_EQ(com.rte_his_csc_tcam_key_3_w0, 1u << 24 | 0x1aabb);
-    EXPECT_EQ(com.rte_his_csc_tcam_key_3_w1, 0xccddeeffu);
-    EXPECT_EQ(com.rte_his_csc_tcam_key_3_w2, 0x0007ffc3u);
-    EXPECT_EQ(com.rte_his_csc_vpn_rslt_3, 0x10000u | 1 << 14 | 0x3fff);
-    EXPECT_EQ(com.rte_his_csc_policy_rslt_3, 0x10009u);
-    EXPECT_EQ(com.rte_his_csc_iivid_vpn_id_3, 0x11234u);
-    EXPECT_EQ(com.rte_his_l2_vid_mtu_3, 0x11234u);
+    EXPECT_EQ(com.rte_his_csc_tcam_key[3][0], 1u << 24 | 0x1aabb);
+    EXPECT_EQ(com.rte_his_csc_tcam_key[3][1], 0xccddeeffu);
+    EXPECT_EQ(com.rte_his_csc_tcam_key[3][2], 0x0007ffc3u);
+    EXPECT_EQ(com.rte_his_csc_vpn_rslt[3], 0x10000u | 1 << 14 | 0x3fff);
+    EXPECT_EQ(com.rte_his_csc_policy_rslt[3], 0x10009u);
+    EXPECT_EQ(com.rte_his_csc_iivid_vpn_id[3], 0x11234u);
+    EXPECT_EQ(com.rte_his_l2_vid_mtu[3], 0x11234u);
 }
 
 TEST_F(LueCloudCls, QinqKeyHasTheServiceVid) {
@@ -433,7 +433,7 @@ TEST_F(LueCloudCls, TrillKey) {
 TEST_F(LueCloudCls, MissReadsTheDefaultRows) {
     com.csc_unk_vpn_rslt_addr = 5;
     com.csc_unk_policy_rslt_addr = 6;
-    com.csc_vpn_mask_3 = com.csc_policy_mask_3 = 0xffffffff;
+    com.csc_vpn_mask_3 = com.csc_policy_mask[3] = 0xffffffff;
     com.res_passthru_ivid = com.res_s_passthru_ivid = 1;
     setVpnRslt(5, 0x100, 0x22222);
     mem.RTE_CLOUD_RSLT_POLICY_SRAM[6] = 0x33;
@@ -443,14 +443,14 @@ TEST_F(LueCloudCls, MissReadsTheDefaultRows) {
     EXPECT_EQ(stat.iivid, 0x100u);
     EXPECT_EQ(stat.vpn_id, 0x22222u);
     EXPECT_EQ(stat.policyId, 0x33u);
-    EXPECT_EQ(com.rte_his_csc_vpn_rslt_3, 0x10005u);
-    EXPECT_EQ(com.rte_his_csc_policy_rslt_3, 0x10006u);
+    EXPECT_EQ(com.rte_his_csc_vpn_rslt[3], 0x10005u);
+    EXPECT_EQ(com.rte_his_csc_policy_rslt[3], 0x10006u);
 }
 
 TEST_F(LueCloudCls, HitInABlockWithoutAMaskBitActsAsNone) {
     cloudAny(0x1080); // block 33: bit 1 of register 2
     com.csc_unk_vpn_rslt_addr = com.csc_unk_policy_rslt_addr = 5;
-    com.csc_vpn_mask_2 = com.csc_policy_mask_2 = ~2u;
+    com.csc_vpn_mask_2 = com.csc_policy_mask[2] = ~2u;
     com.csc_vpn_mask_0 = com.csc_vpn_mask_1 = com.csc_vpn_mask_3 = 0xffffffff;
     EXPECT_TRUE(has(cloud(), "VPN Idx=0x5,"));
     com.csc_vpn_mask_2 = 2;
@@ -464,7 +464,7 @@ TEST_F(LueCloudCls, VpnAndPolicyTakeDifferentEntriesOfOneSearch) {
     cloudAny(0x80);
     cloudAny(0x2000); // register 1
     com.csc_vpn_mask_3 = 2;
-    com.csc_policy_mask_1 = 1;
+    com.csc_policy_mask[1] = 1;
     setVpnRslt(0x80, 0x55, 0);
     mem.RTE_CLOUD_RSLT_POLICY_SRAM[0x2000] = 0x66;
     com.res_passthru_ivid = 1;
@@ -474,13 +474,13 @@ TEST_F(LueCloudCls, VpnAndPolicyTakeDifferentEntriesOfOneSearch) {
         has(text, prefix + "[TCAM][Cloud][Hit] Policy HitIdx: 0x2000\n" + prefix + "[RSLT][Cloud] Policy ID: 0x66\n"));
     EXPECT_EQ(stat.iivid, 0x55u);
     EXPECT_EQ(stat.policyId, 0x66u);
-    EXPECT_EQ(com.rte_his_csc_policy_rslt_3, 0x10000u | 1 << 14 | 0x2000);
+    EXPECT_EQ(com.rte_his_csc_policy_rslt[3], 0x10000u | 1 << 14 | 0x2000);
 }
 
 TEST_F(LueCloudCls, EachMaskRegisterHasItsQuarterOfTheEntries) {
     uint32_t *const vpnMask[] = {&com.csc_vpn_mask_3, &com.csc_vpn_mask_2, &com.csc_vpn_mask_1, &com.csc_vpn_mask_0};
-    uint32_t *const policyMask[] = {&com.csc_policy_mask_3, &com.csc_policy_mask_2, &com.csc_policy_mask_1,
-                                    &com.csc_policy_mask_0};
+    uint32_t *const policyMask[] = {&com.csc_policy_mask[3], &com.csc_policy_mask[2], &com.csc_policy_mask[1],
+                                    &com.csc_policy_mask[0]};
     for (uint32_t quarter = 0; quarter < 4; quarter++)
         cloudAny(quarter * 4096 + 6 * 128 + 1);
     for (uint32_t quarter = 0; quarter < 4; quarter++) {
@@ -488,8 +488,8 @@ TEST_F(LueCloudCls, EachMaskRegisterHasItsQuarterOfTheEntries) {
         *policyMask[3 - quarter] = 1u << 6;
         cloud();
         const uint32_t policyIdx = (3 - quarter) * 4096 + 6 * 128 + 1;
-        EXPECT_EQ(com.rte_his_csc_vpn_rslt_3, 0x10000u | 1 << 14 | (quarter * 4096 + 6 * 128 + 1));
-        EXPECT_EQ(com.rte_his_csc_policy_rslt_3, 0x10000u | 1 << 14 | policyIdx);
+        EXPECT_EQ(com.rte_his_csc_vpn_rslt[3], 0x10000u | 1 << 14 | (quarter * 4096 + 6 * 128 + 1));
+        EXPECT_EQ(com.rte_his_csc_policy_rslt[3], 0x10000u | 1 << 14 | policyIdx);
         *vpnMask[quarter] = *policyMask[3 - quarter] = 0;
     }
 }
@@ -498,15 +498,15 @@ TEST_F(LueCloudCls, IndexHistoriesHaveRanges) {
     struct {
         uint32_t *lo, *hi, *his, key, masked;
     } const rows[] = {
-        {&com.rte_lue_csc_vpn_addr_lo, &com.rte_lue_csc_vpn_addr_hi, &com.rte_his_csc_vpn_rslt_3, 0x6005, 0x2005},
-        {&com.rte_lue_csc_policy_addr_lo, &com.rte_lue_csc_policy_addr_hi, &com.rte_his_csc_policy_rslt_3, 0x6005,
+        {&com.rte_lue_csc_vpn_addr_lo, &com.rte_lue_csc_vpn_addr_hi, &com.rte_his_csc_vpn_rslt[3], 0x6005, 0x2005},
+        {&com.rte_lue_csc_policy_addr_lo, &com.rte_lue_csc_policy_addr_hi, &com.rte_his_csc_policy_rslt[3], 0x6005,
          0x2005},
-        {&com.rte_lue_csc_iivid_vpn_id_addr_lo, &com.rte_lue_csc_iivid_vpn_id_addr_hi, &com.rte_his_csc_iivid_vpn_id_3,
+        {&com.rte_lue_csc_iivid_vpn_id_addr_lo, &com.rte_lue_csc_iivid_vpn_id_addr_hi, &com.rte_his_csc_iivid_vpn_id[3],
          0x2123, 0x0123}, // 13 bits count
-        {&com.rte_lue_l2_mtu_addr_lo, &com.rte_lue_l2_mtu_addr_hi, &com.rte_his_l2_vid_mtu_3, 0x2123, 0x2123},
+        {&com.rte_lue_l2_mtu_addr_lo, &com.rte_lue_l2_mtu_addr_hi, &com.rte_his_l2_vid_mtu[3], 0x2123, 0x2123},
     };
     cloudAny(0x2005); // block 64: bit 0 of register 1
-    com.csc_vpn_mask_1 = com.csc_policy_mask_1 = 1;
+    com.csc_vpn_mask_1 = com.csc_policy_mask[1] = 1;
     setVpnRslt(0x2005, 0xbbb, 0);
     com.res_passthru_ivid = 0xbbb;
     stat.icvid = 0x2123; // passes through with more than 13 bits
@@ -595,11 +595,11 @@ TEST_F(LueCloudCls, CondemnedFrameLeavesNoKeyAndNoIividInTheHistories) {
         *flag = 1;
         cloud();
         *flag = 0;
-        EXPECT_EQ(com.rte_his_csc_tcam_key_3_w0, 0u);
-        EXPECT_EQ(com.rte_his_csc_iivid_vpn_id_3, 0u);
-        EXPECT_EQ(com.rte_his_csc_vpn_rslt_3, 0x10000u);
-        EXPECT_EQ(com.rte_his_csc_policy_rslt_3, 0x10000u);
-        EXPECT_EQ(com.rte_his_l2_vid_mtu_3, 0x10000u);
+        EXPECT_EQ(com.rte_his_csc_tcam_key[3][0], 0u);
+        EXPECT_EQ(com.rte_his_csc_iivid_vpn_id[3], 0u);
+        EXPECT_EQ(com.rte_his_csc_vpn_rslt[3], 0x10000u);
+        EXPECT_EQ(com.rte_his_csc_policy_rslt[3], 0x10000u);
+        EXPECT_EQ(com.rte_his_l2_vid_mtu[3], 0x10000u);
     }
 }
 

@@ -136,8 +136,8 @@ protected:
     void chassis(uint32_t entry, uint64_t mac, uint32_t span, uint32_t rsltIdx, uint32_t myDaId) {
         tcamExact(mem.RTE_MYDA_PREFIX_TCAM, entry, {static_cast<uint32_t>(mac >> 24) & 0xffffff});
         mem.RTE_MYDA_PREFIX_TCAM[2 * entry + 1] &= 0xffffff;
-        regElem(&com, &CmRteHsiComReg::rte_l2_chs_mac_lo_0, entry) = static_cast<uint32_t>(mac) & 0xffffff;
-        regElem(&com, &CmRteHsiComReg::rte_l2_chs_mac_hi_0, entry) = (static_cast<uint32_t>(mac) & 0xffffff) + span;
+        com.rte_l2_chs_mac_lo[entry] = static_cast<uint32_t>(mac) & 0xffffff;
+        com.rte_l2_chs_mac_hi[entry] = (static_cast<uint32_t>(mac) & 0xffffff) + span;
         mem.RTE_MYDA_LOOKUP_RSLT_RA[entry] = myDaId << 19 | rsltIdx;
     }
 
@@ -916,19 +916,19 @@ TEST_F(L2ExmHis, KeysAndIndicesAreCaptured) {
     putDa(rsltWord(1));
     const uint32_t saIdx = putTcam(key0(0, kFid), macKey1(kSa), 3, rsltWord(1));
     run();
-    EXPECT_EQ(com.rte_his_l2_fid_3, 0x10000u | kIivid);
-    EXPECT_EQ(com.rte_his_l2_vid_mgid_3, 0x10000u | kIivid);
-    EXPECT_EQ(com.rte_his_l2_exm_tcam_key_da_3_w0, 0x10000u | kFid);
-    EXPECT_EQ(com.rte_his_l2_exm_tcam_key_da_3_w1, 0xaau);
-    EXPECT_EQ(com.rte_his_l2_exm_tcam_key_da_3_w2, 0xbbccddeeu);
-    EXPECT_EQ(com.rte_his_l2_exm_tcam_key_sa_3_w2, 0x22334455u);
-    EXPECT_EQ(com.rte_his_l2_exm_idx_da_3, 1u << 24 | hashOf(kFid, kDa));
-    EXPECT_EQ(com.rte_his_l2_exm_idx_sa_3, 1u << 24 | hashOf(kFid, kSa));
-    EXPECT_EQ(com.rte_his_l2_exm_bkt_da_3, 0x10000u | 77);
-    EXPECT_EQ(com.rte_his_l2_exm_bkt_sa_3, 0x10000u);
-    EXPECT_EQ(com.rte_his_l2_exm_rslt_da_3, 1u << 24 | 1u << 19 | (77 * 32 + 5));
-    EXPECT_EQ(com.rte_his_l2_exm_rslt_sa_3, 1u << 24 | 1u << 20 | saIdx);
-    EXPECT_EQ(com.rte_his_l2_stp_en_3, 1u << 24 | kPort << 10 | kIivid >> 3);
+    EXPECT_EQ(com.rte_his_l2_fid[3], 0x10000u | kIivid);
+    EXPECT_EQ(com.rte_his_l2_vid_mgid[3], 0x10000u | kIivid);
+    EXPECT_EQ(com.rte_his_l2_exm_tcam_key_da[3][0], 0x10000u | kFid);
+    EXPECT_EQ(com.rte_his_l2_exm_tcam_key_da[3][1], 0xaau);
+    EXPECT_EQ(com.rte_his_l2_exm_tcam_key_da[3][2], 0xbbccddeeu);
+    EXPECT_EQ(com.rte_his_l2_exm_tcam_key_sa[3][2], 0x22334455u);
+    EXPECT_EQ(com.rte_his_l2_exm_idx_da[3], 1u << 24 | hashOf(kFid, kDa));
+    EXPECT_EQ(com.rte_his_l2_exm_idx_sa[3], 1u << 24 | hashOf(kFid, kSa));
+    EXPECT_EQ(com.rte_his_l2_exm_bkt_da[3], 0x10000u | 77);
+    EXPECT_EQ(com.rte_his_l2_exm_bkt_sa[3], 0x10000u);
+    EXPECT_EQ(com.rte_his_l2_exm_rslt_da[3], 1u << 24 | 1u << 19 | (77 * 32 + 5));
+    EXPECT_EQ(com.rte_his_l2_exm_rslt_sa[3], 1u << 24 | 1u << 20 | saIdx);
+    EXPECT_EQ(com.rte_his_l2_stp_en[3], 1u << 24 | kPort << 10 | kIivid >> 3);
 }
 
 TEST_F(L2ExmHis, UnchangedVlanIsTheFidKey) {
@@ -937,12 +937,12 @@ TEST_F(L2ExmHis, UnchangedVlanIsTheFidKey) {
     com.dont_change_ivid = kIivid;
     trill(1, 0);
     run();
-    EXPECT_EQ(com.rte_his_l2_fid_3, 0x10000u | kIivid);
+    EXPECT_EQ(com.rte_his_l2_fid[3], 0x10000u | kIivid);
     com.rte_lue_l2_fid_addr_hi = com.rte_lue_l2_fid_addr_lo = kIivid + 1;
-    com.rte_his_l2_fid_3 = 0;
+    com.rte_his_l2_fid[3] = 0;
     newFrame();
     run();
-    EXPECT_EQ(com.rte_his_l2_fid_3, 0u) << "out of range";
+    EXPECT_EQ(com.rte_his_l2_fid[3], 0u) << "out of range";
 }
 
 TEST_F(L2ExmHis, BucketsAreComparedInAllTheirBits) {
@@ -954,17 +954,17 @@ TEST_F(L2ExmHis, BucketsAreComparedInAllTheirBits) {
         setBucket(key0(0, kFid), macKey1(kSa), saBucket);
         com.rte_lue_l2_exm_bkt_da_addr_hi = com.rte_lue_l2_exm_bkt_da_addr_lo = daBucket;
         com.rte_lue_l2_exm_bkt_sa_addr_hi = com.rte_lue_l2_exm_bkt_sa_addr_lo = saBucket;
-        com.rte_his_l2_exm_bkt_da_3 = com.rte_his_l2_exm_bkt_sa_3 = 0;
+        com.rte_his_l2_exm_bkt_da[3] = com.rte_his_l2_exm_bkt_sa[3] = 0;
         newFrame();
         run();
-        EXPECT_EQ(com.rte_his_l2_exm_bkt_da_3, 0x10000u | daBucket);
-        EXPECT_EQ(com.rte_his_l2_exm_bkt_sa_3, 0x10000u | saBucket);
+        EXPECT_EQ(com.rte_his_l2_exm_bkt_da[3], 0x10000u | daBucket);
+        EXPECT_EQ(com.rte_his_l2_exm_bkt_sa[3], 0x10000u | saBucket);
         com.rte_lue_l2_exm_bkt_da_addr_hi = com.rte_lue_l2_exm_bkt_da_addr_lo = daBucket ^ 1u << (bit + 1) % 14;
         com.rte_lue_l2_exm_bkt_sa_addr_hi = com.rte_lue_l2_exm_bkt_sa_addr_lo = saBucket ^ 1u << (bit + 1) % 14;
-        com.rte_his_l2_exm_bkt_da_3 = com.rte_his_l2_exm_bkt_sa_3 = 0;
+        com.rte_his_l2_exm_bkt_da[3] = com.rte_his_l2_exm_bkt_sa[3] = 0;
         newFrame();
         run();
-        EXPECT_EQ(com.rte_his_l2_exm_bkt_da_3 | com.rte_his_l2_exm_bkt_sa_3, 0u) << "out of range";
+        EXPECT_EQ(com.rte_his_l2_exm_bkt_da[3] | com.rte_his_l2_exm_bkt_sa[3], 0u) << "out of range";
     }
 }
 
@@ -1019,37 +1019,37 @@ TEST_F(L2ExmStp, TrillUnicastAndSkipAlwaysForward) {
 TEST_F(L2ExmDbg, CountsEachSideThatIsEnabled) {
     stat.l2ExmDaIdx = 70;
     stat.l2ExmSaIdx = 70;
-    com.rte_l2_dbg_port_msk_0 = com.rte_l2_dbg_port_msk_15 = 1u << kPort;
-    com.rte_l2_dbg_idx_0 = com.rte_l2_dbg_idx_15 = 70;
-    com.rte_l2_dbg_da_en_0 = com.rte_l2_dbg_sa_en_0 = 1;
-    com.rte_l2_dbg_sa_en_15 = 1;
-    com.rte_l2_dbg_port_msk_7 = ~(1u << kPort);
-    com.rte_l2_dbg_idx_7 = 70;
-    com.rte_l2_dbg_da_en_7 = 1;
-    com.rte_l2_dbg_port_msk_8 = 1u << kPort; // neither side enabled
-    com.rte_l2_dbg_idx_8 = 70;
-    com.rte_l2_dbg_port_msk_9 = 1u << kPort; // another index
-    com.rte_l2_dbg_idx_9 = 71;
-    com.rte_l2_dbg_da_en_9 = com.rte_l2_dbg_sa_en_9 = 1;
+    com.rte_l2_dbg[0].port_msk = com.rte_l2_dbg[15].port_msk = 1u << kPort;
+    com.rte_l2_dbg[0].idx = com.rte_l2_dbg[15].idx = 70;
+    com.rte_l2_dbg[0].da_en = com.rte_l2_dbg[0].sa_en = 1;
+    com.rte_l2_dbg[15].sa_en = 1;
+    com.rte_l2_dbg[7].port_msk = ~(1u << kPort);
+    com.rte_l2_dbg[7].idx = 70;
+    com.rte_l2_dbg[7].da_en = 1;
+    com.rte_l2_dbg[8].port_msk = 1u << kPort; // neither side enabled
+    com.rte_l2_dbg[8].idx = 70;
+    com.rte_l2_dbg[9].port_msk = 1u << kPort; // another index
+    com.rte_l2_dbg[9].idx = 71;
+    com.rte_l2_dbg[9].da_en = com.rte_l2_dbg[9].sa_en = 1;
     L2ExmDbgCnt(&stat);
-    EXPECT_EQ(com.rte_l2_dbg_cnt_0_w1, 2u);
-    EXPECT_EQ(com.rte_l2_dbg_cnt_15_w1, 1u);
-    EXPECT_EQ(com.rte_l2_dbg_cnt_7_w1, 0u);
-    EXPECT_EQ(com.rte_l2_dbg_cnt_8_w1, 0u);
-    EXPECT_EQ(com.rte_l2_dbg_cnt_9_w1, 0u);
-    com.rte_l2_dbg_cnt_0_w0 = 0xff;
-    com.rte_l2_dbg_cnt_0_w1 = 0xffffffff;
+    EXPECT_EQ(com.rte_l2_dbg_cnt[0][1], 2u);
+    EXPECT_EQ(com.rte_l2_dbg_cnt[15][1], 1u);
+    EXPECT_EQ(com.rte_l2_dbg_cnt[7][1], 0u);
+    EXPECT_EQ(com.rte_l2_dbg_cnt[8][1], 0u);
+    EXPECT_EQ(com.rte_l2_dbg_cnt[9][1], 0u);
+    com.rte_l2_dbg_cnt[0][0] = 0xff;
+    com.rte_l2_dbg_cnt[0][1] = 0xffffffff;
     L2ExmDbgCnt(&stat);
-    EXPECT_EQ(com.rte_l2_dbg_cnt_0_w0, 0u) << "40 bits wide";
-    EXPECT_EQ(com.rte_l2_dbg_cnt_0_w1, 1u);
+    EXPECT_EQ(com.rte_l2_dbg_cnt[0][0], 0u) << "40 bits wide";
+    EXPECT_EQ(com.rte_l2_dbg_cnt[0][1], 1u);
 }
 
 TEST_F(L2ExmDbg, SeesTheIndicesOfTheFrame) {
-    com.rte_l2_dbg_port_msk_3 = 1u << kPort;
-    com.rte_l2_dbg_da_en_3 = 1;
-    com.rte_l2_dbg_idx_3 = 1000;
+    com.rte_l2_dbg[3].port_msk = 1u << kPort;
+    com.rte_l2_dbg[3].da_en = 1;
+    com.rte_l2_dbg[3].idx = 1000;
     run();
-    EXPECT_EQ(com.rte_l2_dbg_cnt_3_w1, 1u);
+    EXPECT_EQ(com.rte_l2_dbg_cnt[3][1], 1u);
 }
 
 // Whatever stands in the chip, the lookup ends and stays inside it.

@@ -395,11 +395,11 @@ TEST_F(L2LrnPush, Histories) {
     com.rte_l2_sa_lrn_inf_wr_ptr = 0x123;
     com.rte_l2_da_lrn_inf_wr_ptr = 0x2bc;
     sa();
-    EXPECT_EQ(com.rte_his_l2_sa_lrn_lip_3, 0x10000u | hashOf());
-    EXPECT_EQ(com.rte_his_l2_sa_lrn_inf_3, 0x10123u);
+    EXPECT_EQ(com.rte_his_l2_sa_lrn_lip[3], 0x10000u | hashOf());
+    EXPECT_EQ(com.rte_his_l2_sa_lrn_inf[3], 0x10123u);
     da();
-    EXPECT_EQ(com.rte_his_l2_da_lrn_lip_3, 0x10000u | hashOf());
-    EXPECT_EQ(com.rte_his_l2_da_lrn_inf_3, 0x102bcu);
+    EXPECT_EQ(com.rte_his_l2_da_lrn_lip[3], 0x10000u | hashOf());
+    EXPECT_EQ(com.rte_his_l2_da_lrn_inf[3], 0x102bcu);
 }
 
 TEST_F(L2LrnPush, HistoryRangesOfSourceAndDestinationAreTheirOwn) {
@@ -410,19 +410,19 @@ TEST_F(L2LrnPush, HistoryRangesOfSourceAndDestinationAreTheirOwn) {
     com.rte_lue_l2_sa_lrn_lip_addr_hi = 0x7fff;
     com.rte_lue_l2_da_lrn_inf_addr_lo = com.rte_lue_l2_da_lrn_lip_addr_lo = 0x7fff;
     sa();
-    EXPECT_EQ(com.rte_his_l2_sa_lrn_lip_3, 0x10000u | hashOf());
-    EXPECT_EQ(com.rte_his_l2_sa_lrn_inf_3, 0x10c00u) << "all 12 bits count";
+    EXPECT_EQ(com.rte_his_l2_sa_lrn_lip[3], 0x10000u | hashOf());
+    EXPECT_EQ(com.rte_his_l2_sa_lrn_inf[3], 0x10c00u) << "all 12 bits count";
     da();
-    EXPECT_EQ(com.rte_his_l2_da_lrn_lip_3, 0u) << "out of range";
-    EXPECT_EQ(com.rte_his_l2_da_lrn_inf_3, 0u);
+    EXPECT_EQ(com.rte_his_l2_da_lrn_lip[3], 0u) << "out of range";
+    EXPECT_EQ(com.rte_his_l2_da_lrn_inf[3], 0u);
     std::memset(mem.RTE_L2_DA_LIP_SRAM, 0, sizeof mem.RTE_L2_DA_LIP_SRAM);
     com.rte_lue_l2_sa_lrn_inf_addr_lo = com.rte_lue_l2_sa_lrn_lip_addr_lo = 0x7fff;
     com.rte_lue_l2_sa_lrn_inf_addr_hi = com.rte_lue_l2_sa_lrn_lip_addr_hi = 0;
     com.rte_lue_l2_da_lrn_inf_addr_lo = com.rte_lue_l2_da_lrn_inf_addr_hi = 1;
     com.rte_lue_l2_da_lrn_lip_addr_lo = com.rte_lue_l2_da_lrn_lip_addr_hi = hashOf();
     da();
-    EXPECT_EQ(com.rte_his_l2_da_lrn_lip_3, 0x10000u | hashOf());
-    EXPECT_EQ(com.rte_his_l2_da_lrn_inf_3, 0x10001u);
+    EXPECT_EQ(com.rte_his_l2_da_lrn_lip[3], 0x10000u | hashOf());
+    EXPECT_EQ(com.rte_his_l2_da_lrn_inf[3], 0x10001u);
 }
 
 TEST_F(L2LrnPush, DestinationFifoHasItsOwnRegisters) {

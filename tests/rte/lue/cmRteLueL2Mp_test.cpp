@@ -114,8 +114,8 @@ TEST_F(L2MpChain, MpidThenLgid) {
     EXPECT_EQ(stat.l2PselLgIdSts, 0x400u);
     EXPECT_EQ(stat.l2PselDaRsltLgid, kMpid | 0x77);
     EXPECT_EQ(stat.l2PselMctIdStsEn, 0u);
-    EXPECT_EQ(com.rte_his_l2_psel_mpid_3, 0x10800u);
-    EXPECT_EQ(com.rte_his_l2_psel_lgid_3, 0x10400u);
+    EXPECT_EQ(com.rte_his_l2_psel_mpid[3], 0x10800u);
+    EXPECT_EQ(com.rte_his_l2_psel_lgid[3], 0x10400u);
     EXPECT_TRUE(has(text, pfx + "[MULTI_PATH] gid from L2_MPID: 8020, isMgid:0\n"));
     EXPECT_TRUE(has(text, pfx + "[MULTI_PATH] gid from L2_LGID: 10077, isMgid: 0\n"));
 }
@@ -149,8 +149,8 @@ TEST_F(L2MpChain, SourceLookupRecordsItsOwn) {
     EXPECT_EQ(stat.l2PselSaRsltLgidIsL2Mgid, 0u);
     EXPECT_EQ(stat.l2PselMpIdStsEn, 0u);
     EXPECT_EQ(stat.l2PselLgIdStsEn, 0u);
-    EXPECT_EQ(com.rte_his_l2_psel_mpid_3, 0u);
-    EXPECT_EQ(com.rte_his_l2_psel_lgid_3, 0u);
+    EXPECT_EQ(com.rte_his_l2_psel_mpid[3], 0u);
+    EXPECT_EQ(com.rte_his_l2_psel_lgid[3], 0u);
     newFrame();
     stat.l2PselEgidMgid = kMpid | 0x100;
     mem.RTE_L2_PSEL_MPID_SRAM[0x800] = kIsMgid | 0x20;
@@ -175,7 +175,7 @@ TEST_F(L2MpChain, TrillDestination) {
     std::string text = run();
     EXPECT_EQ(stat.l2PselEgidMgid, 0x77u);
     EXPECT_TRUE(has(text, pfx + "[MULTI_PATH] gidVal from TRILL: 8020, isMgid: 0\n"));
-    EXPECT_EQ(com.rte_his_l2_psel_trill_dest_3, 0x1fffeu);
+    EXPECT_EQ(com.rte_his_l2_psel_trill_dest[3], 0x1fffeu);
 
     newFrame();
     stat.l2PselDoTrillMP = stat.l2PselTrillVld = stat.l2PselOverrideTrillEgid = 1;
@@ -215,11 +215,11 @@ TEST_F(L2MpChain, TreeNamesTheDestination) {
     EXPECT_EQ(stat.l2PselEgidMgid, 0x66u);
     EXPECT_EQ(stat.l2PselMctIdStsEn, 1u);
     EXPECT_EQ(stat.l2PselMctIdSts, 0x800u);
-    EXPECT_EQ(com.rte_his_l2_psel_mctid_3, 0x10800u);
+    EXPECT_EQ(com.rte_his_l2_psel_mctid[3], 0x10800u);
     EXPECT_TRUE(has(text, pfx + "[MULTI_PATH] trillDa from MCTID_SRAM: 0xc242\n"));
 
     newFrame();
-    com.rte_his_l2_psel_mctid_3 = 0;
+    com.rte_his_l2_psel_mctid[3] = 0;
     stat.l2PselDoTrillMP = stat.l2PselIsMctid = stat.l2PselOverrideTrillEgid = 1;
     stat.l2PselMctId = 0x100;
     stat.l2PselEgidMgid = 0x999;
@@ -227,7 +227,7 @@ TEST_F(L2MpChain, TreeNamesTheDestination) {
     EXPECT_EQ(stat.l2PselTrillDa, 0xc242u);
     EXPECT_EQ(stat.l2PselEgidMgid, 0x999u);
     EXPECT_EQ(stat.l2PselMctIdStsEn, 0u);
-    EXPECT_EQ(com.rte_his_l2_psel_mctid_3, 0x10800u) << "captured for the source too";
+    EXPECT_EQ(com.rte_his_l2_psel_mctid[3], 0x10800u) << "captured for the source too";
 }
 
 TEST_F(L2MpChain, DropAndTrapHaveNoMulticastGroup) {
@@ -243,8 +243,8 @@ TEST_F(L2MpChain, DropAndTrapHaveNoMulticastGroup) {
 }
 
 TEST_F(L2MpSts, Mpid) {
-    com.rte_l2_psel_sts_mpid_1 = com.rte_l2_psel_sts_mpid_31 = 0x1abc;
-    com.rte_l2_psel_sts_mpid_31 = 0x1abd;
+    com.rte_l2_psel_sts_mpid[1] = com.rte_l2_psel_sts_mpid[31] = 0x1abc;
+    com.rte_l2_psel_sts_mpid[31] = 0x1abd;
     mem.RTE_L2_PSEL_STS_MPID_BCNT_SRAM[2 * 13 + 1] = 0xffffffff;
     std::string text = printed([&] { L2MpidSts(0x1abc << 3 | 5, &stat); });
     EXPECT_EQ(mem.RTE_L2_PSEL_STS_MPID_FCNT_SRAM[2 * 13 + 1], 1u);
@@ -264,7 +264,7 @@ TEST_F(L2MpSts, Mpid) {
 }
 
 TEST_F(L2MpSts, TreeTakesTheFirstMatch) {
-    com.rte_l2_psel_sts_mctid_3 = com.rte_l2_psel_sts_mctid_4 = 0x7;
+    com.rte_l2_psel_sts_mctid[3] = com.rte_l2_psel_sts_mctid[4] = 0x7;
     mem.RTE_L2_PSEL_STS_MCTID_FCNT_SRAM[2 * 26] = 0xff;
     mem.RTE_L2_PSEL_STS_MCTID_FCNT_SRAM[2 * 26 + 1] = 0xffffffff;
     const std::string text = printed([&] { MctMpSts(0x7 << 3 | 2, &stat); });
@@ -279,8 +279,8 @@ TEST_F(L2MpSts, TreeTakesTheFirstMatch) {
 }
 
 TEST_F(L2MpSts, Lag) {
-    com.rte_l2_psel_sts_lgid_0 = 1;
-    com.rte_l2_psel_sts_lgid_7 = 0x3ff;
+    com.rte_l2_psel_sts_lgid[0] = 1;
+    com.rte_l2_psel_sts_lgid[7] = 0x3ff;
     const std::string groups = "lag_id=3ff sts_lgid groupd: 0x1, 0x0, 0x0, 0x0, 0x0, 0x0, 0x0, 0x3ff\n";
     std::string text = printed([&] { LagSts(0x3ff << 5 | 31, &stat); });
     EXPECT_EQ(text, pfx + groups + pfx + "L2 LAG stats, lgid=0x3ff, matched grpIdx=7, address=255, byteCnt=0x64\n");
@@ -328,7 +328,7 @@ TEST_F(L2AclSts, BankNumberMayDifferFromTheId) {
 }
 
 TEST_F(L2AclSts, SampledWhenTheOldCountEndsARound) {
-    com.rte_sflow_rate_3 = 0x0b; // highest bit: 8
+    com.rte_sflow_rate[3] = 0x0b; // highest bit: 8
     for (uint32_t i = 0; i < 17; i++) {
         newFrame();
         stat.l2PselStsEn = stat.l2PselSflowEn = 1;
@@ -371,8 +371,10 @@ TEST_F(L2AclSts, RateZeroNeverSamplesButTheHitMayStand) {
     EXPECT_EQ(stat.l2AclSflwHit, 0u);
     // The flag stands at the counter's row, which the bank's number leads, not the id of the index.
     newFrame();
-    for (uint32_t i = 0; i < 7; i++)
-        regElem(&com, &CmRteHsiComReg::acl_sts_bank6_sel, 2 * i) = 1; // banks 6 to 0
+    for (uint32_t *sel :
+         {&com.acl_sts_bank0_sel, &com.acl_sts_bank1_sel, &com.acl_sts_bank2_sel, &com.acl_sts_bank3_sel,
+          &com.acl_sts_bank4_sel, &com.acl_sts_bank5_sel, &com.acl_sts_bank6_sel})
+        *sel = 1;
     mem.RTE_ACL_STS_SFLOW_RA[0x7fff >> 5] = 1;
     stat.l2PselStsEn = stat.l2PselSflowEn = 1;
     stat.l2PselStsIdx = 0x0fff;
@@ -382,8 +384,8 @@ TEST_F(L2AclSts, RateZeroNeverSamplesButTheHitMayStand) {
 }
 
 TEST_F(L2AclSts, ProfilesAbove14AreTheLastOne) {
-    com.rte_sflow_rate_14 = 0x14;
-    com.rte_sflow_rate_15 = 0x15;
+    com.rte_sflow_rate[14] = 0x14;
+    com.rte_sflow_rate[15] = 0x15;
     for (const auto &[profile, rate] : {std::pair{14u, "0x14,"}, {15u, "0x15,"}, {99u, "0x15,"}}) {
         newFrame();
         stat.l2PselStsEn = 1;

@@ -365,7 +365,7 @@ TEST_F(L3Key, IpComesBeforeFcoe) {
 }
 
 TEST_F(L3Key, TreeOfATrillFrameIsTheFirstRootOrTheOther) {
-    com.trill_mcast_rb_0 = 0x1234;
+    com.trill_mcast_rb[0] = 0x1234;
     for (uint32_t da : {0x1234u, 0x1235u}) {
         const uint32_t want = da == 0x1234 ? 1 : 0;
         for (uint32_t ver : {4u, 6u}) {
@@ -381,7 +381,7 @@ TEST_F(L3Key, TreeOfATrillFrameIsTheFirstRootOrTheOther) {
 }
 
 TEST_F(L3Key, TreeOfAnyOtherFrameIsTheTopBitOfTheChosenHash) {
-    com.trill_mcast_rb_0 = 0x1234;
+    com.trill_mcast_rb[0] = 0x1234;
     for (uint32_t typ = 0; typ < 8; typ++) {
         com.rte_l2_exm_mgid_hsh_typ = typ;
         for (uint32_t set = 0; set < 2; set++) {

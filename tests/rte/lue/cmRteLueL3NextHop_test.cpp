@@ -604,9 +604,9 @@ TEST_F(LueL3Mcuid, HashOfIpv4IsOverSixBytesWithSwappedPairs) {
         mem.RTE_L3_IPV4_MCUID_IDX_SRAM[hsh] = 3;
         com.rte_l3_ipv4_mcuid_exm_swp_ctl = row.swap;
         EXPECT_EQ(lookUp(), 0x401u) << row.swap;
-        EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_idx_3 & 0x3fff, hsh);
-        EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_bkt_3 & 0x3ff, 3u);
-        EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_rslt_3 & 0x3fff, 48u);
+        EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_idx[3] & 0x3fff, hsh);
+        EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_bkt[3] & 0x3ff, 3u);
+        EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_rslt[3] & 0x3fff, 48u);
     }
 }
 
@@ -634,9 +634,9 @@ TEST_F(LueL3Mcuid, HashOfIpv6IsOver18BytesWithASwapWordForEachPart) {
         com.rte_l3_ipv6_mcuid_exm_swp_ctl_w1 = row.w1;
         com.rte_l3_ipv6_mcuid_exm_swp_ctl_w2 = row.w2;
         EXPECT_EQ(lookUp(), 0x402u) << &row - rows;
-        EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_idx_3 & 0xfff, hsh);
-        EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_bkt_3 & 0x3ff, 3u);
-        EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_rslt_3 & 0xfff, 12u);
+        EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_idx[3] & 0xfff, hsh);
+        EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_bkt[3] & 0x3ff, 3u);
+        EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_rslt[3] & 0xfff, 12u);
     }
     // The first word of the address has its own control.
     stat.l3IpDa0 = 0x7f0e111122223333;
@@ -654,16 +654,16 @@ TEST_F(LueL3Mcuid, HashOfIpv6IsOver18BytesWithASwapWordForEachPart) {
 TEST_F(LueL3Mcuid, KeysAreRecordedWithTheirValidBitBehindThem) {
     ipv4();
     lookUp();
-    EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_tcam_key_3_w0, 0x11abcu);
-    EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_tcam_key_3_w1, 0xe1020304u);
-    EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_rslt_3 & 0x3fff, 0x2345u);
-    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key_3_w0, 0u);
+    EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_tcam_key[3][0], 0x11abcu);
+    EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_tcam_key[3][1], 0xe1020304u);
+    EXPECT_EQ(com.rte_his_l3_ipv4_mcuid_rslt[3] & 0x3fff, 0x2345u);
+    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key[3][0], 0u);
     ipv6();
     lookUp();
-    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key_3_w0, 0x11abcu);
-    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key_3_w1, 0xff0e1111u);
-    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key_3_w2, 0x22223333u);
-    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key_3_w3, 0x44445555u);
-    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key_3_w4, 0x66667777u);
-    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_rslt_3 & 0xfff, 0x345u);
+    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key[3][0], 0x11abcu);
+    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key[3][1], 0xff0e1111u);
+    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key[3][2], 0x22223333u);
+    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key[3][3], 0x44445555u);
+    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_tcam_key[3][4], 0x66667777u);
+    EXPECT_EQ(com.rte_his_l3_ipv6_mcuid_rslt[3] & 0xfff, 0x345u);
 }

@@ -396,10 +396,10 @@ TEST_F(LueL3Psel, OneFrameInTheTopBitOfTheRateIsSampled) {
         for (uint32_t profile : {0u, 7u, 15u}) {
             ready(4);
             for (uint32_t i = 0; i < 16; i++)
-                regElem(&com, &CmRteHsiComReg::rte_sflow_rate_0, i) = row.rate == 0 ? 1 : 0;
-            (profile == 0   ? com.rte_sflow_rate_0
-             : profile == 7 ? com.rte_sflow_rate_7
-                            : com.rte_sflow_rate_15) = row.rate;
+                com.rte_sflow_rate[i] = row.rate == 0 ? 1 : 0;
+            (profile == 0   ? com.rte_sflow_rate[0]
+             : profile == 7 ? com.rte_sflow_rate[7]
+                            : com.rte_sflow_rate[15]) = row.rate;
             mem.RTE_ACL_STS_FCNT_SRAM[1] = row.count;
             callees.aclRslt.sts_sflow_en = 1;
             callees.aclRslt.sflow_en = row.sflowEn & 1;

@@ -132,13 +132,13 @@ TEST_F(LueL3, VrfAndItsDefaultFlagComeFromTheVlan) {
     L3VrfLu(&stat);
     EXPECT_EQ(stat.vrfId, 0xfffu);
     EXPECT_EQ(stat.deftVrfEn, 1u);
-    EXPECT_EQ(com.rte_his_l3_vrf_3, 0x11abcu);
+    EXPECT_EQ(com.rte_his_l3_vrf[3], 0x11abcu);
 
     mem.RTE_L3_VRF_SRAM[0x1abc] = 0x0800;
     L3VrfLu(&stat);
     EXPECT_EQ(stat.vrfId, 0x800u);
     EXPECT_EQ(stat.deftVrfEn, 0u);
-    EXPECT_EQ(com.rte_his_l3_vrf_2, 0x11abcu);
+    EXPECT_EQ(com.rte_his_l3_vrf[2], 0x11abcu);
 
     mem.RTE_L3_VRF_SRAM[0x1abc] = 0x1000;
     L3VrfLu(&stat);
@@ -150,10 +150,10 @@ TEST_F(LueL3, VrfHistoryKeepsToItsRange) {
     stat.iivid = 0x100;
     com.rte_lue_l3_vrf_addr_lo = 0x101;
     L3VrfLu(&stat);
-    EXPECT_EQ(com.rte_his_l3_vrf_3, 0u);
+    EXPECT_EQ(com.rte_his_l3_vrf[3], 0u);
     com.rte_lue_l3_vrf_addr_lo = com.rte_lue_l3_vrf_addr_hi = 0x100;
     L3VrfLu(&stat);
-    EXPECT_EQ(com.rte_his_l3_vrf_3, 0x10100u);
+    EXPECT_EQ(com.rte_his_l3_vrf[3], 0x10100u);
 }
 
 TEST_F(LueL3, CustomerGroupIsTheWholeWord) {
@@ -199,7 +199,7 @@ TEST_F(LueL3, Ipv4OffReadsTheVrfAllTheSameAndDrops) {
     EXPECT_EQ(stat.l3IpTrapEn, 0u);
     EXPECT_EQ(stat.l3IpTrapRsn, 0u);
     EXPECT_EQ(stat.l3IpTrapQue, 0u);
-    EXPECT_EQ(com.rte_his_l3_vrf_3, 0x10005u);
+    EXPECT_EQ(com.rte_his_l3_vrf[3], 0x10005u);
 }
 
 TEST_F(LueL3, Ipv6OffLeavesTheVrfAlone) {
@@ -213,7 +213,7 @@ TEST_F(LueL3, Ipv6OffLeavesTheVrfAlone) {
     EXPECT_EQ(stat.l3IpDropRsn, 1u);
     EXPECT_EQ(stat.l3IpMcastRegEncap, 0u);
     EXPECT_EQ(stat.l3IpTrapEn, 0u);
-    EXPECT_EQ(com.rte_his_l3_vrf_3, 0u);
+    EXPECT_EQ(com.rte_his_l3_vrf[3], 0u);
 }
 
 // VRF 0x801 and address 0x80000001: of the key as the TCAM holds it, word 0 has address bit 31 on top and VRF bits 11:1
@@ -317,7 +317,7 @@ TEST_F(LueL3, Ipv6SearchesDaAndSa) {
     EXPECT_EQ(stat.l3FwdDaHit, 1u);
     EXPECT_EQ(stat.l3FwdSaHit, 1u);
     EXPECT_EQ(stat.vrfId, 0x801u);
-    EXPECT_EQ(com.rte_his_l3_vrf_3, 0x10005u);
+    EXPECT_EQ(com.rte_his_l3_vrf[3], 0x10005u);
     EXPECT_EQ(stat.l3FwdNextHopRsltIdx, 0xaa8a8000u >> 14);
     EXPECT_EQ(stat.l3FwdSaNextHopRsltIdx, 0xbb9bc000u >> 14);
 }
@@ -481,7 +481,7 @@ protected:
     uint32_t flags() const {
         return stat.l3CtrlDrop << 3 | stat.l3CtrlTrap << 2 | stat.l3CtrlFwd << 1 | stat.l3CtrlTrapFwd;
     }
-    const uint32_t *keyHis() const { return &com.rte_his_l3_ctl_tcam_key_3_w0; }
+    const uint32_t *keyHis() const { return &com.rte_his_l3_ctl_tcam_key[3][0]; }
 
     static constexpr uint32_t kVid = 0x0b35;
     static constexpr uint32_t kUnk = 0x5d;
@@ -599,9 +599,9 @@ TEST_F(LueL3Ctrl, MissTakesTheUnknownIndexInAllThreeResultMemories) {
     EXPECT_EQ(flags(), kTrapFlag);
     EXPECT_EQ(stat.l3CtrlTrapQue, 11u);
     EXPECT_EQ(stat.l3CtrlOvrd, 1u);
-    EXPECT_EQ(com.rte_his_l3_ctl_rslt_3, 1u << 24 | kVid << 8 | 0x5d);
-    EXPECT_EQ(com.rte_his_l3_pid_3, 0x10000u | kVid);
-    EXPECT_EQ(com.rte_his_l3_ctl_qnum_3, 0x1005du);
+    EXPECT_EQ(com.rte_his_l3_ctl_rslt[3], 1u << 24 | kVid << 8 | 0x5d);
+    EXPECT_EQ(com.rte_his_l3_pid[3], 0x10000u | kVid);
+    EXPECT_EQ(com.rte_his_l3_ctl_qnum[3], 0x1005du);
 }
 
 TEST_F(LueL3Ctrl, HitTakesItsOwnIndexAndTheFirstOneWins) {
@@ -614,8 +614,8 @@ TEST_F(LueL3Ctrl, HitTakesItsOwnIndexAndTheFirstOneWins) {
     EXPECT_EQ(stat.l3CtrlHitIdx, 0xc3u);
     EXPECT_EQ(flags(), kTrapFwdFlag);
     EXPECT_EQ(stat.l3CtrlOvrd, 1u);
-    EXPECT_EQ(com.rte_his_l3_ctl_rslt_3, 1u << 24 | 1u << 21 | kVid << 8 | 0xc3);
-    EXPECT_EQ(com.rte_his_l3_ctl_qnum_3, 0x101c3u);
+    EXPECT_EQ(com.rte_his_l3_ctl_rslt[3], 1u << 24 | 1u << 21 | kVid << 8 | 0xc3);
+    EXPECT_EQ(com.rte_his_l3_ctl_qnum[3], 0x101c3u);
 }
 
 TEST_F(LueL3Ctrl, LastEntryOfTheTcamIs255) {
@@ -632,18 +632,18 @@ TEST_F(LueL3Ctrl, HistoriesKeepToTheirRanges) {
     com.rte_lue_l3_ivid_pid_addr_lo = kVid + 1;
     com.rte_lue_l3_ctl_qnum_addr_lo = kUnk + 1;
     ctrl();
-    EXPECT_EQ(com.rte_his_l3_ctl_rslt_3, 0u);
-    EXPECT_EQ(com.rte_his_l3_pid_3, 0u);
-    EXPECT_EQ(com.rte_his_l3_ctl_qnum_3, 0u);
+    EXPECT_EQ(com.rte_his_l3_ctl_rslt[3], 0u);
+    EXPECT_EQ(com.rte_his_l3_pid[3], 0u);
+    EXPECT_EQ(com.rte_his_l3_ctl_qnum[3], 0u);
     com.rte_lue_l3_ctl_rslt_addr_lo = com.rte_lue_l3_ctl_rslt_addr_hi = kVid << 8 | kUnk;
     com.rte_lue_l3_ivid_pid_addr_lo = com.rte_lue_l3_ivid_pid_addr_hi = kVid;
     com.rte_lue_l3_ctl_qnum_addr_lo = com.rte_lue_l3_ctl_qnum_addr_hi = kUnk;
     tcamAny(mem.RTE_L3_CONTROL_TCAM, kUnk, 32);
     begin();
     ctrl();
-    EXPECT_EQ(com.rte_his_l3_ctl_rslt_3, 1u << 24 | 1u << 21 | kVid << 8 | kUnk);
-    EXPECT_EQ(com.rte_his_l3_pid_3, 0x10000u | kVid);
-    EXPECT_EQ(com.rte_his_l3_ctl_qnum_3, 0x10100u | kUnk);
+    EXPECT_EQ(com.rte_his_l3_ctl_rslt[3], 1u << 24 | 1u << 21 | kVid << 8 | kUnk);
+    EXPECT_EQ(com.rte_his_l3_pid[3], 0x10000u | kVid);
+    EXPECT_EQ(com.rte_his_l3_ctl_qnum[3], 0x10100u | kUnk);
 }
 
 TEST_F(LueL3Ctrl, ResultTypeHasTwoBitsFromTheTopOfTheWord) {

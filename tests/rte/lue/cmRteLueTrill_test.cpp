@@ -37,7 +37,7 @@ TEST_F(LueTrill, NicknameOfThisBridgeMakesAnEgressFrame) {
     com.rte_l2_trill_addr = 0xabcd;
     EXPECT_EQ(myRb(), prefix + "[TRILL_MY_RB_LU] hit = 1, overal trill_egr=1 (rte_l2_trill_addr=0xabcd)\n");
     EXPECT_EQ(stat.l2TrillEgr, 1u);
-    EXPECT_EQ(com.rte_his_trill_mrb_tcam_key_3, 0x11234u);
+    EXPECT_EQ(com.rte_his_trill_mrb_tcam_key[3], 0x11234u);
 }
 
 TEST_F(LueTrill, OtherNicknameStaysInterior) {
@@ -46,7 +46,7 @@ TEST_F(LueTrill, OtherNicknameStaysInterior) {
     stat.l2TrillDa = 0x1235;
     EXPECT_EQ(myRb(), prefix + "[TRILL_MY_RB_LU] hit = 0, overal trill_egr=0 (rte_l2_trill_addr=0x0)\n");
     EXPECT_EQ(stat.l2TrillEgr, 0u);
-    EXPECT_EQ(com.rte_his_trill_mrb_tcam_key_3, 0x11235u);
+    EXPECT_EQ(com.rte_his_trill_mrb_tcam_key[3], 0x11235u);
 }
 
 TEST_F(LueTrill, EgressFoundByTheParserStaysOnAMiss) {
@@ -57,10 +57,10 @@ TEST_F(LueTrill, EgressFoundByTheParserStaysOnAMiss) {
 }
 
 TEST_F(LueTrill, RpfReadsTheHalfWordOfTreeAndIngressBridge) {
-    com.trill_mcast_rb_0 = 0x10;
-    com.trill_mcast_rb_1 = 0x20;
-    com.trill_mcast_rb_2 = 0x30;
-    com.trill_mcast_rb_3 = 0x40;
+    com.trill_mcast_rb[0] = 0x10;
+    com.trill_mcast_rb[1] = 0x20;
+    com.trill_mcast_rb[2] = 0x30;
+    com.trill_mcast_rb[3] = 0x40;
     com.l2_trill_mcast_rpf_miss_rslt = 0;
     com.rte_lue_l2_trpf_addr_hi = 0x3ffff;
     stat.l2TrillDa = 0x30;
@@ -72,7 +72,7 @@ TEST_F(LueTrill, RpfReadsTheHalfWordOfTreeAndIngressBridge) {
                          "Trill MC RPF. rpfChkAddr=0x20102, trill_rpf_port=11, rpfDropMap=0x800\n" + prefix +
                          "Trill MC RPF. rpfChkBit=1\n");
     EXPECT_EQ(stat.l2TrillMcRpfDrop, 1u);
-    EXPECT_EQ(com.rte_his_trill_rpf_rslt_3, 1u << 24 | 2u << 12 | 0x10081u);
+    EXPECT_EQ(com.rte_his_trill_rpf_rslt[3], 1u << 24 | 2u << 12 | 0x10081u);
 
     // Odd bridge numbers have the low half.
     stat.l2TrillMcRpfDrop = 0;
@@ -85,9 +85,9 @@ TEST_F(LueTrill, RpfReadsTheHalfWordOfTreeAndIngressBridge) {
 }
 
 TEST_F(LueTrill, FirstEqualTreeCounts) {
-    com.trill_mcast_rb_0 = 0x10;
-    com.trill_mcast_rb_1 = com.trill_mcast_rb_3 = 0x20;
-    com.trill_mcast_rb_2 = 0x30;
+    com.trill_mcast_rb[0] = 0x10;
+    com.trill_mcast_rb[1] = com.trill_mcast_rb[3] = 0x20;
+    com.trill_mcast_rb[2] = 0x30;
     struct {
         uint32_t da, tree;
     } const rows[] = {{0x10, 0}, {0x20, 1}, {0x30, 2}, {0x40, 4}};
@@ -98,7 +98,7 @@ TEST_F(LueTrill, FirstEqualTreeCounts) {
 }
 
 TEST_F(LueTrill, LastTreeReadsTheEndOfTheMemory) {
-    com.trill_mcast_rb_3 = 0x77;
+    com.trill_mcast_rb[3] = 0x77;
     stat.l2TrillDa = 0x77;
     stat.l2TrillSa = 0xffff;
     port2.rte_prc_trill_rpf_port = 3;
@@ -114,7 +114,7 @@ TEST_F(LueTrill, UnknownTreeTakesTheMissResultWithoutHistory) {
     EXPECT_EQ(rpf(), prefix + "Trill MC RPF. mc_rb0=0x0,  mc_rb1=0x0,  mc_rb2=0x0,  mc_rb3=0x0\n" + prefix +
                          "Trill MC RPF. dbId=4\n" + prefix + "Trill MC RPF. rpfChkBit=1\n");
     EXPECT_EQ(stat.l2TrillMcRpfDrop, 1u);
-    EXPECT_EQ(com.rte_his_trill_rpf_rslt_3, 0u);
+    EXPECT_EQ(com.rte_his_trill_rpf_rslt[3], 0u);
 
     // A check bit of 0 takes no earlier flag back.
     com.l2_trill_mcast_rpf_miss_rslt = 0;
@@ -123,7 +123,7 @@ TEST_F(LueTrill, UnknownTreeTakesTheMissResultWithoutHistory) {
 }
 
 TEST_F(LueTrill, RpfPort12IgnoresTheMapButReadsAndCaptures) {
-    com.trill_mcast_rb_0 = 5;
+    com.trill_mcast_rb[0] = 5;
     stat.l2TrillDa = 5;
     com.rte_lue_l2_trpf_addr_hi = 0x3ffff;
     mem.RTE_TRILL_RPF_EDRAM[0] = 0x0fff0000;
@@ -132,7 +132,7 @@ TEST_F(LueTrill, RpfPort12IgnoresTheMapButReadsAndCaptures) {
         rpf().find("rpfChkAddr=0x0, trill_rpf_port=12, rpfDropMap=0xfff\n" + prefix + "Trill MC RPF. rpfChkBit=0\n"),
         std::string::npos);
     EXPECT_EQ(stat.l2TrillMcRpfDrop, 0u);
-    EXPECT_EQ(com.rte_his_trill_rpf_rslt_3, 1u << 24 | 2u << 12);
+    EXPECT_EQ(com.rte_his_trill_rpf_rslt[3], 1u << 24 | 2u << 12);
     com.l2_trill_mcast_rpf_miss_rslt = 1;
     mem.RTE_TRILL_RPF_EDRAM[0] = 0;
     for (const uint32_t rpfPort : {12u, 15u}) {
@@ -144,20 +144,20 @@ TEST_F(LueTrill, RpfPort12IgnoresTheMapButReadsAndCaptures) {
 }
 
 TEST_F(LueTrill, RpfHistoryHasARange) {
-    com.trill_mcast_rb_0 = 5;
+    com.trill_mcast_rb[0] = 5;
     stat.l2TrillDa = 5;
     com.rte_lue_l2_trpf_addr_lo = 2u << 12 | 1;
     com.rte_lue_l2_trpf_addr_hi = 0x3ffff;
     rpf();
-    EXPECT_EQ(com.rte_his_trill_rpf_rslt_3, 0u);
+    EXPECT_EQ(com.rte_his_trill_rpf_rslt[3], 0u);
     stat.l2TrillSa = 2;
     rpf();
-    EXPECT_EQ(com.rte_his_trill_rpf_rslt_3, 1u << 24 | 2u << 12 | 1);
-    com.rte_his_trill_rpf_rslt_3 = 0;
+    EXPECT_EQ(com.rte_his_trill_rpf_rslt[3], 1u << 24 | 2u << 12 | 1);
+    com.rte_his_trill_rpf_rslt[3] = 0;
     com.rte_lue_l2_trpf_addr_lo = 0;
     com.rte_lue_l2_trpf_addr_hi = 2u << 12;
     rpf();
-    EXPECT_EQ(com.rte_his_trill_rpf_rslt_3, 0u);
+    EXPECT_EQ(com.rte_his_trill_rpf_rslt[3], 0u);
 }
 
 TEST_F(LueTrill, GroupsHaveTheirOwn1QMemories) {

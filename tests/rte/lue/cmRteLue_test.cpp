@@ -462,8 +462,8 @@ TEST_F(LueCtrlCls, VidOfTheKeyByFrameKind) {
                     stat.ctagNz = ctag;
                     const uint64_t vid = qinq ? (stag ? 0x1011 : 0x1044) : !ctag ? 0x1044 : trill ? 0x33 : 0x22;
                     ctl();
-                    const uint64_t key = static_cast<uint64_t>(com.rte_his_l2_ctl_tcam_key_3_w0) << 32 |
-                                         com.rte_his_l2_ctl_tcam_key_3_w1;
+                    const uint64_t key = static_cast<uint64_t>(com.rte_his_l2_ctl_tcam_key[3][0]) << 32 |
+                                         com.rte_his_l2_ctl_tcam_key[3][1];
                     EXPECT_EQ(key, 1ull << 62 | static_cast<uint64_t>(trill) << 61 | vid << 48)
                         << trill << qinq << stag << ctag;
                 }
@@ -483,7 +483,7 @@ TEST_F(LueCtrlCls, HitSetsWhatThePortsBitsSay) {
             EXPECT_EQ(stat.l2CtlSkipIvf, skip);
             EXPECT_EQ(stat.l2CtlVlanOverride, ovrd);
         }
-    EXPECT_EQ(com.rte_his_l2_ctl_rslt_3, 0x10000u | 1 << 10 | 0x3ff);
+    EXPECT_EQ(com.rte_his_l2_ctl_rslt[3], 0x10000u | 1 << 10 | 0x3ff);
     mem.RTE_L2_CONTROL_RSLT_SRAM[2 * 1023] = mem.RTE_L2_CONTROL_RSLT_SRAM[2 * 1023 + 1] = 0;
     ctl();
     EXPECT_EQ(stat.l2CtlSkipIvf, 1u) << "never taken back";
@@ -495,7 +495,7 @@ TEST_F(LueCtrlCls, MissReadsNoResult) {
     EXPECT_EQ(ctl(), prefix + "[TCAM][L2Ctrl] Search with Key: 0x0 , Expected hit=0x0 , Expected RsltIdx=0x0 \n");
     EXPECT_EQ(stat.l2CtlSkipIvf, 0u);
     EXPECT_EQ(stat.l2CtlVlanOverride, 0u);
-    EXPECT_EQ(com.rte_his_l2_ctl_rslt_3, 0x10000u);
+    EXPECT_EQ(com.rte_his_l2_ctl_rslt[3], 0x10000u);
 }
 
 TEST_F(LueCtrlCls, CondemnedFrameIsNotCaptured) {
@@ -503,8 +503,8 @@ TEST_F(LueCtrlCls, CondemnedFrameIsNotCaptured) {
         *flag = 1;
         ctl();
         *flag = 0;
-        EXPECT_EQ(com.rte_his_l2_ctl_tcam_key_3_w0, 0u);
-        EXPECT_EQ(com.rte_his_l2_ctl_rslt_3, 0u);
+        EXPECT_EQ(com.rte_his_l2_ctl_tcam_key[3][0], 0u);
+        EXPECT_EQ(com.rte_his_l2_ctl_rslt[3], 0u);
     }
 }
 
@@ -517,9 +517,9 @@ TEST_F(LueCtrlCls, IndexHistoryHasARange) {
     for (const auto &row : rows) {
         com.rte_lue_l2_ctl_rslt_addr_lo = row.lo;
         com.rte_lue_l2_ctl_rslt_addr_hi = row.hi;
-        com.rte_his_l2_ctl_rslt_3 = 0;
+        com.rte_his_l2_ctl_rslt[3] = 0;
         ctl();
-        EXPECT_EQ(com.rte_his_l2_ctl_rslt_3, row.captured ? 0x10505u : 0u) << row.lo;
+        EXPECT_EQ(com.rte_his_l2_ctl_rslt[3], row.captured ? 0x10505u : 0u) << row.lo;
     }
 }
 
@@ -532,9 +532,9 @@ TEST_F(LueTyp, KeyHasAllFields) {
     stat.typL4Src = 0x1234;
     stat.typL4Dst = 0x5678;
     typLu();
-    EXPECT_EQ(com.rte_his_typ_tcam_key_3_w0, 1u);
-    EXPECT_EQ(com.rte_his_typ_tcam_key_3_w1, 0x15u << 27 | 5u << 24 | 0x110800);
-    EXPECT_EQ(com.rte_his_typ_tcam_key_3_w2, 0x12345678u);
+    EXPECT_EQ(com.rte_his_typ_tcam_key[3][0], 1u);
+    EXPECT_EQ(com.rte_his_typ_tcam_key[3][1], 0x15u << 27 | 5u << 24 | 0x110800);
+    EXPECT_EQ(com.rte_his_typ_tcam_key[3][2], 0x12345678u);
     stat.typL3Frag = stat.typL2LlcDet = 0;
     stat.typL2TrillFound = 1;
     tcamExact(mem.RTE_TYP_TCAM, 7, {0x15u << 27 | 2u << 24 | 0x110800, 0x12345678});
@@ -560,10 +560,10 @@ TEST_F(LueTyp, DefaultsReadTheirTables) {
     EXPECT_EQ(stat.typMtu, 0x2345u);
     EXPECT_EQ(stat.typAttrPolEn, 1u);
     EXPECT_EQ(stat.typAttrLocMacDrp, 0u);
-    EXPECT_EQ(com.rte_his_app_typ_3, 0x10000u | kPort << 10 | 6);
-    EXPECT_EQ(com.rte_his_typ_mtu_3, 0x10000u | kPort << 10 | 9);
-    EXPECT_EQ(com.rte_his_typ_attrb_3, 0x10000u | kPort << 10 | 0x3e1);
-    EXPECT_EQ(com.rte_his_typ_3, 0u) << "captured on a hit only";
+    EXPECT_EQ(com.rte_his_app_typ[3], 0x10000u | kPort << 10 | 6);
+    EXPECT_EQ(com.rte_his_typ_mtu[3], 0x10000u | kPort << 10 | 9);
+    EXPECT_EQ(com.rte_his_typ_attrb[3], 0x10000u | kPort << 10 | 0x3e1);
+    EXPECT_EQ(com.rte_his_typ[3], 0u) << "captured on a hit only";
 }
 
 TEST_F(LueTyp, ByteOfTheApplicationTypeAndPairOfTheAttribute) {
@@ -607,10 +607,10 @@ TEST_F(LueTyp, HitsInDifferentBlocksServeDifferentClassifications) {
                            "[RSLT][Type] Type: 99, TypeVID: 1bbb, TypeMtu: 0x55, TypeAttr.pol_en: 1, "
                            "TypAttr.local_mac_drop: 1 (attribW: 0x3) , ATTR TypIDX=0x3ff , ATTR typ unk=0x00\n");
     EXPECT_EQ(stat.typVidHit, 1u);
-    EXPECT_EQ(com.rte_his_app_typ_3, 0x10000u | 1 << 15 | kPort << 10 | 0x3ff);
-    EXPECT_EQ(com.rte_his_typ_3, 0x10000u | 1 << 15 | kPort << 10 | 0x21);
-    EXPECT_EQ(com.rte_his_typ_mtu_3, 0x10000u | 1 << 15 | kPort << 10 | 0x45);
-    EXPECT_EQ(com.rte_his_typ_attrb_3, 0x10000u | 1 << 15 | kPort << 10 | 0x3ff);
+    EXPECT_EQ(com.rte_his_app_typ[3], 0x10000u | 1 << 15 | kPort << 10 | 0x3ff);
+    EXPECT_EQ(com.rte_his_typ[3], 0x10000u | 1 << 15 | kPort << 10 | 0x21);
+    EXPECT_EQ(com.rte_his_typ_mtu[3], 0x10000u | 1 << 15 | kPort << 10 | 0x45);
+    EXPECT_EQ(com.rte_his_typ_attrb[3], 0x10000u | 1 << 15 | kPort << 10 | 0x3ff);
 }
 
 TEST_F(LueTyp, EvenEntryHasTheHighHalfOfTheVidWord) {
@@ -635,7 +635,7 @@ TEST_F(LueTyp, HitThatNoClassificationOwnsChangesNothing) {
                            "[RSLT][Type] Type: 12, TypeVID: 0, TypeMtu: 0x5, TypeAttr.pol_en: 0, "
                            "TypAttr.local_mac_drop: 0 (attribW: 0x0) , ATTR TypIDX=0x4 , ATTR typ unk=0x04\n");
     EXPECT_EQ(stat.typVidHit, 0u);
-    EXPECT_EQ(com.rte_his_typ_3, 0u);
+    EXPECT_EQ(com.rte_his_typ[3], 0u);
 }
 
 TEST_F(LueTyp, TrillFrameGetsNoVidButItsHitIsCaptured) {
@@ -651,7 +651,7 @@ TEST_F(LueTyp, TrillFrameGetsNoVidButItsHitIsCaptured) {
     EXPECT_FALSE(has(text, "Type VID Tcam Hit when not enabled")) << "the second walk is silent";
     EXPECT_EQ(stat.typVidHit, 0u);
     EXPECT_EQ(stat.typVid, 0u);
-    EXPECT_EQ(com.rte_his_typ_3, 0x10000u | 1 << 15 | kPort << 10 | 0x20);
+    EXPECT_EQ(com.rte_his_typ[3], 0x10000u | 1 << 15 | kPort << 10 | 0x20);
 }
 
 TEST_F(LueTyp, IndexHistoriesHaveRanges) {
@@ -660,8 +660,8 @@ TEST_F(LueTyp, IndexHistoriesHaveRanges) {
     const uint32_t key = kPort << 10; // the range looks at port and index
     uint32_t *const loLst[] = {&com.rte_lue_l2_typ_app_addr_lo, &com.rte_lue_l2_typ_vid_addr_lo,
                                &com.rte_lue_l2_typ_mtu_addr_lo, &com.rte_lue_l2_typ_attrb_addr_lo};
-    uint32_t *const hisLst[] = {&com.rte_his_app_typ_3, &com.rte_his_typ_3, &com.rte_his_typ_mtu_3,
-                                &com.rte_his_typ_attrb_3};
+    uint32_t *const hisLst[] = {&com.rte_his_app_typ[3], &com.rte_his_typ[3], &com.rte_his_typ_mtu[3],
+                                &com.rte_his_typ_attrb[3]};
     for (uint32_t *lo : loLst)
         *lo = key + 1;
     typLu();

@@ -49,7 +49,7 @@ TEST_F(PrcL3Ipv4Test, AnInnerPacketInsideTheInnerPacketIsNotParsed) {
 }
 
 TEST_F(PrcL3Ipv4Test, AMulticastRpAddressLosesItsMulticastFlag) {
-    com.rte_ipv4_pim_rp_addr_9 = 0xe0000005;
+    com.rte_ipv4_pim_rp_addr[9] = 0xe0000005;
     Frame f;
     f.mac(kMacUc, 2).etyp(0x0800).ipv4({.da = 0xe0000005, .ulp = kUlpPim}).num(0x20, 1).fill(40);
     place(f.bytes);
@@ -80,23 +80,23 @@ TEST_F(PrcL3Ipv4Test, PimToTheRpInAFragmentIsNotDecapsulated) {
 }
 
 TEST_F(PrcL3Ipv4Test, RpAddressTable) {
-    EXPECT_EQ(regElem(&com, &CmRteHsiComReg::rte_ipv4_pim_rp_addr_0, 9), kRpAddr);
+    EXPECT_EQ(com.rte_ipv4_pim_rp_addr[9], kRpAddr);
     for (uint32_t k = 0; k < 128; k++) {
-        regElem(&com, &CmRteHsiComReg::rte_ipv4_pim_rp_addr_0, k) = 0x0a000000 + k / 2 * 2;
-        regElem(&com, &CmRteHsiComReg::rte_l3_ipv4_idx_0, k) = 127 - k;
+        com.rte_ipv4_pim_rp_addr[k] = 0x0a000000 + k / 2 * 2;
+        com.rte_l3_ipv4_idx[k] = 127 - k;
     }
-    EXPECT_EQ(com.rte_ipv4_pim_rp_addr_127, 0x0a00007eu);
-    EXPECT_EQ(com.rte_l3_ipv4_idx_127, 0u);
+    EXPECT_EQ(com.rte_ipv4_pim_rp_addr[127], 0x0a00007eu);
+    EXPECT_EQ(com.rte_l3_ipv4_idx[127], 0u);
     place(plain({}));
     stat.l3IpDa0 = 0x0a00007e;
     EXPECT_EQ(CkIpv4RpAddr(&stat), 1u);
     EXPECT_EQ(stat.l3IpDaRpIdx, 1u) << "the first of the two equal entries";
-    com.rte_ipv4_pim_rp_addr_127 = 0x0b000000;
+    com.rte_ipv4_pim_rp_addr[127] = 0x0b000000;
     stat.l3IpDa0 = 0x0b000000;
     EXPECT_EQ(CkIpv4RpAddr(&stat), 1u);
     EXPECT_EQ(stat.l3IpDaRpIdx, 0u);
     stat.l3IpDaRpIdx = 99;
-    com.rte_ipv6_pim_rp_addr_0_w0 = 0x0c000000; // the register behind the table
+    com.rte_ipv6_pim_rp_addr[0][0] = 0x0c000000; // the register behind the table
     stat.l3IpDa0 = 0x0c000000;
     EXPECT_EQ(CkIpv4RpAddr(&stat), 0u);
     EXPECT_EQ(stat.l3IpDaRpIdx, 99u);
@@ -107,7 +107,7 @@ TEST_F(PrcL3Ipv4Test, RpAddressTable) {
 }
 
 TEST_F(PrcL3Ipv4Test, AnRpEntryOfZeroMatchesTheZeroAddress) {
-    com.rte_l3_ipv4_idx_0 = 6;
+    com.rte_l3_ipv4_idx[0] = 6;
     place(plain({.da = 0}));
     parse();
     EXPECT_EQ(stat.l3IpDaIsRpAddr, 1u);

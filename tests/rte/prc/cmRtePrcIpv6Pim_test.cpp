@@ -45,7 +45,7 @@ TEST_F(PrcL3Ipv6Test, PimInTheInnerHeaderEndsTheWalkAsAnUpperLayer) {
 
 TEST_F(PrcL3Ipv6Test, AMulticastRpAddressKeepsItsMulticastFlag) {
     // Unlike in IPv4.
-    com.rte_ipv6_pim_rp_addr_5_w0 = 0xff020000;
+    com.rte_ipv6_pim_rp_addr[5][0] = 0xff020000;
     auto bytes = plain({.daHi = 0xff02000000000000, .nxtHdr = kPim});
     bytes[54] = 0x20; // no register
     place(bytes);
@@ -121,15 +121,15 @@ TEST_F(PrcL3Ipv6DeathTest, PimBehindACutExtensionHeaderEndsTheRun) {
 
 TEST_F(PrcL3Ipv6Test, RpAddressTable) {
     for (uint32_t k = 0; k < 32; k++) {
-        regElem(&com, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w0, k, 4) = 0x10 + k / 2;
-        regElem(&com, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w1, k, 4) = 0x20;
-        regElem(&com, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w2, k, 4) = 0x30;
-        regElem(&com, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w3, k, 4) = 0x40;
-        regElem(&com, &CmRteHsiComReg::rte_l3_ipv6_idx_0, k) = 31 - k;
+        com.rte_ipv6_pim_rp_addr[k][0] = 0x10 + k / 2;
+        com.rte_ipv6_pim_rp_addr[k][1] = 0x20;
+        com.rte_ipv6_pim_rp_addr[k][2] = 0x30;
+        com.rte_ipv6_pim_rp_addr[k][3] = 0x40;
+        com.rte_l3_ipv6_idx[k] = 31 - k;
     }
-    EXPECT_EQ(com.rte_ipv6_pim_rp_addr_31_w0, 0x1fu);
-    EXPECT_EQ(com.rte_ipv6_pim_rp_addr_31_w3, 0x40u);
-    EXPECT_EQ(com.rte_l3_ipv6_idx_31, 0u);
+    EXPECT_EQ(com.rte_ipv6_pim_rp_addr[31][0], 0x1fu);
+    EXPECT_EQ(com.rte_ipv6_pim_rp_addr[31][3], 0x40u);
+    EXPECT_EQ(com.rte_l3_ipv6_idx[31], 0u);
     place(plain({}));
     auto find = [&](uint64_t hi, uint64_t lo) {
         stat.l3IpDa0 = hi;
@@ -139,7 +139,7 @@ TEST_F(PrcL3Ipv6Test, RpAddressTable) {
     };
     EXPECT_EQ(find(0x0000001f00000020, 0x0000003000000040), 1u);
     EXPECT_EQ(stat.l3IpDaRpIdx, 1u) << "the first of the two equal entries";
-    com.rte_ipv6_pim_rp_addr_31_w0 = 0x50;
+    com.rte_ipv6_pim_rp_addr[31][0] = 0x50;
     EXPECT_EQ(find(0x0000005000000020, 0x0000003000000040), 1u);
     EXPECT_EQ(stat.l3IpDaRpIdx, 0u);
     EXPECT_EQ(find(0x0000001000000020, 0x0000003000000040), 1u);
@@ -150,10 +150,10 @@ TEST_F(PrcL3Ipv6Test, RpAddressTable) {
     EXPECT_EQ(find(0x0000005000000020, 0x0000003000000041), 0u);
     EXPECT_EQ(stat.l3IpDaRpIdx, 99u);
     // The four registers behind the table.
-    regElem(&com, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w0, 32, 4) = 0x77;
-    regElem(&com, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w1, 32, 4) = 0;
-    regElem(&com, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w2, 32, 4) = 0;
-    regElem(&com, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w3, 32, 4) = 0;
+    com.rte_l2_chs_mac_hi[0] = 0x77;
+    com.rte_l2_chs_mac_hi[1] = 0;
+    com.rte_l2_chs_mac_hi[2] = 0;
+    com.rte_l2_chs_mac_hi[3] = 0;
     EXPECT_EQ(find(0x0000007700000000, 0), 0u);
     port.rte_prc_l3_ipv6_rp_ck_off = 1;
     EXPECT_EQ(find(0x0000005000000020, 0x0000003000000040), 0u);
@@ -210,7 +210,7 @@ TEST_F(PrcL3Ipv6Test, PimChecksumCoversThePseudoHeaderAndTheRegisterHeader) {
         expectVerdict(0, 0, 18);
     }
     // The DA counts: ::4 in place of ::2 wants a checksum that is less by 2.
-    com.rte_ipv6_pim_rp_addr_5_w3 = 4;
+    com.rte_ipv6_pim_rp_addr[5][3] = 4;
     auto moved = bytes;
     moved[53] = 4;
     place(moved);
@@ -220,7 +220,7 @@ TEST_F(PrcL3Ipv6Test, PimChecksumCoversThePseudoHeaderAndTheRegisterHeader) {
     place(moved);
     parse();
     expectVerdict(0, 0, 0);
-    com.rte_ipv6_pim_rp_addr_5_w2 = 0x00020000; // ::2:0:4 wants 2 less again
+    com.rte_ipv6_pim_rp_addr[5][2] = 0x00020000; // ::2:0:4 wants 2 less again
     moved[47] = 2;
     place(moved);
     parse();

@@ -429,13 +429,12 @@ TEST_F(PrcL3Ipv6Test, HeadersBehindTheLengthLimit) {
 }
 
 TEST_F(PrcL3Ipv6Test, EachProtocolOfTheSetEndsTheWalk) {
-    EXPECT_EQ(regElem(&com, &CmRteHsiComReg::rte_l3_ipv6_ulp_msk_0, 7), com.rte_l3_ipv6_ulp_msk_7);
     for (uint32_t h = 0; h < 256; h++) {
         SCOPED_TRACE(h);
         for (uint32_t k = 0; k < 8; k++)
-            regElem(&com, &CmRteHsiComReg::rte_l3_ipv6_ulp_msk_0, k) = 0;
+            com.rte_l3_ipv6_ulp_msk[k] = 0;
         // The word of the highest values comes first.
-        regElem(&com, &CmRteHsiComReg::rte_l3_ipv6_ulp_msk_0, (255 - h) / 32) = 1u << h % 32;
+        com.rte_l3_ipv6_ulp_msk[(255 - h) / 32] = 1u << h % 32;
         if (h == kIcmp || h == kPim || h == kFrag)
             continue;
         place(plain({.nxtHdr = h}));
@@ -448,7 +447,7 @@ TEST_F(PrcL3Ipv6Test, EachProtocolOfTheSetEndsTheWalk) {
         if (h == kTcp || h == kUdp)
             continue;
         for (uint32_t k = 0; k < 8; k++)
-            regElem(&com, &CmRteHsiComReg::rte_l3_ipv6_ulp_msk_0, k) ^= 0xffffffff;
+            com.rte_l3_ipv6_ulp_msk[k] ^= 0xffffffff;
         auto bytes = ext(h, h ^ 1, 1);
         place(bytes);
         parse();
@@ -487,12 +486,12 @@ TEST_F(PrcL3Ipv6Test, AHopByHopHeaderCountsWhereverItStands) {
     EXPECT_EQ(stat.l3IpHbh, 0u);
 
     // Hop-by-hop as the protocol that ends the walk leaves the flag set.
-    com.rte_l3_ipv6_ulp_msk_7 = 1;
+    com.rte_l3_ipv6_ulp_msk[7] = 1;
     place(ext(kDstOpt, kHbh));
     parse();
     EXPECT_EQ(stat.l3IpHbh, 1u);
     EXPECT_EQ(stat.l3IpUlp, kHbh);
-    com.rte_l3_ipv6_ulp_msk_7 = 0;
+    com.rte_l3_ipv6_ulp_msk[7] = 0;
     place(ext(kDstOpt, kNoNext));
     parse();
     expectVerdict(0, 0, 0);

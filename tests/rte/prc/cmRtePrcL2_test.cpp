@@ -3,6 +3,7 @@
 #include "frame_builder.h"
 #include "prc_fixture.h"
 #include "random_words.h"
+#include "reg_name.h"
 
 namespace {
 
@@ -748,7 +749,7 @@ TEST_F(PrcL2Test, AnyRegistersAndAnyBytesStayInTheFrame) {
     com.rte_l2_fcoe_etyp = com.fip_etyp;
     for (int round = 0; round < 3000; round++) {
         for (uint32_t i = 0; i < sizeof port / sizeof(uint32_t); i++)
-            regElem(&port, &PortReg::rte_prc_class_lgc_port, i) = rng() & (round & 1 ? 1 : 0xffff);
+            regWords(port)[i] = rng() & (round & 1 ? 1 : 0xffff);
         port.rte_prc_l2_lu_en = 1;
         com.rte_l2_dix_typ_min = rng() & 0x7ff;
         com.rte_l2_ieee_len_max = rng() & 0x7ff;

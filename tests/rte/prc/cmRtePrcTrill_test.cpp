@@ -3,6 +3,7 @@
 #include "frame_builder.h"
 #include "prc_fixture.h"
 #include "random_words.h"
+#include "reg_name.h"
 
 namespace {
 
@@ -846,7 +847,7 @@ TEST_F(PrcTrillTest, AnyRegistersAndAnyBytesStayInTheFrame) {
     com.rte_l2_fcoe_etyp = com.fip_etyp;
     for (int round = 0; round < 3000; round++) {
         for (uint32_t i = 0; i < sizeof port / sizeof(uint32_t); i++)
-            regElem(&port, &PortReg::rte_prc_class_lgc_port, i) = rng() & (rng() & rng() & 1);
+            regWords(port)[i] = rng() & (rng() & rng() & 1);
         port.rte_prc_l2_lu_en = port.rte_prc_l2_trill_en = 1;
         port.rte_prc_ctag_etyp = kCtagEtyp;
         port.rte_prc_stag_etyp = kStagEtyp;

@@ -19,8 +19,8 @@ protected:
         com.rte_l3_ulp_icmp = kIcmp6;
         com.rte_l3_ipv6_frag_ext = 44;
         com.rte_l3_ipv6_max_len = 0xfff;
-        com.rte_l3_ipv6_ulp_msk_4 = 1u << 3; // 99
-        com.rte_l3_ipv6_ulp_msk_7 = 1u << kIcmp4;
+        com.rte_l3_ipv6_ulp_msk[4] = 1u << 3; // 99
+        com.rte_l3_ipv6_ulp_msk[7] = 1u << kIcmp4;
         port.rte_prc_lgc_port = 4;
     }
 
@@ -129,16 +129,16 @@ TEST_F(CmRtePrcTest, LaterStepsRunBehindADrop) {
     // The closing step: byte 0 of the first flex key is the frame's sixth.
     port.rte_prc_l2_lu_en = 1;
     port.rte_prc_l2_ck_sa_bmcast = 1;
-    com.rte_flex_key_header_0_0 = FLEX_KEY_OUTER_MAC;
-    com.rte_flex_key_offset_0_0 = 5;
+    com.rte_flex_key[0][0].header = FLEX_KEY_OUTER_MAC;
+    com.rte_flex_key[0][0].offset = 5;
     run(Frame().mac(kDa, 0x010000000001).etyp(kIpv4Etyp).fill(50).bytes);
     EXPECT_EQ(verdict(), dropOf(DRP_L2_SA));
     EXPECT_EQ(stat.flexKey0[5] & 0xff, kDa & 0xff);
 }
 
 TEST_F(CmRtePrcTest, StepsBehindTheHeadersInTheirOrder) {
-    com.rte_flex_key_header_0_0 = FLEX_KEY_OUTER_MAC;
-    com.rte_flex_key_offset_0_0 = 255; // behind the frame: the extraction says so
+    com.rte_flex_key[0][0].header = FLEX_KEY_OUTER_MAC;
+    com.rte_flex_key[0][0].offset = 255; // behind the frame: the extraction says so
     begin(ipv4(kTcp));
     stat.dbgLvl = 4;
     const std::string out = printed([&] { CmRtePrc(&stat); });
@@ -247,7 +247,7 @@ TEST_F(CmRtePrcTest, Ipv6IcmpIsDetectedAsOtherOnlyInALaterFragment) {
 
 TEST_F(CmRtePrcTest, FcoeFramesHashTheirOwnKey) {
     // Only the FCoE key holds the port's number.
-    com.rte_fcoe_hsh_msk_0 = com.rte_tcpip_hsh_msk_0 = 0xff;
+    com.rte_fcoe_hsh_msk[0] = com.rte_tcpip_hsh_msk[0] = 0xff;
     const auto fcoe = Frame().mac(kDa, kSa).etyp(0x8906).fill(100).bytes;
     for (const auto &bytes : {fcoe, ipv4(kTcp)}) {
         port.rte_prc_hsh_port = 1;

@@ -435,8 +435,8 @@ TEST_F(RocTest, Layer3MultipathGroupIsCounted) {
     stat.l3PselNextHopRsltIdx = 0x3fff1;
     stat.l3NxtHopMpOffset = 9;
     stat.frmLen = 200;
-    com.rte_l3_psel_sts_mpid_2 = 0x3fff1;
-    com.rte_l3_psel_sts_mpid_7 = 0x3fff1; // the first one counts
+    com.rte_l3_psel_sts_mpid[2] = 0x3fff1;
+    com.rte_l3_psel_sts_mpid[7] = 0x3fff1; // the first one counts
     IncrL3MpSts(&stat);
     EXPECT_EQ(stat.l3psel_mpid_sts_hit, 1u);
     const uint32_t word = 2 * (2 << 5 | 9);
@@ -457,7 +457,7 @@ TEST_F(RocTest, Layer3MultipathGroupIsCounted) {
 TEST_F(RocTest, Layer3MultipathOffsetIsJoinedNotAdded) {
     stat.l3psel_mpid_sts_en = stat.l3GidWin = 1;
     stat.l3PselNextHopRsltIdx = 8;
-    com.rte_l3_psel_sts_mpid_1 = 8;
+    com.rte_l3_psel_sts_mpid[1] = 8;
     stat.l3NxtHopMpOffset = 0x21;
     IncrL3MpSts(&stat);
     EXPECT_EQ(mem.RTE_L3_PSEL_STS_MPID_FCNT_RA[2 * 0x21 + 1], 1u);
@@ -473,7 +473,7 @@ TEST_F(RocTest, Layer3MultipathOffsetIsJoinedNotAdded) {
 TEST_F(RocTest, Layer3MultipathCountNeedsItsEnableTheGroupAndARegister) {
     for (auto [en, win, idx] : {std::tuple{0u, 1u, 8u}, std::tuple{1u, 0u, 8u}, std::tuple{1u, 1u, 9u}}) {
         start();
-        com.rte_l3_psel_sts_mpid_0 = 8;
+        com.rte_l3_psel_sts_mpid[0] = 8;
         stat.l3psel_mpid_sts_en = en;
         stat.l3GidWin = win;
         stat.l3PselNextHopRsltIdx = idx;

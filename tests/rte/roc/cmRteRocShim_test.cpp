@@ -418,9 +418,9 @@ TEST_F(CmRteRocShimTest, OtherFramesHaveNoLength) {
 // Path statistics.
 
 TEST_F(CmRteRocShimTest, PathsOfTheDecidingSideAreCounted) {
-    com.rte_l2_psel_sts_mctid_1 = 0x10;
-    com.rte_l2_psel_sts_mpid_2 = 0x20;
-    com.rte_l2_psel_sts_lgid_3 = 0x30;
+    com.rte_l2_psel_sts_mctid[1] = 0x10;
+    com.rte_l2_psel_sts_mpid[2] = 0x20;
+    com.rte_l2_psel_sts_lgid[3] = 0x30;
     for (uint32_t l3 : {0u, 1u}) {
         for (uint32_t en : {0u, 1u, 2u, 4u, 7u}) {
             start();

@@ -204,8 +204,8 @@ bool RegencAssembler::setWords(const RegencWords &words, uint32_t value) {
 
 bool RegencAssembler::setFields(const RegencWords &words, std::string_view name, uint32_t value, std::string &error) {
     return forEachWord(words, [&](uint32_t chipOff, uint32_t dumpOff) {
-        const HsiFieldDef *field = hsiFindField(chipOff, words.field);
-        if (field == nullptr) {
+        const std::optional<HsiFieldDef> field = hsiFindField(chipOff, words.field);
+        if (!field) {
             error = regencText("unknown name '", regdump_shown(name), "': the register at ", hex(chipOff),
                                " has no field ", regdump_shown(words.field));
             return false;

@@ -9,10 +9,32 @@
 class CmTaeLkup;
 class CmTfeLue;
 
+/// Elements of the register files that are more than one word.
+struct CmRtePortRng {
+    uint32_t hi;
+    uint32_t lo;
+};
+struct CmRteL2Dbg {
+    uint32_t da_en;
+    uint32_t sa_en;
+    uint32_t idx;
+    uint32_t port_msk;
+};
+struct CmRteFlexKeyByte {
+    uint32_t header;
+    uint32_t offset;
+};
+struct CmRtePriMap {
+    uint32_t dp;
+    uint32_t iwpri;
+    uint32_t que_pri;
+};
+
 /// Common register file of the RTE: one word a register field, in the order of the chip.
 struct CmRteHsiComReg {
 #define FLD(name, hi, lo) uint32_t name;
 #define REG_ANY(addr, name, access, ...) __VA_ARGS__
+#define REG_ARR(addr, name, access, cnt, bytes, inner, per, down, decl, ...) decl
 #include "base/cmRteHsiComReg.def"
     // State of the learn FIFOs and their force flags; the chip shows them to the host only inside other registers.
     uint32_t rte_l2_sa_lrn_inf_wr_ptr;
@@ -39,6 +61,7 @@ static_assert(sizeof(CmRteHsiComReg) == 2342 * sizeof(uint32_t));
 struct CmRteHsiPortReg {
 #define FLD(name, hi, lo) uint32_t name;
 #define REG_ANY(addr, name, access, ...) __VA_ARGS__
+#define REG_ARR(addr, name, access, cnt, bytes, inner, per, down, decl, ...) decl
 #include "base/cmRteHsiPortReg.def"
 };
 static_assert(sizeof(CmRteHsiPortReg) == 481 * sizeof(uint32_t));
@@ -55,20 +78,14 @@ template <class T, size_t N> constexpr uint32_t wordCnt(const T (&)[N]) {
     return static_cast<uint32_t>(N);
 }
 
-/// Word `idx` of a memory; an index beyond the memory reads 0.
+/// Word `idx` of a memory or of an array of registers; an index beyond its end reads 0.
 template <size_t N> inline uint32_t memWord(const uint32_t (&mem)[N], uint64_t idx) {
     return idx < N ? mem[idx] : 0;
 }
 
-/// Field `idx` of an array register whose first field is `first`; `stride` is the distance of two elements in fields.
-/// The caller bounds `idx`.
-template <class Rec> inline uint32_t &regElem(Rec *rec, uint32_t Rec::*first, uint32_t idx, uint32_t stride = 1) {
-    uint32_t *words = reinterpret_cast<uint32_t *>(rec);
-    return words[static_cast<size_t>(&(rec->*first) - words) + static_cast<size_t>(idx) * stride];
-}
-template <class Rec> inline uint32_t regElem(const Rec *rec, uint32_t Rec::*first, uint32_t idx, uint32_t stride = 1) {
-    const uint32_t *words = reinterpret_cast<const uint32_t *>(rec);
-    return words[static_cast<size_t>(&(rec->*first) - words) + static_cast<size_t>(idx) * stride];
+/// Element `idx` of an array of registers; an index beyond its end reads an element of zeroes.
+template <class T, size_t N> inline T regElem(const T (&regs)[N], uint64_t idx) {
+    return idx < N ? regs[idx] : T{};
 }
 
 /// What the blocks round the RTE tell it. No block of this tool writes it: queues are never full, no port is in a LAG.

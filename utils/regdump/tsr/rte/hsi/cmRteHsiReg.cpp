@@ -7,106 +7,115 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 
 namespace {
 
-/// How a register takes a host's write.
-enum class Access : uint8_t {
-    RW,  // stores the fields
-    RO,  // keeps them: the block fills them itself
-    W1C, // clears the bits that are written as 1
-};
-
-struct RegDef {
-    const char *name;
-    uint16_t offset; // byte offset in the block
-    uint8_t fieldCnt;
-    Access access;
-    uint16_t firstField; // index in the family's list of fields
-};
-
-/// Numbers the fields: each register's stand behind those of the registers before it.
-template <size_t N> constexpr std::array<RegDef, N> withFields(const RegDef (&regs)[N]) {
-    std::array<RegDef, N> out{};
-    uint16_t first = 0;
+/// Position + 1 of the register's row at each word offset of a block of `Bytes`, 0 where there is none.
+template <size_t Bytes, size_t N>
+constexpr std::array<uint16_t, Bytes / 4> indexByOffset(const std::array<HsiRegRow, N> &regs) {
+    std::array<uint16_t, Bytes / 4> out{};
     for (size_t i = 0; i < N; i++) {
-        out[i] = regs[i];
-        out[i].firstField = first;
-        first = static_cast<uint16_t>(first + regs[i].fieldCnt);
+        for (uint32_t n = 0; n < regs[i].cnt; n++)
+            out[(regs[i].offset + n * regs[i].bytes) / 4] = static_cast<uint16_t>(i + 1);
     }
     return out;
 }
 
-/// Position + 1 of the register at each word offset of a block of `Bytes`, 0 where there is none.
-template <size_t Bytes, size_t N>
-constexpr std::array<uint16_t, Bytes / 4> indexByOffset(const std::array<RegDef, N> &regs) {
-    std::array<uint16_t, Bytes / 4> out{};
-    for (size_t i = 0; i < N; i++)
-        out[regs[i].offset / 4] = static_cast<uint16_t>(i + 1);
+/// A row of a register list, and how many rows of the family's list of fields are its own.
+struct RegDef {
+    HsiRegRow row;
+    uint32_t fieldCnt;
+};
+
+/// Gives each register its fields: they stand behind those of the registers before it.
+template <size_t N, size_t F>
+constexpr std::array<HsiRegRow, N> withFields(const RegDef (&regs)[N], const HsiFieldRow (&fields)[F]) {
+    std::array<HsiRegRow, N> out{};
+    size_t first = 0;
+    for (size_t i = 0; i < N; i++) {
+        out[i] = regs[i].row;
+        out[i].fields = std::span(fields).subspan(first, regs[i].fieldCnt);
+        first += regs[i].fieldCnt;
+    }
     return out;
 }
 
-/// A register family: its tables, and the bits of an address that count. The index has a place for each of their
-/// values.
+/// A register family: its list, and the bits of an address that count. The index has a place for each of their values.
 struct Family {
-    const RegDef *regs;
-    const HsiFieldDef *fields;
+    std::span<const HsiRegRow> regs;
     const uint16_t *index;
     uint32_t addrMask;
 };
 
 // The lists of the three families, in the order of their records.
-#define REG_DEF(addr, name, access, ...) {#name, (addr)&0x7fff, 0 __VA_ARGS__, Access::access, 0},
+#define FLD_CNT(...) +1
+#define REG_DEF(addr, name, access, ...) {{#name, (addr)&0x7fff, HsiAccess::access, 1, 4, 1, 1, 0, {}}, 0 __VA_ARGS__},
+#define REG_ARR_DEF(addr, name, access, cnt, bytes, inner, per, down, ...)                                             \
+    {{name, (addr)&0x7fff, HsiAccess::access, cnt, bytes, inner, per, down, {}}, 0 __VA_ARGS__},
+#define FLD_DEF(name, hi, lo) {#name, {offsetof(Record, name) / 4, hi, lo}, 0, 1},
+#define FLD_ARR_DEF(name, inner, first, words, hi, lo) {name, {offsetof(Record, first) / 4, hi, lo}, words, inner},
+
 constexpr RegDef comRegList[] = {
-#define FLD(name, hi, lo) +1
+#define FLD FLD_CNT
+#define FLD_ARR FLD_CNT
 #define REG_ANY(addr, name, access, ...) REG_DEF(addr, name, access, __VA_ARGS__)
+#define REG_ARR(addr, name, access, cnt, bytes, inner, per, down, decl, ...)                                           \
+    REG_ARR_DEF(addr, name, access, cnt, bytes, inner, per, down, __VA_ARGS__)
 #include "base/cmRteHsiComReg.def"
 };
 constexpr RegDef portRegList[] = {
-#define FLD(name, hi, lo) +1
+#define FLD FLD_CNT
+#define FLD_ARR FLD_CNT
 #define REG_ANY(addr, name, access, ...) REG_DEF(addr, name, access, __VA_ARGS__)
+#define REG_ARR(addr, name, access, cnt, bytes, inner, per, down, decl, ...)                                           \
+    REG_ARR_DEF(addr, name, access, cnt, bytes, inner, per, down, __VA_ARGS__)
 #include "base/cmRteHsiPortReg.def"
 };
 constexpr RegDef tfeRegList[] = {
-#define FLD(name, hi, lo) +1
+#define FLD FLD_CNT
 #define REG_ANY(addr, name, access, ...) REG_DEF(addr, name, access, __VA_ARGS__)
 #include "tfe/cmTfeHsiComReg.def"
 };
-#undef REG_DEF
 
-#define FLD_DEF(name, hi, lo) {#name, static_cast<uint16_t>(offsetof(Record, name) / 4), hi, lo},
 namespace com {
 using Record = CmRteHsiComReg;
-constexpr HsiFieldDef fields[] = {
+constexpr HsiFieldRow fields[] = {
 #define FLD(name, hi, lo) FLD_DEF(name, hi, lo)
+#define FLD_ARR(name, inner, first, words, hi, lo) FLD_ARR_DEF(name, inner, first, words, hi, lo)
 #define REG_ANY(addr, name, access, ...) __VA_ARGS__
+#define REG_ARR(addr, name, access, cnt, bytes, inner, per, down, decl, ...) __VA_ARGS__
 #include "base/cmRteHsiComReg.def"
 };
 } // namespace com
 namespace port {
 using Record = CmRteHsiPortReg;
-constexpr HsiFieldDef fields[] = {
+constexpr HsiFieldRow fields[] = {
 #define FLD(name, hi, lo) FLD_DEF(name, hi, lo)
+#define FLD_ARR(name, inner, first, words, hi, lo) FLD_ARR_DEF(name, inner, first, words, hi, lo)
 #define REG_ANY(addr, name, access, ...) __VA_ARGS__
+#define REG_ARR(addr, name, access, cnt, bytes, inner, per, down, decl, ...) __VA_ARGS__
 #include "base/cmRteHsiPortReg.def"
 };
 } // namespace port
 namespace tfe {
 using Record = CmTfeHsiComReg;
-constexpr HsiFieldDef fields[] = {
+constexpr HsiFieldRow fields[] = {
 #define FLD(name, hi, lo) FLD_DEF(name, hi, lo)
 #define REG_ANY(addr, name, access, ...) __VA_ARGS__
 #include "tfe/cmTfeHsiComReg.def"
 };
 } // namespace tfe
+#undef FLD_CNT
+#undef REG_DEF
+#undef REG_ARR_DEF
 #undef FLD_DEF
+#undef FLD_ARR_DEF
 
 constexpr uint32_t kComRegHighest = 12308;
 constexpr uint32_t kPortRegHighest = 228;
-constexpr auto comRegs = withFields(comRegList);
-constexpr auto portRegs = withFields(portRegList);
-constexpr auto tfeRegs = withFields(tfeRegList);
+constexpr auto comRegs = withFields(comRegList, com::fields);
+constexpr auto portRegs = withFields(portRegList, port::fields);
+constexpr auto tfeRegs = withFields(tfeRegList, tfe::fields);
 static_assert(comRegs.back().offset == kComRegHighest);
 static_assert(portRegs.back().offset == kPortRegHighest);
 
@@ -117,49 +126,63 @@ constexpr auto comIndex = indexByOffset<kComRegBytes>(comRegs);
 constexpr auto portIndex = indexByOffset<kPortRegBytes>(portRegs);
 constexpr auto tfeIndex = indexByOffset<kTfeRegBytes>(tfeRegs);
 
-constexpr Family comFamily{comRegs.data(), com::fields, comIndex.data(), kComRegBytes - 1};
-constexpr Family portFamily{portRegs.data(), port::fields, portIndex.data(), kPortRegBytes - 1};
-constexpr Family tfeFamily{tfeRegs.data(), tfe::fields, tfeIndex.data(), kTfeRegBytes - 1};
+constexpr Family comFamily{comRegs, comIndex.data(), kComRegBytes - 1};
+constexpr Family portFamily{portRegs, portIndex.data(), kPortRegBytes - 1};
+constexpr Family tfeFamily{tfeRegs, tfeIndex.data(), kTfeRegBytes - 1};
 
-/// The register at `addr`, or null.
-const RegDef *findReg(const Family &family, uint32_t addr) {
+/// The register of a row at a place in it; `row` is null when there is none.
+struct Reg {
+    const HsiRegRow *row;
+    uint32_t n;
+
+    std::string name() const { return hsiName(row->name, n, row->inner); }
+
+    /// Calls `fn` with each field from the high bits to the low: its row, its number there, and where it stands.
+    template <class Fn> void forEachField(Fn &&fn) const {
+        for (uint32_t j = 0; j < row->per; j++) {
+            for (const HsiFieldRow &field : row->fields)
+                fn(field, n * row->per + j, row->field(field, n, j));
+        }
+    }
+};
+
+/// The register at `addr`.
+Reg findReg(const Family &family, uint32_t addr) {
     const uint32_t offset = addr & family.addrMask;
-    if (offset % 4 != 0)
-        return nullptr;
-    const uint16_t idx = family.index[offset / 4];
-    return idx ? &family.regs[idx - 1] : nullptr;
+    const uint16_t idx = offset % 4 == 0 ? family.index[offset / 4] : 0;
+    if (idx == 0)
+        return {nullptr, 0};
+    const HsiRegRow &row = family.regs[idx - 1u];
+    return {&row, (offset - row.offset) / row.bytes};
 }
 
-void traceField(const HsiFieldDef &field, uint32_t value) {
+void traceField(const HsiFieldDef &field, const std::string &name, uint32_t value) {
     if (field.hi == field.lo)
-        std::printf("  [   %2d]  %-32s <= 0x%x\n", field.lo, field.name, value);
+        std::printf("  [   %2d]  %-32s <= 0x%x\n", field.lo, name.c_str(), value);
     else
-        std::printf("  [%2d:%2d]  %-32s <= 0x%x\n", field.hi, field.lo, field.name, value);
+        std::printf("  [%2d:%2d]  %-32s <= 0x%x\n", field.hi, field.lo, name.c_str(), value);
 }
 
 /// Writes `data` into the fields of `reg`, from the high bits to the low; `words` is the family's record.
-void writeFields(const Family &family, const RegDef &reg, uint32_t *words, uint32_t data, bool trace) {
-    if (reg.access == Access::RO)
+void writeFields(const Reg &reg, uint32_t *words, uint32_t data, bool trace) {
+    if (reg.row->access == HsiAccess::RO)
         return;
-    for (uint32_t i = 0; i < reg.fieldCnt; i++) {
-        const HsiFieldDef &field = family.fields[reg.firstField + i];
+    reg.forEachField([&](const HsiFieldRow &row, uint32_t n, const HsiFieldDef &field) {
         const uint32_t value = bits(data, field.hi, field.lo);
         uint32_t &word = words[field.word];
-        word = reg.access == Access::W1C ? word & ~value & bits(~0u, field.hi - field.lo, 0) : value;
+        word = reg.row->access == HsiAccess::W1C ? word & ~value & bits(~0u, field.hi - field.lo, 0) : value;
         if (trace)
-            traceField(field, word);
-    }
+            traceField(field, hsiName(row.name, n, row.inner), word);
+    });
 }
 
 int readReg(const Family &family, const uint32_t *words, uint32_t addr, uint32_t *dataPtr) {
     *dataPtr = 0;
-    const RegDef *reg = findReg(family, addr);
-    if (!reg)
+    const Reg reg = findReg(family, addr);
+    if (!reg.row)
         return 0;
-    for (uint32_t i = 0; i < reg->fieldCnt; i++) {
-        const HsiFieldDef &field = family.fields[reg->firstField + i];
-        *dataPtr |= words[field.word] << field.lo;
-    }
+    reg.forEachField(
+        [&](const HsiFieldRow &, uint32_t, const HsiFieldDef &field) { *dataPtr |= words[field.word] << field.lo; });
     return 1;
 }
 
@@ -172,37 +195,56 @@ template <class Rec> const uint32_t *wordsOf(const Rec *rec) {
 
 } // namespace
 
+HsiFieldDef HsiRegRow::field(const HsiFieldRow &field, uint32_t n, uint32_t j) const {
+    return {static_cast<uint16_t>(field.first.word + (n * per + j) * field.words),
+            static_cast<uint8_t>(field.first.hi - j * down), static_cast<uint8_t>(field.first.lo - j * down)};
+}
+
+std::string hsiName(std::string_view pattern, uint32_t n, uint32_t inner) {
+    std::string name;
+    for (size_t i = 0; i < pattern.size(); i++) {
+        if (pattern[i] != '{') {
+            name += pattern[i];
+            continue;
+        }
+        const char what = pattern[i + 1];
+        name += std::to_string(what == 'n' ? n : what == 'a' ? n / inner : n % inner);
+        i += 2;
+    }
+    return name;
+}
+
 int CmRteHsiComRegWr(CmRteHsiComReg *comRegPtr, uint32_t addr, uint32_t data, int trace) {
-    const RegDef *reg = findReg(comFamily, addr);
-    if (!reg)
+    const Reg reg = findReg(comFamily, addr);
+    if (!reg.row)
         return 0;
     if (trace)
-        std::printf("           %-32s <= 0x%08x\n", reg->name, data);
-    writeFields(comFamily, *reg, wordsOf(comRegPtr), data, trace);
+        std::printf("           %-32s <= 0x%08x\n", reg.name().c_str(), data);
+    writeFields(reg, wordsOf(comRegPtr), data, trace);
     if (trace)
         std::printf("\n");
     return 1;
 }
 
 int CmRteHsiPortRegWr(CmRteHsiPortReg *portRegPtr, uint32_t addr, uint32_t data, uint32_t port, int trace) {
-    const RegDef *reg = findReg(portFamily, addr);
-    if (!reg)
+    const Reg reg = findReg(portFamily, addr);
+    if (!reg.row)
         return 0;
     if (trace)
-        std::printf("  port=%02d  %-32s <= 0x%08x\n", static_cast<int>(port), reg->name, data);
-    writeFields(portFamily, *reg, wordsOf(portRegPtr), data, trace);
+        std::printf("  port=%02d  %-32s <= 0x%08x\n", static_cast<int>(port), reg.name().c_str(), data);
+    writeFields(reg, wordsOf(portRegPtr), data, trace);
     if (trace)
         std::printf("\n");
     return 1;
 }
 
 int CmTfeHsiComRegWr(CmTfeHsiComReg *comRegPtr, uint32_t addr, uint32_t data, int trace) {
-    const RegDef *reg = findReg(tfeFamily, addr);
-    if (!reg)
+    const Reg reg = findReg(tfeFamily, addr);
+    if (!reg.row)
         return 0;
     if (trace)
-        std::printf("           %-32s <= 0x%08x\n", reg->name, data);
-    writeFields(tfeFamily, *reg, wordsOf(comRegPtr), data, trace);
+        std::printf("           %-32s <= 0x%08x\n", reg.name().c_str(), data);
+    writeFields(reg, wordsOf(comRegPtr), data, trace);
     if (trace)
         std::printf("\n");
     return 1;
@@ -236,7 +278,7 @@ void CmTfeHsiComRegInit(CmTfeHsiComReg *comRegPtr) {
     std::memset(comRegPtr, 0, sizeof *comRegPtr);
 }
 
-const HsiFieldDef *hsiFindField(uint32_t chipOffset, std::string_view field) {
+std::optional<HsiFieldDef> hsiFindField(uint32_t chipOffset, std::string_view field) {
     const Family *family = nullptr;
     if (chipOffset >> 15 == 0x50000 >> 15)
         family = &comFamily;
@@ -245,13 +287,24 @@ const HsiFieldDef *hsiFindField(uint32_t chipOffset, std::string_view field) {
     else if (chipOffset >> 22 == 1 && bits(chipOffset, 21, 16) < TSR_PORTS && bits(chipOffset, 15, 12) == 2)
         family = &portFamily;
     else
-        return nullptr;
-    const RegDef *reg = findReg(*family, chipOffset);
-    if (!reg)
-        return nullptr;
-    for (uint32_t i = 0; i < reg->fieldCnt; i++) {
-        if (field == family->fields[reg->firstField + i].name)
-            return &family->fields[reg->firstField + i];
-    }
-    return nullptr;
+        return std::nullopt;
+    const Reg reg = findReg(*family, chipOffset);
+    if (!reg.row)
+        return std::nullopt;
+    std::optional<HsiFieldDef> found;
+    reg.forEachField([&](const HsiFieldRow &row, uint32_t n, const HsiFieldDef &def) {
+        if (!found && field == hsiName(row.name, n, row.inner))
+            found = def;
+    });
+    return found;
+}
+
+std::span<const HsiRegRow> hsiComRegRows() {
+    return comRegs;
+}
+std::span<const HsiRegRow> hsiPortRegRows() {
+    return portRegs;
+}
+std::span<const HsiRegRow> hsiTfeRegRows() {
+    return tfeRegs;
 }

@@ -6,15 +6,58 @@
 #include "tfe/cmTfeHsi.h"
 
 #include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
 #include <string_view>
 
 /// One field of a register: word `word` of its register file's record, bits `hi` to `lo` of the register.
 struct HsiFieldDef {
-    const char *name;
     uint16_t word;
     uint8_t hi;
     uint8_t lo;
 };
+
+/// How a register takes a host's write.
+enum class HsiAccess : uint8_t {
+    RW,  // stores the fields
+    RO,  // keeps them: the block fills them itself
+    W1C, // clears the bits that are written as 1
+};
+
+/// A row of a family's list of fields: one field, or an array of them. Element n stands `words` * n words behind the
+/// first. The name holds {n}, or {a} and {b} for n / `inner` and n % `inner`.
+struct HsiFieldRow {
+    const char *name;
+    HsiFieldDef first;
+    uint8_t words;
+    uint16_t inner;
+};
+
+/// A row of a family's list of registers: one register, or `cnt` equal ones, `bytes` apart, named as fields are. Each
+/// has `per` elements of each of its fields, the next one `down` bits below the one before.
+struct HsiRegRow {
+    const char *name;
+    uint16_t offset; // of the first in the block
+    HsiAccess access;
+    uint16_t cnt;
+    uint8_t bytes;
+    uint16_t inner;
+    uint8_t per;
+    uint8_t down;
+    std::span<const HsiFieldRow> fields;
+
+    /// Field row `field` of register `n`, element `j` of the register's own.
+    HsiFieldDef field(const HsiFieldRow &field, uint32_t n, uint32_t j) const;
+};
+
+/// The registers of a family, in the order of the chip.
+std::span<const HsiRegRow> hsiComRegRows();
+std::span<const HsiRegRow> hsiPortRegRows();
+std::span<const HsiRegRow> hsiTfeRegRows();
+
+/// Name `n` of an array whose `pattern` holds {n}, or {a} and {b} for n / `inner` and n % `inner`.
+std::string hsiName(std::string_view pattern, uint32_t n, uint32_t inner);
 
 /// Host writes of `data` to the register at `addr`: stores its fields, lets a read-only register alone, clears the
 /// written ones of a write-one-to-clear register. `trace` prints the register and its fields. Returns 1, or 0 when the
@@ -34,5 +77,5 @@ void CmRteHsiPortRegInit(CmRteHsiPortReg *portRegPtr);
 void CmTfeHsiComRegInit(CmTfeHsiComReg *comRegPtr);
 
 /// The field `field` of the register at the chip address `chipOffset` of the RTE's common registers, of a port's or of
-/// the TFE's; null when that register does not exist or has no such field.
-const HsiFieldDef *hsiFindField(uint32_t chipOffset, std::string_view field);
+/// the TFE's; nothing when that register does not exist or has no such field.
+std::optional<HsiFieldDef> hsiFindField(uint32_t chipOffset, std::string_view field);

@@ -192,7 +192,7 @@ void L2CtrlCls(CmRteStat *statPtr) {
              static_cast<unsigned long long>(tcamTbl.u64Key), tcamTbl.tcamHit, tcamTbl.rsltIdx);
 
     if (!prcVerdict(statPtr))
-        CmRteHisU64NoRng(hisCtl(statPtr), tcamTbl.u64Key, 62, &statPtr->comRegPtr->rte_his_l2_ctl_tcam_key_0_w0);
+        CmRteHisU64NoRng(hisCtl(statPtr), tcamTbl.u64Key, 62, &statPtr->comRegPtr->rte_his_l2_ctl_tcam_key[0][0]);
 
     if (tcamTbl.tcamHit) {
         const uint32_t skipIvf = memWord(memPtr->RTE_L2_CONTROL_RSLT_SRAM, 2 * tcamTbl.rsltIdx);
@@ -206,7 +206,7 @@ void L2CtrlCls(CmRteStat *statPtr) {
 
     if (!prcVerdict(statPtr))
         CmRteHisU32(hisCtl(statPtr), tcamTbl.tcamHit << 10 | tcamTbl.rsltIdx, comRegPtr->rte_lue_l2_ctl_rslt_addr_hi,
-                    comRegPtr->rte_lue_l2_ctl_rslt_addr_lo, 0x3ff, 16, &statPtr->comRegPtr->rte_his_l2_ctl_rslt_0);
+                    comRegPtr->rte_lue_l2_ctl_rslt_addr_lo, 0x3ff, 16, &statPtr->comRegPtr->rte_his_l2_ctl_rslt[0]);
 }
 
 namespace {
@@ -255,7 +255,7 @@ void TypLu(CmRteStat *statPtr) {
     tcamTbl.tcamSiz = 1024;
     tcamTbl.tcam = memPtr->RTE_TYP_TCAM;
     CmTcamLu(&tcamTbl);
-    CmRteHisU96NoRng(ctl, 0, tcamTbl.u64Key, 64, &comRegPtr->rte_his_typ_tcam_key_0_w0);
+    CmRteHisU96NoRng(ctl, 0, tcamTbl.u64Key, 64, &comRegPtr->rte_his_typ_tcam_key[0][0]);
 
     // The default index names a row, as a hit does.
     const TypIdx app =
@@ -266,7 +266,7 @@ void TypLu(CmRteStat *statPtr) {
         CM_TRACE(1, "[TCAM][Type][Hit] App Type HitIdx: 0x%x\n", app.idx);
     statPtr->typ = memWord(memPtr->RTE_APP_TYP_RA, app.idx >> 2) >> 8 * (3 - (app.idx & 3)) & 0xff;
     CmRteHisU32(ctl, typHisKey(statPtr, app), comRegPtr->rte_lue_l2_typ_app_addr_hi,
-                comRegPtr->rte_lue_l2_typ_app_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_app_typ_0);
+                comRegPtr->rte_lue_l2_typ_app_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_app_typ[0]);
 
     statPtr->typVidHit = 0;
     if (statPtr->l2TrillFound) {
@@ -287,7 +287,7 @@ void TypLu(CmRteStat *statPtr) {
     const TypIdx vidHis = firstOwnedTyp(tcamTbl, comRegPtr->rte_typ_vid_en, 0, [](uint32_t) {});
     if (vidHis.hit)
         CmRteHisU32(ctl, typHisKey(statPtr, vidHis), comRegPtr->rte_lue_l2_typ_vid_addr_hi,
-                    comRegPtr->rte_lue_l2_typ_vid_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_typ_0);
+                    comRegPtr->rte_lue_l2_typ_vid_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_typ[0]);
 
     const TypIdx mtu =
         firstOwnedTyp(tcamTbl, comRegPtr->rte_typ_mtu_en, comRegPtr->rte_typ_mtu_unk, [&](uint32_t entry) {
@@ -297,7 +297,7 @@ void TypLu(CmRteStat *statPtr) {
         CM_TRACE(1, "[TCAM][Type][Hit] Type MTU HitIdx: 0x%x\n", mtu.idx);
     statPtr->typMtu = memWord(memPtr->RTE_TYP_MTU_SRAM, mtu.idx);
     CmRteHisU32(ctl, typHisKey(statPtr, mtu), comRegPtr->rte_lue_l2_typ_mtu_addr_hi,
-                comRegPtr->rte_lue_l2_typ_mtu_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_typ_mtu_0);
+                comRegPtr->rte_lue_l2_typ_mtu_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_typ_mtu[0]);
 
     const TypIdx attrb =
         firstOwnedTyp(tcamTbl, comRegPtr->rte_typ_attrb_en, comRegPtr->rte_typ_attrb_unk, [&](uint32_t entry) {
@@ -310,7 +310,7 @@ void TypLu(CmRteStat *statPtr) {
     statPtr->typAttrPolEn = bit(pair, 0);
     statPtr->typAttrLocMacDrp = bit(pair, 1);
     CmRteHisU32(ctl, typHisKey(statPtr, attrb), comRegPtr->rte_lue_l2_typ_attrb_addr_hi,
-                comRegPtr->rte_lue_l2_typ_attrb_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_typ_attrb_0);
+                comRegPtr->rte_lue_l2_typ_attrb_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_typ_attrb[0]);
 
     CM_TRACE(1,
              "[RSLT][Type] Type: %x, TypeVID: %x, TypeMtu: 0x%x, TypeAttr.pol_en: %u, TypAttr.local_mac_drop: %u "

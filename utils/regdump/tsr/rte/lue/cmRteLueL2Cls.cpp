@@ -81,7 +81,7 @@ void MacCls(CmRteStat *statPtr) {
         hits.entry[tbl] = tcamTbl.rsltIdx;
     }
     if (!prcVerdict(statPtr))
-        CmRteHisU128NoRng(ctl, tcamTbl.u64Key, tcamTbl.u64Key1, 112, &comRegPtr->rte_his_l2_mac_tcam_key_0_w0);
+        CmRteHisU128NoRng(ctl, tcamTbl.u64Key, tcamTbl.u64Key1, 112, &comRegPtr->rte_his_l2_mac_tcam_key[0][0]);
 
     ClsIdx vid = {0, 0};
     if (statPtr->l2TrillFound) {
@@ -105,7 +105,7 @@ void MacCls(CmRteStat *statPtr) {
         vidHisKey = vidHis.hit << 11 | vidHis.idx;
     }
     CmRteHisU32(ctl, vidHisKey, comRegPtr->rte_lue_l2_mac_vid_addr_hi, comRegPtr->rte_lue_l2_mac_vid_addr_lo, 0x7ff, 16,
-                &comRegPtr->rte_his_l2_mac_vid_0);
+                &comRegPtr->rte_his_l2_mac_vid[0]);
 
     ClsIdx prio = {0, 0};
     if (portRegPtr->rte_prc_l2_mac_prio_en) {
@@ -123,7 +123,7 @@ void MacCls(CmRteStat *statPtr) {
         }
     }
     CmRteHisU32(ctl, statPtr->macPrioHit << 11 | prio.idx, comRegPtr->rte_lue_l2_mac_prio_addr_hi,
-                comRegPtr->rte_lue_l2_mac_prio_addr_lo, 0x7ff, 16, &comRegPtr->rte_his_l2_mac_prio_0);
+                comRegPtr->rte_lue_l2_mac_prio_addr_lo, 0x7ff, 16, &comRegPtr->rte_his_l2_mac_prio[0]);
 
     if (portRegPtr->rte_prc_l2_sts_mac_en && !prcVerdict(statPtr)) {
         const ClsIdx sts =
@@ -222,7 +222,7 @@ void CloudCls(CmRteStat *statPtr) {
     tcamTbl.tcam = memPtr->RTE_CLOUD_TCAM;
     CmTcamLu(&tcamTbl);
     if (!prcVerdict(statPtr))
-        CmRteHisU96NoRng(ctl, tcamTbl.u64Key, tcamTbl.u64Key1, 88, &comRegPtr->rte_his_csc_tcam_key_0_w0);
+        CmRteHisU96NoRng(ctl, tcamTbl.u64Key, tcamTbl.u64Key1, 88, &comRegPtr->rte_his_csc_tcam_key[0][0]);
 
     const uint32_t vpnMask[4] = {comRegPtr->csc_vpn_mask_0, comRegPtr->csc_vpn_mask_1, comRegPtr->csc_vpn_mask_2,
                                  comRegPtr->csc_vpn_mask_3};
@@ -233,7 +233,7 @@ void CloudCls(CmRteStat *statPtr) {
                              memWord(memPtr->RTE_CLOUD_RSLT_VPN_SRAM, 2 * vpn.idx + 1);
     CM_TRACE(1, "[TCAM][VPN] VPN Idx=0x%x, result=0x%llx\n", vpn.idx, static_cast<unsigned long long>(vpnRslt));
     CmRteHisU32(ctl, vpn.hit << 14 | vpn.idx, comRegPtr->rte_lue_csc_vpn_addr_hi, comRegPtr->rte_lue_csc_vpn_addr_lo,
-                0x3fff, 16, &comRegPtr->rte_his_csc_vpn_rslt_0);
+                0x3fff, 16, &comRegPtr->rte_his_csc_vpn_rslt[0]);
 
     const uint32_t rsltIivid = static_cast<uint32_t>(bits64(vpnRslt, 32, 20));
     if (statPtr->l2QinqEn && rsltIivid == comRegPtr->res_s_passthru_ivid) {
@@ -271,21 +271,21 @@ void CloudCls(CmRteStat *statPtr) {
     CM_TRACE(1, "[RSLT][Cloud] IIVID: 0x%x, VPN ID: 0x%x\n", statPtr->iivid, statPtr->vpn_id);
     if (!prcVerdict(statPtr))
         CmRteHisU32(ctl, statPtr->iivid, comRegPtr->rte_lue_csc_iivid_vpn_id_addr_hi,
-                    comRegPtr->rte_lue_csc_iivid_vpn_id_addr_lo, 0x1fff, 16, &comRegPtr->rte_his_csc_iivid_vpn_id_0);
+                    comRegPtr->rte_lue_csc_iivid_vpn_id_addr_lo, 0x1fff, 16, &comRegPtr->rte_his_csc_iivid_vpn_id[0]);
 
     statPtr->cldTransp = 0;
 
-    const uint32_t policyMask[4] = {comRegPtr->csc_policy_mask_0, comRegPtr->csc_policy_mask_1,
-                                    comRegPtr->csc_policy_mask_2, comRegPtr->csc_policy_mask_3};
+    const uint32_t policyMask[4] = {comRegPtr->csc_policy_mask[0], comRegPtr->csc_policy_mask[1],
+                                    comRegPtr->csc_policy_mask[2], comRegPtr->csc_policy_mask[3]};
     const ClsIdx policy = firstCloud(tcamTbl, policyMask, comRegPtr->csc_unk_policy_rslt_addr);
     if (policy.hit)
         CM_TRACE(1, "[TCAM][Cloud][Hit] Policy HitIdx: 0x%x\n", policy.idx);
     statPtr->policyId = memWord(memPtr->RTE_CLOUD_RSLT_POLICY_SRAM, policy.idx) & 0xfff;
     CM_TRACE(1, "[RSLT][Cloud] Policy ID: 0x%x\n", statPtr->policyId);
     CmRteHisU32(ctl, policy.hit << 14 | policy.idx, comRegPtr->rte_lue_csc_policy_addr_hi,
-                comRegPtr->rte_lue_csc_policy_addr_lo, 0x3fff, 16, &comRegPtr->rte_his_csc_policy_rslt_0);
+                comRegPtr->rte_lue_csc_policy_addr_lo, 0x3fff, 16, &comRegPtr->rte_his_csc_policy_rslt[0]);
 
     statPtr->vlanMtu = memWord(memPtr->RTE_L2_VLAN_MTU_SRAM, statPtr->iivid);
     CmRteHisU32(ctl, statPtr->iivid, comRegPtr->rte_lue_l2_mtu_addr_hi, comRegPtr->rte_lue_l2_mtu_addr_lo, 0x3fff, 16,
-                &comRegPtr->rte_his_l2_vid_mtu_0);
+                &comRegPtr->rte_his_l2_vid_mtu[0]);
 }

@@ -19,12 +19,6 @@ constexpr uint32_t kMyDaEntries = 128;
 constexpr uint32_t kDbgCnts = 16;
 constexpr unsigned kMcastMacBit = 40;
 
-// The ranges of the chip's own addresses stand in a row, one field a register.
-static_assert(offsetof(CmRteHsiComReg, rte_l2_chs_mac_hi_127) ==
-              offsetof(CmRteHsiComReg, rte_l2_chs_mac_hi_0) + (kMyDaEntries - 1) * sizeof(uint32_t));
-static_assert(offsetof(CmRteHsiComReg, rte_l2_chs_mac_lo_127) ==
-              offsetof(CmRteHsiComReg, rte_l2_chs_mac_lo_0) + (kMyDaEntries - 1) * sizeof(uint32_t));
-
 CmTcamTbl tcamTbl;
 CmExmTbl exmTbl;
 
@@ -219,17 +213,17 @@ void lookupDa(CmRteStat *statPtr, const ExmKeys &keys, uint32_t tblSel, uint32_t
     statPtr->l2ExmDaHit = exmHit();
 
     CmRteHisU32(ctl, statPtr->iivid, comRegPtr->rte_lue_l2_vid_mgid_addr_hi, comRegPtr->rte_lue_l2_vid_mgid_addr_lo,
-                0x1fff, 16, &comRegPtr->rte_his_l2_vid_mgid_0);
+                0x1fff, 16, &comRegPtr->rte_his_l2_vid_mgid[0]);
 
     takeDaTrap(statPtr);
 
-    CmRteHisU96NoRng(ctl, statPtr->l2ExmDaKey0, statPtr->l2ExmDaKey1, 80, &comRegPtr->rte_his_l2_exm_tcam_key_da_0_w0);
+    CmRteHisU96NoRng(ctl, statPtr->l2ExmDaKey0, statPtr->l2ExmDaKey1, 80, &comRegPtr->rte_his_l2_exm_tcam_key_da[0][0]);
     CmRteHisU32(ctl, exmTbl.hshVal, comRegPtr->rte_lue_l2_exm_idx_da_addr_hi, comRegPtr->rte_lue_l2_exm_idx_da_addr_lo,
-                0x7ffff, 24, &comRegPtr->rte_his_l2_exm_idx_da_0);
+                0x7ffff, 24, &comRegPtr->rte_his_l2_exm_idx_da[0]);
     CmRteHisU32(ctl, exmTbl.hshIdx, comRegPtr->rte_lue_l2_exm_bkt_da_addr_hi, comRegPtr->rte_lue_l2_exm_bkt_da_addr_lo,
-                0x3fff, 16, &comRegPtr->rte_his_l2_exm_bkt_da_0);
+                0x3fff, 16, &comRegPtr->rte_his_l2_exm_bkt_da[0]);
     CmRteHisU32(ctl, rsltHisKey(), comRegPtr->rte_lue_l2_exm_rslt_da_addr_hi, comRegPtr->rte_lue_l2_exm_rslt_da_addr_lo,
-                0x7ffff, 24, &comRegPtr->rte_his_l2_exm_rslt_da_0);
+                0x7ffff, 24, &comRegPtr->rte_his_l2_exm_rslt_da[0]);
 }
 
 void lookupSa(CmRteStat *statPtr, const ExmKeys &keys) {
@@ -277,13 +271,13 @@ void lookupSa(CmRteStat *statPtr, const ExmKeys &keys) {
     else
         statPtr->l2ExmSaRsltTyp = statPtr->l2ExmSaTrapEn ? RSLT_FWD_A_TRAP : RSLT_FWD;
 
-    CmRteHisU96NoRng(ctl, statPtr->l2ExmSaKey0, statPtr->l2ExmSaKey1, 80, &comRegPtr->rte_his_l2_exm_tcam_key_sa_0_w0);
+    CmRteHisU96NoRng(ctl, statPtr->l2ExmSaKey0, statPtr->l2ExmSaKey1, 80, &comRegPtr->rte_his_l2_exm_tcam_key_sa[0][0]);
     CmRteHisU32(ctl, exmTbl.hshVal, comRegPtr->rte_lue_l2_exm_idx_sa_addr_hi, comRegPtr->rte_lue_l2_exm_idx_sa_addr_lo,
-                0x7ffff, 24, &comRegPtr->rte_his_l2_exm_idx_sa_0);
+                0x7ffff, 24, &comRegPtr->rte_his_l2_exm_idx_sa[0]);
     CmRteHisU32(ctl, exmTbl.hshIdx, comRegPtr->rte_lue_l2_exm_bkt_sa_addr_hi, comRegPtr->rte_lue_l2_exm_bkt_sa_addr_lo,
-                0x3fff, 16, &comRegPtr->rte_his_l2_exm_bkt_sa_0);
+                0x3fff, 16, &comRegPtr->rte_his_l2_exm_bkt_sa[0]);
     CmRteHisU32(ctl, rsltHisKey(), comRegPtr->rte_lue_l2_exm_rslt_sa_addr_hi, comRegPtr->rte_lue_l2_exm_rslt_sa_addr_lo,
-                0x7ffff, 24, &comRegPtr->rte_his_l2_exm_rslt_sa_0);
+                0x7ffff, 24, &comRegPtr->rte_his_l2_exm_rslt_sa[0]);
 }
 
 /// Spanning tree: what the frame's port may do in its VLAN.
@@ -307,7 +301,7 @@ void readStpEn(CmRteStat *statPtr) {
     }
 
     CmRteHisU32(hisCtl(statPtr), wordIdx, comRegPtr->rte_lue_l2_stp_en_addr_hi, comRegPtr->rte_lue_l2_stp_en_addr_lo,
-                0x3ffff, 24, &comRegPtr->rte_his_l2_stp_en_0);
+                0x3ffff, 24, &comRegPtr->rte_his_l2_stp_en[0]);
 }
 
 void searchMyDaPrefix(const CmRteStat *statPtr, uint64_t addr) {
@@ -326,8 +320,8 @@ bool findMyDaRange(const CmRteStat *statPtr, uint64_t addr, uint32_t *idxPtr) {
     const uint32_t low = static_cast<uint32_t>(bits64(addr, 23, 0));
     for (uint32_t i = 0; i < tcamTbl.hitCount; i++) {
         const uint32_t idx = tcamTbl.hitList[i] & (kMyDaEntries - 1);
-        const uint32_t rngLo = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_chs_mac_lo_0, idx);
-        const uint32_t rngHi = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_chs_mac_hi_0, idx);
+        const uint32_t rngLo = comRegPtr->rte_l2_chs_mac_lo[idx];
+        const uint32_t rngHi = comRegPtr->rte_l2_chs_mac_hi[idx];
         if (rngLo <= low && low <= rngHi) {
             *idxPtr = idx;
             return true;
@@ -389,7 +383,7 @@ void L2Exm(CmRteStat *statPtr) {
     statPtr->l2ExmSaKey0 = keys.sa.key0();
     statPtr->l2ExmSaKey1 = keys.sa.key1();
     CmRteHisU32(hisCtl(statPtr), keys.fidIdx, comRegPtr->rte_lue_l2_fid_addr_hi, comRegPtr->rte_lue_l2_fid_addr_lo,
-                0x1fff, 16, &comRegPtr->rte_his_l2_fid_0);
+                0x1fff, 16, &comRegPtr->rte_his_l2_fid[0]);
 
     ChassisAddressParser(statPtr, keys.da.trillAddrVld);
     statPtr->l2TrillInterior = statPtr->l2TrillFound && !statPtr->l2TrillEgr;
@@ -521,13 +515,12 @@ void L2Flood(CmRteStat *statPtr, uint32_t tbl_sel, uint32_t /*hshVal*/) {
 void L2ExmDbgCnt(CmRteStat *statPtr) {
     CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     for (uint32_t n = 0; n < kDbgCnts; n++) {
-        // A counter's configuration is four fields, its value two words.
-        if (!bit(regElem(comRegPtr, &CmRteHsiComReg::rte_l2_dbg_port_msk_0, n, 4), statPtr->ingPhyPort))
+        if (!bit(comRegPtr->rte_l2_dbg[n].port_msk, statPtr->ingPhyPort))
             continue;
-        const uint32_t idx = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_dbg_idx_0, n, 4);
-        const uint32_t da = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_dbg_da_en_0, n, 4) && statPtr->l2ExmDaIdx == idx;
-        const uint32_t sa = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_dbg_sa_en_0, n, 4) && statPtr->l2ExmSaIdx == idx;
+        const uint32_t idx = comRegPtr->rte_l2_dbg[n].idx;
+        const uint32_t da = comRegPtr->rte_l2_dbg[n].da_en && statPtr->l2ExmDaIdx == idx;
+        const uint32_t sa = comRegPtr->rte_l2_dbg[n].sa_en && statPtr->l2ExmSaIdx == idx;
         if (da || sa)
-            IncrSts(&regElem(comRegPtr, &CmRteHsiComReg::rte_l2_dbg_cnt_0_w0, n, 2), kFrmCntMsk, da + sa);
+            IncrSts(&comRegPtr->rte_l2_dbg_cnt[n][0], kFrmCntMsk, da + sa);
     }
 }

@@ -18,6 +18,7 @@ constexpr uint32_t kLipHshBytes = 11;
 /// What differs between the two FIFOs.
 struct LrnFifo {
     using Reg = uint32_t CmRteHsiComReg::*;
+    using Slots = uint32_t (CmRteHsiComReg::*)[4];
     using Stat = uint32_t CmRteStat::*;
 
     Reg swpCtlW0;
@@ -31,10 +32,10 @@ struct LrnFifo {
     Reg drpCnt;
     Reg lipHisHi;
     Reg lipHisLo;
-    Reg lipHis;
+    Slots lipHis;
     Reg infHisHi;
     Reg infHisLo;
-    Reg infHis;
+    Slots infHis;
     Stat lip;
     Stat drpInf;
     uint32_t ptrMsk;    // the entries in use, less one
@@ -53,10 +54,10 @@ constexpr LrnFifo kSaFifo = {
     .drpCnt = &CmRteHsiComReg::rte_l2_sa_lrn_inf_drp_cnt,
     .lipHisHi = &CmRteHsiComReg::rte_lue_l2_sa_lrn_lip_addr_hi,
     .lipHisLo = &CmRteHsiComReg::rte_lue_l2_sa_lrn_lip_addr_lo,
-    .lipHis = &CmRteHsiComReg::rte_his_l2_sa_lrn_lip_0,
+    .lipHis = &CmRteHsiComReg::rte_his_l2_sa_lrn_lip,
     .infHisHi = &CmRteHsiComReg::rte_lue_l2_sa_lrn_inf_addr_hi,
     .infHisLo = &CmRteHsiComReg::rte_lue_l2_sa_lrn_inf_addr_lo,
-    .infHis = &CmRteHsiComReg::rte_his_l2_sa_lrn_inf_0,
+    .infHis = &CmRteHsiComReg::rte_his_l2_sa_lrn_inf,
     .lip = &CmRteStat::l2SaLrnLip,
     .drpInf = &CmRteStat::l2SaLrnDrpInf,
     .ptrMsk = 0xfff,
@@ -75,10 +76,10 @@ constexpr LrnFifo kDaFifo = {
     .drpCnt = &CmRteHsiComReg::rte_l2_da_lrn_inf_drp_cnt,
     .lipHisHi = &CmRteHsiComReg::rte_lue_l2_da_lrn_lip_addr_hi,
     .lipHisLo = &CmRteHsiComReg::rte_lue_l2_da_lrn_lip_addr_lo,
-    .lipHis = &CmRteHsiComReg::rte_his_l2_da_lrn_lip_0,
+    .lipHis = &CmRteHsiComReg::rte_his_l2_da_lrn_lip,
     .infHisHi = &CmRteHsiComReg::rte_lue_l2_da_lrn_inf_addr_hi,
     .infHisLo = &CmRteHsiComReg::rte_lue_l2_da_lrn_inf_addr_lo,
-    .infHis = &CmRteHsiComReg::rte_his_l2_da_lrn_inf_0,
+    .infHis = &CmRteHsiComReg::rte_his_l2_da_lrn_inf,
     .lip = &CmRteStat::l2DaLrnLip,
     .drpInf = &CmRteStat::l2DaLrnDrpInf,
     .ptrMsk = 0x3ff, // the chip wraps after a quarter of the memory
@@ -114,7 +115,7 @@ template <size_t N> bool ckLip(CmRteStat *statPtr, const LrnFifo &fifo, uint32_t
 
     word |= 1u << (hsh & 31);
     CmRteHisU32(hisCtl(statPtr), hsh, comRegPtr->*fifo.lipHisHi, comRegPtr->*fifo.lipHisLo, kLipHshMsk, 16,
-                &(comRegPtr->*fifo.lipHis));
+                comRegPtr->*fifo.lipHis);
     if (lip)
         CM_TRACE(1, "[L2 SA Learn] LIP is set -- do nothing\n");
     return !lip;
@@ -143,7 +144,7 @@ template <size_t N> void pushLrnInf(CmRteStat *statPtr, const LrnFifo &fifo, uin
              "%8.8x_%8.8x_%8.8x_%8.8x\n",
              wr, inf[0], inf[1], inf[2], inf[3]);
     CmRteHisU32(hisCtl(statPtr), wr, comRegPtr->*fifo.infHisHi, comRegPtr->*fifo.infHisLo, 0xfff, 16,
-                &(comRegPtr->*fifo.infHis));
+                comRegPtr->*fifo.infHis);
 
     const uint32_t next = (wr + 1) & fifo.ptrMsk;
     comRegPtr->*fifo.wrPtr = next;

@@ -33,10 +33,27 @@ template <size_t N> uint32_t nibbleHshTyp(const uint32_t (&sram)[N], uint32_t id
     return memWord(sram, id >> 3) >> (28 - 4 * (id & 7)) & 7;
 }
 
-/// First of the `cnt` list registers from `first` that holds `id`; kNoGrp when none does.
-uint32_t findGrp(const CmRteHsiComReg *comRegPtr, uint32_t CmRteHsiComReg::*first, uint32_t cnt, uint32_t id) {
-    for (uint32_t i = 0; i < cnt; i++) {
-        if (regElem(comRegPtr, first, i) == id)
+struct AclStsBnkReg {
+    uint32_t CmRteHsiComReg::*sel; // the bank's owner
+    uint32_t CmRteHsiComReg::*id;
+};
+/// The register of the counter banks, which has them from bank 7 down.
+constexpr AclStsBnkReg kAclStsBnkRegs[] = {
+    {&CmRteHsiComReg::acl_sts_bank0_sel, &CmRteHsiComReg::acl_sts_bank0_id},
+    {&CmRteHsiComReg::acl_sts_bank1_sel, &CmRteHsiComReg::acl_sts_bank1_id},
+    {&CmRteHsiComReg::acl_sts_bank2_sel, &CmRteHsiComReg::acl_sts_bank2_id},
+    {&CmRteHsiComReg::acl_sts_bank3_sel, &CmRteHsiComReg::acl_sts_bank3_id},
+    {&CmRteHsiComReg::acl_sts_bank4_sel, &CmRteHsiComReg::acl_sts_bank4_id},
+    {&CmRteHsiComReg::acl_sts_bank5_sel, &CmRteHsiComReg::acl_sts_bank5_id},
+    {&CmRteHsiComReg::acl_sts_bank6_sel, &CmRteHsiComReg::acl_sts_bank6_id},
+    {&CmRteHsiComReg::acl_sts_bank7_sel, &CmRteHsiComReg::acl_sts_bank7_id},
+};
+static_assert(std::size(kAclStsBnkRegs) == kAclStsBnks);
+
+/// First register of `list` that holds `id`; kNoGrp when none does.
+template <size_t N> uint32_t findGrp(const uint32_t (&list)[N], uint32_t id) {
+    for (uint32_t i = 0; i < N; i++) {
+        if (list[i] == id)
             return i;
     }
     return kNoGrp;
@@ -65,7 +82,7 @@ bool pickTrillDest(CmRteStat *statPtr, uint32_t isDaLu, uint32_t *destPtr) {
         statPtr->l2PselMctIdSts = addr;
     }
     CmRteHisU32(hisCtl(statPtr), addr, comRegPtr->rte_lue_l2_psel_mctid_addr_hi,
-                comRegPtr->rte_lue_l2_psel_mctid_addr_lo, 0xffff, 16, &comRegPtr->rte_his_l2_psel_mctid_0);
+                comRegPtr->rte_lue_l2_psel_mctid_addr_lo, 0xffff, 16, &comRegPtr->rte_his_l2_psel_mctid[0]);
     CM_TRACE(1, "[MULTI_PATH] trillDa from MCTID_SRAM: 0x%x\n", *destPtr);
     return true;
 }
@@ -80,7 +97,7 @@ void resolveMpid(CmRteStat *statPtr, uint32_t isDaLu, Group &group) {
         statPtr->l2PselDaRsltMpidIsL2Mgid = group.isMgid;
         statPtr->l2PselDaRsltMpid = group.gid;
         CmRteHisU32(hisCtl(statPtr), addr, comRegPtr->rte_lue_l2_psel_mpid_addr_hi,
-                    comRegPtr->rte_lue_l2_psel_mpid_addr_lo, 0xffff, 16, &comRegPtr->rte_his_l2_psel_mpid_0);
+                    comRegPtr->rte_lue_l2_psel_mpid_addr_lo, 0xffff, 16, &comRegPtr->rte_his_l2_psel_mpid[0]);
     } else {
         statPtr->l2PselSaRsltMpidIsL2Mgid = group.isMgid;
         // The chip records for the source that there was a group, not which.
@@ -99,7 +116,7 @@ void resolveLgid(CmRteStat *statPtr, uint32_t isDaLu, Group &group) {
         statPtr->l2PselLgIdStsEn = 1;
         statPtr->l2PselLgIdSts = addr;
         CmRteHisU32(hisCtl(statPtr), addr, comRegPtr->rte_lue_l2_psel_lgid_addr_hi,
-                    comRegPtr->rte_lue_l2_psel_lgid_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_l2_psel_lgid_0);
+                    comRegPtr->rte_lue_l2_psel_lgid_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_l2_psel_lgid[0]);
     } else {
         statPtr->l2PselSaRsltLgidIsL2Mgid = group.isMgid;
         statPtr->l2PselSaRsltLgid = group.gid;
@@ -118,7 +135,7 @@ void l2MultipathProcess(CmRteStat *statPtr, uint32_t isDaLu) {
         group = groupOf(memWord(statPtr->memPtr->RTE_L2_TRILL_DEST_SRAM, dest));
         CmRteHisU32(hisCtl(statPtr), dest, comRegPtr->rte_lue_l2_psel_trill_dest_addr_hi,
                     comRegPtr->rte_lue_l2_psel_trill_dest_addr_lo, 0xffff, 16,
-                    &comRegPtr->rte_his_l2_psel_trill_dest_0);
+                    &comRegPtr->rte_his_l2_psel_trill_dest[0]);
         CM_TRACE(1, "[MULTI_PATH] gidVal from TRILL: %x, isMgid: %u\n", group.gid, group.isMgid);
     }
 
@@ -174,7 +191,7 @@ uint32_t L2PselLgid(uint32_t lgid, CmRteStat *statPtr) {
 void MctMpSts(uint32_t mct_addr, CmRteStat *statPtr) {
     CmRteHsiMem *memPtr = statPtr->memPtr;
     const uint32_t mctid = bits(mct_addr, 15, 3);
-    const uint32_t grp = findGrp(statPtr->comRegPtr, &CmRteHsiComReg::rte_l2_psel_sts_mctid_0, 32, mctid);
+    const uint32_t grp = findGrp(statPtr->comRegPtr->rte_l2_psel_sts_mctid, mctid);
     if (grp == kNoGrp)
         return;
     const uint32_t row = grp << 3 | (mct_addr & 7);
@@ -186,7 +203,7 @@ void MctMpSts(uint32_t mct_addr, CmRteStat *statPtr) {
 void L2MpidSts(uint32_t mp_addr, CmRteStat *statPtr) {
     CmRteHsiMem *memPtr = statPtr->memPtr;
     const uint32_t mpid = bits(mp_addr, 15, 3);
-    const uint32_t grp = findGrp(statPtr->comRegPtr, &CmRteHsiComReg::rte_l2_psel_sts_mpid_0, 32, mpid);
+    const uint32_t grp = findGrp(statPtr->comRegPtr->rte_l2_psel_sts_mpid, mpid);
     if (grp == kNoGrp)
         return;
     const uint32_t row = grp << 3 | (mp_addr & 7);
@@ -201,10 +218,10 @@ void LagSts(uint32_t lag_addr, CmRteStat *statPtr) {
     CmRteHsiMem *memPtr = statPtr->memPtr;
     const uint32_t lgid = bits(lag_addr, 14, 5);
     CM_TRACE(1, "lag_id=%x sts_lgid groupd: 0x%x, 0x%x, 0x%x, 0x%x, 0x%x, 0x%x, 0x%x, 0x%x\n", lgid,
-             comRegPtr->rte_l2_psel_sts_lgid_0, comRegPtr->rte_l2_psel_sts_lgid_1, comRegPtr->rte_l2_psel_sts_lgid_2,
-             comRegPtr->rte_l2_psel_sts_lgid_3, comRegPtr->rte_l2_psel_sts_lgid_4, comRegPtr->rte_l2_psel_sts_lgid_5,
-             comRegPtr->rte_l2_psel_sts_lgid_6, comRegPtr->rte_l2_psel_sts_lgid_7);
-    const uint32_t grp = findGrp(comRegPtr, &CmRteHsiComReg::rte_l2_psel_sts_lgid_0, 8, lgid);
+             comRegPtr->rte_l2_psel_sts_lgid[0], comRegPtr->rte_l2_psel_sts_lgid[1], comRegPtr->rte_l2_psel_sts_lgid[2],
+             comRegPtr->rte_l2_psel_sts_lgid[3], comRegPtr->rte_l2_psel_sts_lgid[4], comRegPtr->rte_l2_psel_sts_lgid[5],
+             comRegPtr->rte_l2_psel_sts_lgid[6], comRegPtr->rte_l2_psel_sts_lgid[7]);
+    const uint32_t grp = findGrp(comRegPtr->rte_l2_psel_sts_lgid, lgid);
     if (grp == kNoGrp)
         return;
     const uint32_t row = grp << 5 | (lag_addr & 31);
@@ -215,11 +232,9 @@ void LagSts(uint32_t lag_addr, CmRteStat *statPtr) {
 }
 
 uint32_t aclStsBank(const CmRteHsiComReg *comRegPtr, uint32_t owner, uint32_t id) {
-    // The banks' pairs of id and owner stand in the register from bank 7 down.
     for (uint32_t bank = 0; bank < kAclStsBnks; bank++) {
-        const uint32_t pair = 2 * (kAclStsBnks - 1 - bank);
-        if (regElem(comRegPtr, &CmRteHsiComReg::acl_sts_bank7_sel, pair) == owner &&
-            regElem(comRegPtr, &CmRteHsiComReg::acl_sts_bank7_id, pair) == id)
+        const auto &[bankSel, bankId] = kAclStsBnkRegs[bank];
+        if (comRegPtr->*bankSel == owner && comRegPtr->*bankId == id)
             return bank;
     }
     return kAclStsBnks;
@@ -242,7 +257,7 @@ void IncL2AclSts(CmRteStat *statPtr) {
              idx, byteCnt);
 
     const uint32_t profile = statPtr->l2PselSflowProfile > 14 ? 15 : statPtr->l2PselSflowProfile;
-    const uint32_t rate = regElem(comRegPtr, &CmRteHsiComReg::rte_sflow_rate_0, profile);
+    const uint32_t rate = comRegPtr->rte_sflow_rate[profile];
     const uint32_t oneHot = std::bit_floor(rate);
     CM_TRACE(1, "sFlowProfileRate=0x%x, l2PselSflowEn=%d, RTE_ACL_STS_FCNT_SRAM=0x%x \n", rate, statPtr->l2PselSflowEn,
              oldFrmCnt);

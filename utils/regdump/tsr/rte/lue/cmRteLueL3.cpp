@@ -65,7 +65,7 @@ void L3VrfLu(CmRteStat *statPtr) {
     statPtr->vrfId = bits(word, 11, 0);
     statPtr->deftVrfEn = bit(word, 12);
     CmRteHisU32(hisCtl(statPtr), statPtr->iivid, comRegPtr->rte_lue_l3_vrf_addr_hi, comRegPtr->rte_lue_l3_vrf_addr_lo,
-                8191, 16, &comRegPtr->rte_his_l3_vrf_0);
+                8191, 16, &comRegPtr->rte_his_l3_vrf[0]);
 }
 
 void L3CugidLu(CmRteStat *statPtr) {

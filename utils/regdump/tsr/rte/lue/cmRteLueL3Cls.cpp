@@ -104,13 +104,13 @@ void readL3CtrlRslt(CmRteStat *statPtr, uint32_t rsltIdx) {
 void recordL3Ctrl(const CmRteStat *statPtr, const uint32_t (&key)[kKeyWords], uint32_t rsltIdx) {
     CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     const CmRteHisCtl ctl = hisCtl(statPtr);
-    RteHisUL3CtlMacTcam(ctl, key, 432, &comRegPtr->rte_his_l3_ctl_tcam_key_0_w0);
+    RteHisUL3CtlMacTcam(ctl, key, 432, &comRegPtr->rte_his_l3_ctl_tcam_key[0][0]);
     CmRteHisU32(ctl, statPtr->l3CtrlHit << 21 | statPtr->iivid << 8 | rsltIdx, comRegPtr->rte_lue_l3_ctl_rslt_addr_hi,
-                comRegPtr->rte_lue_l3_ctl_rslt_addr_lo, 0x1fffff, 24, &comRegPtr->rte_his_l3_ctl_rslt_0);
+                comRegPtr->rte_lue_l3_ctl_rslt_addr_lo, 0x1fffff, 24, &comRegPtr->rte_his_l3_ctl_rslt[0]);
     CmRteHisU32(ctl, statPtr->iivid, comRegPtr->rte_lue_l3_ivid_pid_addr_hi, comRegPtr->rte_lue_l3_ivid_pid_addr_lo,
-                8191, 16, &comRegPtr->rte_his_l3_pid_0);
+                8191, 16, &comRegPtr->rte_his_l3_pid[0]);
     CmRteHisU32(ctl, statPtr->l3CtrlHit << 8 | rsltIdx, comRegPtr->rte_lue_l3_ctl_qnum_addr_hi,
-                comRegPtr->rte_lue_l3_ctl_qnum_addr_lo, 255, 16, &comRegPtr->rte_his_l3_ctl_qnum_0);
+                comRegPtr->rte_lue_l3_ctl_qnum_addr_lo, 255, 16, &comRegPtr->rte_his_l3_ctl_qnum[0]);
 }
 
 void takeCtrlTrapQue(CmRteStat *statPtr) {

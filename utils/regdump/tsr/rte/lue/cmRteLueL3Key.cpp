@@ -20,7 +20,7 @@ uint32_t treeHsh(const CmRteStat *statPtr) {
 /// The multicast tree that the ACL keys carry.
 uint32_t trillMcastTreeId(const CmRteStat *statPtr) {
     if (statPtr->l2TrillFound)
-        return statPtr->l2TrillDa == statPtr->comRegPtr->trill_mcast_rb_0;
+        return statPtr->l2TrillDa == statPtr->comRegPtr->trill_mcast_rb[0];
     return bit(treeHsh(statPtr), 15);
 }
 

@@ -194,13 +194,13 @@ uint32_t searchMcuidIpv4(CmRteStat *statPtr) {
     CmExmLu(&exmTbl);
 
     const uint32_t idx = exmTbl.hshHit || exmTbl.tcamHit ? exmTbl.rsltIdx : exmTbl.rsltUnkIdx;
-    CmRteHisU64NoRng(hisCtl(statPtr), exmTbl.u64HshKey, 48, &comReg->rte_his_l3_ipv4_mcuid_tcam_key_0_w0);
+    CmRteHisU64NoRng(hisCtl(statPtr), exmTbl.u64HshKey, 48, &comReg->rte_his_l3_ipv4_mcuid_tcam_key[0][0]);
     captureIdx(statPtr, exmTbl.hshVal, comReg->rte_lue_ipv4_mcuid_idx_addr_hi, comReg->rte_lue_ipv4_mcuid_idx_addr_lo,
-               14, &comReg->rte_his_l3_ipv4_mcuid_idx_0);
+               14, &comReg->rte_his_l3_ipv4_mcuid_idx[0]);
     captureIdx(statPtr, exmTbl.hshIdx, comReg->rte_lue_ipv4_mcuid_bkt_addr_hi, comReg->rte_lue_ipv4_mcuid_bkt_addr_lo,
-               10, &comReg->rte_his_l3_ipv4_mcuid_bkt_0);
+               10, &comReg->rte_his_l3_ipv4_mcuid_bkt[0]);
     captureIdx(statPtr, idx, comReg->rte_lue_ipv4_mcuid_rslt_addr_hi, comReg->rte_lue_ipv4_mcuid_rslt_addr_lo, 14,
-               &comReg->rte_his_l3_ipv4_mcuid_rslt_0);
+               &comReg->rte_his_l3_ipv4_mcuid_rslt[0]);
     return idx;
 }
 
@@ -228,13 +228,13 @@ uint32_t searchMcuidIpv6(CmRteStat *statPtr) {
 
     const uint32_t idx = exmTbl.hshHit || exmTbl.tcamHit ? exmTbl.rsltIdx : exmTbl.rsltUnkIdx;
     CmRteHisU160NoRng(hisCtl(statPtr), exmTbl.u64HshKey1 << 32, exmTbl.u64HshKey2, exmTbl.u64HshKey3, 144,
-                      &comReg->rte_his_l3_ipv6_mcuid_tcam_key_0_w0);
+                      &comReg->rte_his_l3_ipv6_mcuid_tcam_key[0][0]);
     captureIdx(statPtr, exmTbl.hshVal, comReg->rte_lue_ipv6_mcuid_idx_addr_hi, comReg->rte_lue_ipv6_mcuid_idx_addr_lo,
-               12, &comReg->rte_his_l3_ipv6_mcuid_idx_0);
+               12, &comReg->rte_his_l3_ipv6_mcuid_idx[0]);
     captureIdx(statPtr, exmTbl.hshIdx, comReg->rte_lue_ipv6_mcuid_bkt_addr_hi, comReg->rte_lue_ipv6_mcuid_bkt_addr_lo,
-               10, &comReg->rte_his_l3_ipv6_mcuid_bkt_0);
+               10, &comReg->rte_his_l3_ipv6_mcuid_bkt[0]);
     captureIdx(statPtr, idx, comReg->rte_lue_ipv6_mcuid_rslt_addr_hi, comReg->rte_lue_ipv6_mcuid_rslt_addr_lo, 12,
-               &comReg->rte_his_l3_ipv6_mcuid_rslt_0);
+               &comReg->rte_his_l3_ipv6_mcuid_rslt[0]);
     return idx;
 }
 

@@ -310,7 +310,7 @@ void IncL3AclSts(CmRteStat *statPtr) {
     IncrSts(&mem->RTE_ACL_STS_FCNT_SRAM[statIdx * 2], kFrmCntMsk, 1);
     IncrSts(&mem->RTE_ACL_STS_BCNT_SRAM[statIdx * 2], kByteCntMsk, statPtr->frmLen);
 
-    const uint32_t rate = regElem(comReg, &CmRteHsiComReg::rte_sflow_rate_0, statPtr->l3PselSflowProfile & 15);
+    const uint32_t rate = comReg->rte_sflow_rate[statPtr->l3PselSflowProfile & 15];
     const uint32_t oneHot = std::bit_floor(rate);
     if (bit(mem->RTE_ACL_STS_SFLOW_RA[statIdx / 32], 31 - statIdx % 32) && statPtr->l3PselSflowEn)
         statPtr->l3AclSflwHit = 1;

@@ -25,13 +25,13 @@ void TrillMyRbLu(CmRteStat *statPtr) {
     CM_TRACE(1, "[TRILL_MY_RB_LU] hit = %u, overal trill_egr=%u (rte_l2_trill_addr=0x%x)\n", tcamTbl.tcamHit,
              statPtr->l2TrillEgr, statPtr->comRegPtr->rte_l2_trill_addr);
 
-    CmRteHisU32NoRng(hisCtl(statPtr), tcamTbl.u32Key, 16, &statPtr->comRegPtr->rte_his_trill_mrb_tcam_key_0);
+    CmRteHisU32NoRng(hisCtl(statPtr), tcamTbl.u32Key, 16, &statPtr->comRegPtr->rte_his_trill_mrb_tcam_key[0]);
 }
 
 void trillRpf(CmRteStat *statPtr) {
     CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const uint32_t rbLst[kTreeCnt] = {comRegPtr->trill_mcast_rb_0, comRegPtr->trill_mcast_rb_1,
-                                      comRegPtr->trill_mcast_rb_2, comRegPtr->trill_mcast_rb_3};
+    const uint32_t rbLst[kTreeCnt] = {comRegPtr->trill_mcast_rb[0], comRegPtr->trill_mcast_rb[1],
+                                      comRegPtr->trill_mcast_rb[2], comRegPtr->trill_mcast_rb[3]};
     uint32_t tree = 0;
     while (tree < kTreeCnt && rbLst[tree] != statPtr->l2TrillDa)
         tree++;
@@ -50,7 +50,7 @@ void trillRpf(CmRteStat *statPtr) {
         CM_TRACE(1, "Trill MC RPF. rpfChkAddr=0x%x, trill_rpf_port=%u, rpfDropMap=0x%x\n", rpfChkAddr, rpfPort,
                  rpfDropMap);
         CmRteHisU32(hisCtl(statPtr), statPtr->ingPhyPort << 12 | rpfChkAddr >> 1, comRegPtr->rte_lue_l2_trpf_addr_hi,
-                    comRegPtr->rte_lue_l2_trpf_addr_lo, 0x3ffff, 24, &comRegPtr->rte_his_trill_rpf_rslt_0);
+                    comRegPtr->rte_lue_l2_trpf_addr_lo, 0x3ffff, 24, &comRegPtr->rte_his_trill_rpf_rslt[0]);
     }
 
     CM_TRACE(1, "Trill MC RPF. rpfChkBit=%u\n", rpfChkBit);

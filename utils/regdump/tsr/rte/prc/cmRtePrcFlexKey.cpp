@@ -25,22 +25,13 @@ const char *const flex_key_enc_str[] = {
     "ICMPV6",
 };
 
-// A profile is a run of (header, offset) pairs in the register file, byte by byte and key by key.
-static_assert(offsetof(CmRteHsiComReg, rte_flex_key_offset_0_0) ==
-              offsetof(CmRteHsiComReg, rte_flex_key_header_0_0) + sizeof(uint32_t));
-static_assert(offsetof(CmRteHsiComReg, rte_flex_key_header_3_23) ==
-              offsetof(CmRteHsiComReg, rte_flex_key_header_0_0) + (3 * kFlexKeyByteCnt + 23) * 2 * sizeof(uint32_t));
-
 /// Byte `b` of key `k`: the frame byte that its profile names, 0 when there is none.
 uint32_t flexKeyByte(CmRteStat *statPtr, uint32_t k, uint32_t b) {
-    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const uint32_t profile = k * kFlexKeyByteCnt + b;
-    const uint32_t hdr = regElem(comRegPtr, &CmRteHsiComReg::rte_flex_key_header_0_0, profile, 2);
+    const auto &[hdr, hdrOffset] = statPtr->comRegPtr->rte_flex_key[k][b];
     if (hdr >= wordCnt(statPtr->flexKeyDetected) || !statPtr->flexKeyDetected[hdr])
         return 0;
 
-    uint32_t off =
-        statPtr->flexKeyOffset[hdr] + regElem(comRegPtr, &CmRteHsiComReg::rte_flex_key_offset_0_0, profile, 2);
+    uint32_t off = statPtr->flexKeyOffset[hdr] + hdrOffset;
     // The registers count from two bytes before these headers; the outer IP headers are recorded that way already.
     if (hdr > FLEX_KEY_OUTER_IPV6 || hdr == FLEX_KEY_LLC)
         off -= 2;

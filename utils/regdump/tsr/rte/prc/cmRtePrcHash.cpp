@@ -14,16 +14,6 @@ const uint32_t kTcpIpKeyLen = 27;
 const uint32_t kFcoeKeyLen = 24;
 const uint64_t kMacMsk = 0xffffffffffff;
 
-// Sort flags and masks stand in a row in the register file.
-static_assert(offsetof(CmRteHsiComReg, rte_tcpip_hsh_msk_7) ==
-              offsetof(CmRteHsiComReg, rte_tcpip_hsh_msk_0) + 7 * sizeof(uint32_t));
-static_assert(offsetof(CmRteHsiComReg, rte_tcpip_hsh_sort_src_dst_7) ==
-              offsetof(CmRteHsiComReg, rte_tcpip_hsh_sort_src_dst_0) + 7 * sizeof(uint32_t));
-static_assert(offsetof(CmRteHsiComReg, rte_fcoe_hsh_msk_7) ==
-              offsetof(CmRteHsiComReg, rte_fcoe_hsh_msk_0) + 7 * sizeof(uint32_t));
-static_assert(offsetof(CmRteHsiComReg, rte_fcoe_hsh_sort_src_dst_7) ==
-              offsetof(CmRteHsiComReg, rte_fcoe_hsh_sort_src_dst_0) + 7 * sizeof(uint32_t));
-
 /// The fields of a TCP/IP key, or the swap control or the mask of each.
 struct TcpIpFlds {
     uint32_t l2Vid;
@@ -258,9 +248,8 @@ void PrcHshTcpIp(CmRteStat *statPtr) {
     buildTcpIpKey(flds, ctl, keys[0]);
     buildTcpIpKey(sorted(flds), ctl, keys[1]);
     for (uint32_t i = 0; i < kHshCnt; i++) {
-        const uint32_t sort_ctl = regElem(comRegPtr, &CmRteHsiComReg::rte_tcpip_hsh_sort_src_dst_0, i);
-        statPtr->hshVal[i] = PrcHshTcpIpCrc(keys[sort_ctl != 0],
-                                            regElem(comRegPtr, &CmRteHsiComReg::rte_tcpip_hsh_msk_0, i), hshShift(i));
+        const uint32_t sort_ctl = comRegPtr->rte_tcpip_hsh_sort_src_dst[i];
+        statPtr->hshVal[i] = PrcHshTcpIpCrc(keys[sort_ctl != 0], comRegPtr->rte_tcpip_hsh_msk[i], hshShift(i));
     }
     CM_TRACE(1,
              "TCP/IP hash values: hsh0=0x%x,  hsh1=0x%x,  hsh2=0x%x,  hsh3=0x%x,  hsh4=0x%x,  hsh5=0x%x,  "
@@ -304,9 +293,8 @@ void PrcHshFcoe(CmRteStat *statPtr) {
     buildFcoeKey(flds, ctl, keys[0]);
     buildFcoeKey(sorted(flds), ctl, keys[1]);
     for (uint32_t i = 0; i < kHshCnt; i++) {
-        const uint32_t sort_ctl = regElem(comRegPtr, &CmRteHsiComReg::rte_fcoe_hsh_sort_src_dst_0, i);
-        statPtr->hshVal[i] = PrcHshFcoeCrc(
-            keys[sort_ctl != 0], regElem(comRegPtr, &CmRteHsiComReg::rte_fcoe_hsh_msk_0, i), hshShift(i), statPtr);
+        const uint32_t sort_ctl = comRegPtr->rte_fcoe_hsh_sort_src_dst[i];
+        statPtr->hshVal[i] = PrcHshFcoeCrc(keys[sort_ctl != 0], comRegPtr->rte_fcoe_hsh_msk[i], hshShift(i), statPtr);
     }
     CM_TRACE(1,
              "FCoE hash values: hsh0=0x%x,  hsh1=0x%x,  hsh2=0x%x,  hsh3=0x%x,  hsh4=0x%x,  hsh5=0x%x,  "

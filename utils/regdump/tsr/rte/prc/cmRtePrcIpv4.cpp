@@ -299,8 +299,8 @@ uint32_t CkIpv4RpAddr(CmRteStat *statPtr) {
     if (statPtr->portRegPtr->rte_prc_l3_ipv4_rp_ck_off)
         return 0;
     for (uint32_t k = 0; k < kIpv4RpAddrCnt; k++) {
-        if (statPtr->l3IpDa0 == regElem(comRegPtr, &CmRteHsiComReg::rte_ipv4_pim_rp_addr_0, k)) {
-            statPtr->l3IpDaRpIdx = regElem(comRegPtr, &CmRteHsiComReg::rte_l3_ipv4_idx_0, k);
+        if (statPtr->l3IpDa0 == comRegPtr->rte_ipv4_pim_rp_addr[k]) {
+            statPtr->l3IpDaRpIdx = comRegPtr->rte_l3_ipv4_idx[k];
             return 1;
         }
     }

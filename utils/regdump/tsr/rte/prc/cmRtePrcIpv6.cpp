@@ -34,7 +34,7 @@ bool lenOk(CmRteStat *statPtr, uint32_t exp) {
 
 /// Whether `nxtHdr` is in the 256-bit set of protocols that end the walk; word 0 holds the highest values.
 bool inUlpMsk(const CmRteStat *statPtr, uint32_t nxtHdr) {
-    return bit(regElem(statPtr->comRegPtr, &CmRteHsiComReg::rte_l3_ipv6_ulp_msk_0, 7 - (nxtHdr >> 5)), nxtHdr & 31);
+    return bit(statPtr->comRegPtr->rte_l3_ipv6_ulp_msk[7 - (nxtHdr >> 5)], nxtHdr & 31);
 }
 
 /// Sets `l3IpHbh` by the current next-header value; a hop-by-hop header is trapped, never dropped.
@@ -343,11 +343,9 @@ uint32_t CkIpv6RpAddr(CmRteStat *statPtr) {
         static_cast<uint32_t>(statPtr->l3IpDa1),
     };
     for (uint32_t k = 0; k < kIpv6RpAddrCnt; k++) {
-        if (da[0] == regElem(comRegPtr, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w0, k, 4) &&
-            da[1] == regElem(comRegPtr, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w1, k, 4) &&
-            da[2] == regElem(comRegPtr, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w2, k, 4) &&
-            da[3] == regElem(comRegPtr, &CmRteHsiComReg::rte_ipv6_pim_rp_addr_0_w3, k, 4)) {
-            statPtr->l3IpDaRpIdx = regElem(comRegPtr, &CmRteHsiComReg::rte_l3_ipv6_idx_0, k);
+        if (da[0] == comRegPtr->rte_ipv6_pim_rp_addr[k][0] && da[1] == comRegPtr->rte_ipv6_pim_rp_addr[k][1] &&
+            da[2] == comRegPtr->rte_ipv6_pim_rp_addr[k][2] && da[3] == comRegPtr->rte_ipv6_pim_rp_addr[k][3]) {
+            statPtr->l3IpDaRpIdx = comRegPtr->rte_l3_ipv6_idx[k];
             return 1;
         }
     }

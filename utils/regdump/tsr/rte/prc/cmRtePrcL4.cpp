@@ -11,7 +11,6 @@ const uint32_t kRouterAlertIhl = 6;
 const uint32_t kRouterAlertSrcPort = 20;
 const uint32_t kLoopbackNet = 0x7f; // 127.0.0.0/8
 const uint32_t kWellKnownPortEnd = 1024;
-const uint32_t kPortRngCnt = 32;
 
 /// True behind the first fragment of an IP packet, where no layer-4 header stands.
 bool isNonFirstFragment(const CmRteStat *statPtr) {
@@ -39,37 +38,13 @@ void ckRouterAlert(CmRteStat *statPtr) {
     }
 }
 
-// The register file holds the ranges as (high, low) pairs and the indices in a row.
-static_assert(offsetof(CmRteHsiComReg, l4_src_port_rng_lo_0) ==
-              offsetof(CmRteHsiComReg, l4_src_port_rng_hi_0) + sizeof(uint32_t));
-static_assert(offsetof(CmRteHsiComReg, l4_src_port_rng_lo_31) ==
-              offsetof(CmRteHsiComReg, l4_src_port_rng_lo_0) + 31 * 2 * sizeof(uint32_t));
-static_assert(offsetof(CmRteHsiComReg, l4_dst_port_rng_lo_0) ==
-              offsetof(CmRteHsiComReg, l4_dst_port_rng_hi_0) + sizeof(uint32_t));
-static_assert(offsetof(CmRteHsiComReg, l4_dst_port_rng_lo_31) ==
-              offsetof(CmRteHsiComReg, l4_dst_port_rng_lo_0) + 31 * 2 * sizeof(uint32_t));
-static_assert(offsetof(CmRteHsiComReg, l4_src_port_rng_idx_31) ==
-              offsetof(CmRteHsiComReg, l4_src_port_rng_idx_0) + 31 * sizeof(uint32_t));
-static_assert(offsetof(CmRteHsiComReg, l4_dst_port_rng_idx_31) ==
-              offsetof(CmRteHsiComReg, l4_dst_port_rng_idx_0) + 31 * sizeof(uint32_t));
-
-/// One block of 32 port ranges, named by its first registers.
-struct PortRngBlk {
-    uint32_t CmRteHsiComReg::*lo;
-    uint32_t CmRteHsiComReg::*hi;
-    uint32_t CmRteHsiComReg::*idx;
-};
-const PortRngBlk kSrcPortRng = {&CmRteHsiComReg::l4_src_port_rng_lo_0, &CmRteHsiComReg::l4_src_port_rng_hi_0,
-                                &CmRteHsiComReg::l4_src_port_rng_idx_0};
-const PortRngBlk kDstPortRng = {&CmRteHsiComReg::l4_dst_port_rng_lo_0, &CmRteHsiComReg::l4_dst_port_rng_hi_0,
-                                &CmRteHsiComReg::l4_dst_port_rng_idx_0};
-
-/// Takes the first range that holds `port`; without one, `hit` and `idx` stay as they are.
-void portRngLu(const CmRteHsiComReg *comRegPtr, const PortRngBlk &blk, uint32_t port, uint32_t &hit, uint32_t &idx) {
-    for (uint32_t k = 0; k < kPortRngCnt; k++) {
-        if (regElem(comRegPtr, blk.lo, k, 2) <= port && regElem(comRegPtr, blk.hi, k, 2) >= port) {
+/// Takes the first range that holds `port`, with its index of `idxs`; without one, `hit` and `idx` stay as they are.
+template <size_t N>
+void portRngLu(const CmRtePortRng (&rngs)[N], const uint32_t (&idxs)[N], uint32_t port, uint32_t &hit, uint32_t &idx) {
+    for (uint32_t k = 0; k < N; k++) {
+        if (rngs[k].lo <= port && rngs[k].hi >= port) {
             hit = 1;
-            idx = regElem(comRegPtr, blk.idx, k);
+            idx = idxs[k];
             return;
         }
     }
@@ -201,8 +176,11 @@ void PrcTyp(CmRteStat *statPtr) {
 }
 
 void PrcL4PortRngCk(CmRteStat *statPtr) {
-    portRngLu(statPtr->comRegPtr, kSrcPortRng, statPtr->typL4Src, statPtr->l4SrcPortRngHit, statPtr->l4SrcPortRngIdx);
-    portRngLu(statPtr->comRegPtr, kDstPortRng, statPtr->typL4Dst, statPtr->l4DstPortRngHit, statPtr->l4DstPortRngIdx);
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    portRngLu(comRegPtr->l4_src_port_rng, comRegPtr->l4_src_port_rng_idx, statPtr->typL4Src, statPtr->l4SrcPortRngHit,
+              statPtr->l4SrcPortRngIdx);
+    portRngLu(comRegPtr->l4_dst_port_rng, comRegPtr->l4_dst_port_rng_idx, statPtr->typL4Dst, statPtr->l4DstPortRngHit,
+              statPtr->l4DstPortRngIdx);
     CM_TRACE(2, "PRC L4 srcRngHit=%d srcRngIdx=%d dstRngHit=%d dstRngIdx=%d\n", statPtr->l4SrcPortRngHit,
              statPtr->l4SrcPortRngIdx, statPtr->l4DstPortRngHit, statPtr->l4DstPortRngIdx);
 }

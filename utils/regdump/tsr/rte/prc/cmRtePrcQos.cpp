@@ -7,22 +7,6 @@
 
 namespace {
 
-const uint32_t kL2MapEntryCnt = 32;
-const uint32_t kDscpMapEntryCnt = 64;
-/// An entry is three fields of the register file, and the entries stand in their order.
-const uint32_t kMapStride = 3;
-
-static_assert(offsetof(CmRteHsiPortReg, rte_prc_l2_que_pri_3_7) ==
-              offsetof(CmRteHsiPortReg, rte_prc_l2_que_pri_0_0) + 31 * kMapStride * sizeof(uint32_t));
-static_assert(offsetof(CmRteHsiPortReg, rte_prc_l3_que_pri_3_15) ==
-              offsetof(CmRteHsiPortReg, rte_prc_l3_que_pri_0_0) + 63 * kMapStride * sizeof(uint32_t));
-
-/// Field `index` of a map that starts at register `first`; 0 beyond its `entryCnt` entries.
-uint32_t mapElem(const CmRteHsiPortReg *portRegPtr, uint32_t CmRteHsiPortReg::*first, uint32_t index,
-                 uint32_t entryCnt) {
-    return index < entryCnt ? regElem(portRegPtr, first, index, kMapStride) : 0;
-}
-
 /// Whether the priority map treats the frame as untagged. Only the tag that counts at the port's kind is looked at.
 bool isUntagged(const CmRteStat *statPtr) {
     if (statPtr->isTrillPort)
@@ -35,23 +19,23 @@ bool isUntagged(const CmRteStat *statPtr) {
 } // namespace
 
 uint32_t ingL2MapDp(CmRteHsiPortReg *portRegPtr, uint32_t index) {
-    return mapElem(portRegPtr, &CmRteHsiPortReg::rte_prc_l2_dp_0_0, index, kL2MapEntryCnt);
+    return regElem(portRegPtr->rte_prc_l2_map, index).dp;
 }
 uint32_t ingL2MapIwpri(CmRteHsiPortReg *portRegPtr, uint32_t index) {
-    return mapElem(portRegPtr, &CmRteHsiPortReg::rte_prc_l2_iwpri_0_0, index, kL2MapEntryCnt);
+    return regElem(portRegPtr->rte_prc_l2_map, index).iwpri;
 }
 uint32_t ingL2MapQuePri(CmRteHsiPortReg *portRegPtr, uint32_t index) {
-    return mapElem(portRegPtr, &CmRteHsiPortReg::rte_prc_l2_que_pri_0_0, index, kL2MapEntryCnt);
+    return regElem(portRegPtr->rte_prc_l2_map, index).que_pri;
 }
 
 uint32_t ingDscpMapDp(CmRteHsiPortReg *portRegPtr, uint32_t index) {
-    return mapElem(portRegPtr, &CmRteHsiPortReg::rte_prc_l3_dp_0_0, index, kDscpMapEntryCnt);
+    return regElem(portRegPtr->rte_prc_l3_map, index).dp;
 }
 uint32_t ingDscpMapIwpri(CmRteHsiPortReg *portRegPtr, uint32_t index) {
-    return mapElem(portRegPtr, &CmRteHsiPortReg::rte_prc_l3_iwpri_0_0, index, kDscpMapEntryCnt);
+    return regElem(portRegPtr->rte_prc_l3_map, index).iwpri;
 }
 uint32_t ingDscpMapQuePri(CmRteHsiPortReg *portRegPtr, uint32_t index) {
-    return mapElem(portRegPtr, &CmRteHsiPortReg::rte_prc_l3_que_pri_0_0, index, kDscpMapEntryCnt);
+    return regElem(portRegPtr->rte_prc_l3_map, index).que_pri;
 }
 
 void ingL2PriMap(CmRteStat *statPtr) {

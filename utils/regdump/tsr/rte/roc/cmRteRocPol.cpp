@@ -281,8 +281,7 @@ void IncrL3MpSts(CmRteStat *statPtr) {
     if (!statPtr->l3psel_mpid_sts_en || !statPtr->l3GidWin)
         return;
     uint32_t i = 0;
-    while (i < 8 &&
-           regElem(statPtr->comRegPtr, &CmRteHsiComReg::rte_l3_psel_sts_mpid_0, i) != statPtr->l3PselNextHopRsltIdx)
+    while (i < 8 && statPtr->comRegPtr->rte_l3_psel_sts_mpid[i] != statPtr->l3PselNextHopRsltIdx)
         i++;
     if (i == 8)
         return;
