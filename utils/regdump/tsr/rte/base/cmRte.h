@@ -159,8 +159,9 @@ static_assert(sizeof(CmRteRslt) == 71 * sizeof(uint32_t));
 
 /// One frame on its way through the stages; cleared before every frame.
 struct CmRteStat {
-#define STAT(type, name) type name;
-#define STAT_ARR(type, name, elements) type name[elements];
+#define STAT(type, name, bits, stage, meaning) type name;
+#define STAT_ARR(type, name, elements, bits, stage, meaning) type name[elements];
+#define STAT_REC(type, name, stage, meaning) type name;
 #include "base/cmRteStat.def"
 };
 
