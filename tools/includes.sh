@@ -12,9 +12,9 @@ base: tsr_reg.h
 tfe: base
 tae: base mem_reg_model
 tbl: base tfe tae
-prc: base
-lue: base tfe tae cmAssert.h
-roc: base lue/cmRteLueLrn.h cmAssert.h
+prc: base tbl/tsr_tbl.h
+lue: base tfe tae cmAssert.h tbl/tsr_tbl.h
+roc: base lue/cmRteLueLrn.h cmAssert.h tbl/tsr_tbl.h
 log: base
 hsi: base tfe tae log tsr_reg.h be_word.h
 engine: base tfe tae hsi log tsr_reg.h

@@ -171,3 +171,92 @@ template <class Entry, size_t N> constexpr Entry entry(const uint32_t (&mem)[N],
         return Entry{};
     return entryAt<Entry>(mem + idx * Entry::kWords);
 }
+
+// One field without the rest of its entry. A field is named by its member of the record: field<&TypMtu::mtu>(...).
+
+/// The elements of an array field, as FLDA places them.
+struct TblElems {
+    unsigned count;
+    unsigned word;
+    unsigned hi;
+    unsigned lo;
+    int step;
+
+    constexpr TblPiece piece(unsigned idx) const { return tblElem(word, hi, lo, step, idx); }
+};
+
+/// Stands for the field `Member` of a record where its place is asked for.
+template <auto Member> struct TblMember {};
+
+/// Where the fields of a record stand: at(TblMember<&Record::field>) is a piece, an array of pieces or TblElems.
+template <class Record> struct TblPlaces;
+
+#define TBL_PLACES(Type, ...)                                                                                          \
+    template <> struct TblPlaces<Type> {                                                                               \
+        using Record = Type;                                                                                           \
+        __VA_ARGS__                                                                                                    \
+    };
+#define ENTRY(Type, form, row, mem, words, use, text, ...) TBL_PLACES(Type, __VA_ARGS__)
+#define TCAM(Type, form, row, mem, words, use, text, ...) TBL_PLACES(Type, __VA_ARGS__)
+#define DMP(Type, form, row, words, use, text, ...) TBL_PLACES(Type, __VA_ARGS__)
+#define PC(hi, lo, word, top) tblPiece(hi, lo, word, top),
+#define FLD(name, word, hi, lo, kind, text)                                                                            \
+    static constexpr auto at(TblMember<&Record::name>) {                                                               \
+        return std::array{tblPiece((hi) - (lo), 0, word, hi)};                                                         \
+    }
+#define FLDP(name, width, kind, text, ...)                                                                             \
+    static constexpr auto at(TblMember<&Record::name>) {                                                               \
+        return std::to_array<TblPiece>({__VA_ARGS__});                                                                 \
+    }
+#define FLDA(name, count, word, hi, lo, step, kind, text)                                                              \
+    static constexpr auto at(TblMember<&Record::name>) {                                                               \
+        return TblElems{count, word, hi, lo, step};                                                                    \
+    }
+#define ALT(name, word, hi, lo, kind, text) FLD(name, word, hi, lo, kind, text)
+#define ALTP(name, width, kind, text, ...) FLDP(name, width, kind, text, __VA_ARGS__)
+#include "tbl/tsr_tbl.def"
+#undef TBL_PLACES
+
+/// The record and the type of a field.
+template <class Member> struct TblMemberOf;
+template <class RecordType, class ValueType> struct TblMemberOf<ValueType RecordType::*> {
+    using Record = RecordType;
+    using Value = ValueType;
+};
+template <auto Member> using TblRecordOf = typename TblMemberOf<decltype(Member)>::Record;
+
+/// The place of a field in an entry's words.
+template <auto Member> inline constexpr auto tblPlace = TblPlaces<TblRecordOf<Member>>::at(TblMember<Member>{});
+
+/// The field `Member` of the entry at `words`.
+template <auto Member> constexpr auto fieldAt(const uint32_t *words) {
+    return tblGather<typename TblMemberOf<decltype(Member)>::Value>(words, tblPlace<Member>);
+}
+
+/// The field `Member` of entry `idx` of a memory; 0 when the entry does not lie within the memory.
+template <auto Member, size_t N> constexpr auto field(const uint32_t (&mem)[N], uint64_t idx) {
+    constexpr uint32_t words = TblRecordOf<Member>::kWords;
+    if (idx >= N / words)
+        return typename TblMemberOf<decltype(Member)>::Value{};
+    return fieldAt<Member>(mem + idx * words);
+}
+
+/// Element `idx` of the array field `Member`, counted through all entries of a memory: the second entry begins with
+/// element `count`. 0 beyond the memory.
+template <auto Member, size_t N> constexpr uint32_t elem(const uint32_t (&mem)[N], uint64_t idx) {
+    constexpr uint32_t words = TblRecordOf<Member>::kWords;
+    constexpr TblElems elems = tblPlace<Member>;
+    if (idx / elems.count >= N / words)
+        return 0;
+    return tblPieceBits(mem + idx / elems.count * words, elems.piece(static_cast<unsigned>(idx % elems.count)));
+}
+
+/// Sets that element; nothing beyond the memory.
+template <auto Member, size_t N> constexpr void setElem(uint32_t (&mem)[N], uint64_t idx, uint32_t value) {
+    constexpr uint32_t words = TblRecordOf<Member>::kWords;
+    constexpr TblElems elems = tblPlace<Member>;
+    if (idx / elems.count >= N / words)
+        return;
+    tblScatter(mem + idx / elems.count * words, std::array{elems.piece(static_cast<unsigned>(idx % elems.count))},
+               uint64_t{value});
+}
