@@ -47,5 +47,38 @@ void CmRteHisU160NoRng(const CmRteHisCtl &ctl, uint64_t key0, uint64_t key1, uin
 /// Fourteen words a slot: the key of the layer-3 control TCAM, most significant word first.
 void RteHisUL3CtlMacTcam(const CmRteHisCtl &ctl, const uint32_t (&key)[14], uint32_t vldPos, uint32_t *his);
 
+/// The registers of a history of keys: the first word of slot 0, the words of a slot, the valid flag's position.
+struct CmRteHisKey {
+    uint32_t CmRteHsiComReg::*first;
+    uint32_t words;
+    uint32_t vldPos;
+};
+
+/// The registers of a history of addresses of `width` bits, and the bounds of what it keeps.
+struct CmRteHisAddr {
+    uint32_t CmRteHsiComReg::*first;
+    uint32_t CmRteHsiComReg::*rngHi;
+    uint32_t CmRteHsiComReg::*rngLo;
+    uint32_t width;
+    uint32_t vldPos;
+};
+
+/// The histories by name.
+namespace his {
+#define HIS(name, range, width, vld)                                                                                   \
+    inline constexpr CmRteHisAddr name = {&CmRteHsiComReg::rte_his_##name##_0,                                         \
+                                          &CmRteHsiComReg::rte_lue_##range##_addr_hi,                                  \
+                                          &CmRteHsiComReg::rte_lue_##range##_addr_lo, width, vld};
+#define HIS_WORD(name, vld) inline constexpr CmRteHisKey name = {&CmRteHsiComReg::rte_his_##name##_0, 1, vld};
+#define HIS_KEY(name, words, vld)                                                                                      \
+    inline constexpr CmRteHisKey name = {&CmRteHsiComReg::rte_his_##name##_0_w0, words, vld};
+#include "base/cmRteHis.def"
+} // namespace his
+
+/// Captures `addr` in the history when it lies in the history's range; `flags` go right above the address.
+void capture(const CmRteStat *statPtr, const CmRteHisAddr &his, uint32_t addr, uint32_t flags = 0);
+/// Captures a key of `wordCnt` words, most significant first: its low words, or with zeros ahead of a shorter key.
+void capture(const CmRteStat *statPtr, const CmRteHisKey &his, const uint32_t *key, uint32_t wordCnt);
+
 /// Compares three-word numbers, most significant word first: 1, -1 or 0 as `a` is above, below or equal to `b`.
 int CmpU96(const uint32_t (&a)[3], const uint32_t (&b)[3]);
