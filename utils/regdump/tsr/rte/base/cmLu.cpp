@@ -182,6 +182,12 @@ uint32_t keyWdCnt(uint32_t keyBytes) {
     return keyBytes <= 4 ? 1 : keyBytes <= 8 ? 2 : keyBytes <= 16 ? 4 : keyBytes <= 32 ? 8 : 16;
 }
 
+/// Puts the words of a key into its 64-bit segments.
+void setSegments(uint64_t *const (&segLst)[kKeyWdCnt / 2], const uint32_t *words, uint32_t wordCnt) {
+    for (uint32_t i = 0; i + 1 < wordCnt; i += 2)
+        *segLst[i / 2] = uint64_t{words[i]} << 32 | words[i + 1];
+}
+
 void clearExmRslt(CmExmTbl *tblPtr) {
     tblPtr->hshVal = 0;
     tblPtr->hshIdx = 0;
@@ -335,4 +341,21 @@ void CmL2ExmLu(CmExmTbl *tblPtr) {
     const uint32_t pair = luWord(tblPtr->hshIdxSram, tblPtr->hshVal >> 1);
     tblPtr->hshIdx = (crc & 1 ? pair : pair >> 16) & 0x3fff;
     searchKey(tblPtr, 5);
+}
+
+void CmTcamSetKey(CmTcamTbl *tblPtr, const uint32_t *words, uint32_t wordCnt) {
+    tblPtr->keySiz = wordCnt * 32;
+    if (wordCnt == 1)
+        tblPtr->u32Key = words[0];
+    uint64_t *const segLst[] = {&tblPtr->u64Key,  &tblPtr->u64Key1, &tblPtr->u64Key2, &tblPtr->u64Key3,
+                                &tblPtr->u64Key4, &tblPtr->u64Key5, &tblPtr->u64Key6, &tblPtr->u64Key7};
+    setSegments(segLst, words, wordCnt);
+}
+
+void CmExmSetKey(CmExmTbl *tblPtr, const uint32_t *words, uint32_t wordCnt) {
+    if (wordCnt == 1)
+        tblPtr->u32HshKey = words[0];
+    uint64_t *const segLst[] = {&tblPtr->u64HshKey,  &tblPtr->u64HshKey1, &tblPtr->u64HshKey2, &tblPtr->u64HshKey3,
+                                &tblPtr->u64HshKey4, &tblPtr->u64HshKey5, &tblPtr->u64HshKey6, &tblPtr->u64HshKey7};
+    setSegments(segLst, words, wordCnt);
 }

@@ -98,3 +98,9 @@ void CmExmLu(CmExmTbl *tblPtr);
 /// Exact match with the layer-2 index memory: 19-bit hash, two 14-bit bucket numbers a word, buckets of 32 entries. A
 /// key above 128 bits leaves all results 0.
 void CmL2ExmLu(CmExmTbl *tblPtr);
+
+/// Sets the key: `wordCnt` words in the order of an entry, 1, 2, 4, 8 or 16 of them, which are its width class.
+void CmTcamSetKey(CmTcamTbl *tblPtr, const uint32_t *words, uint32_t wordCnt);
+
+/// Sets the key of an exact match likewise; its width in bits stays the caller's.
+void CmExmSetKey(CmExmTbl *tblPtr, const uint32_t *words, uint32_t wordCnt);
