@@ -1,31 +1,33 @@
 #include "lue/cmRteLue.h"
 
-#include "base/cmLu.h"
 #include "base/cmRteHis.h"
+#include "base/cmRteLkup.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
+#include "tbl/tsr_tbl.h"
 
 namespace {
 
 constexpr uint32_t kTreeCnt = 4;
 
+using MyRbLkup = CmTcamLkup<&CmRteHsiMem::RTE_TRILL_MRB_TCAM, TrillMyRb>;
+
+// The bits of a group word by which the chip asks for the groups off TRILL.
+constexpr uint32_t kMgidMsk = 0x1ffff;
+constexpr uint32_t kEgidMsk = 0x7ff;
+
 } // namespace
 
 void TrillMyRbLu(CmRteStat *statPtr) {
-    static CmTcamTbl tcamTbl;
-    tcamTbl = CmTcamTbl();
-    tcamTbl.keySiz = 16;
-    tcamTbl.u32Key = statPtr->l2TrillDa & 0xffff;
-    tcamTbl.tcamSiz = 512;
-    tcamTbl.tcam = statPtr->memPtr->RTE_TRILL_MRB_TCAM;
-    CmTcamLu(&tcamTbl);
+    MyRbLkup lkup;
+    lkup.search(statPtr->memPtr, TrillMyRb{.nickname = statPtr->l2TrillDa});
 
     // The parser may have found an egress frame already.
-    statPtr->l2TrillEgr |= tcamTbl.tcamHit;
-    CM_TRACE(1, "[TRILL_MY_RB_LU] hit = %u, overal trill_egr=%u (rte_l2_trill_addr=0x%x)\n", tcamTbl.tcamHit,
+    statPtr->l2TrillEgr |= lkup.hit();
+    CM_TRACE(1, "[TRILL_MY_RB_LU] hit = %u, overal trill_egr=%u (rte_l2_trill_addr=0x%x)\n", lkup.hit(),
              statPtr->l2TrillEgr, statPtr->comRegPtr->rte_l2_trill_addr);
 
-    CmRteHisU32NoRng(hisCtl(statPtr), tcamTbl.u32Key, 16, &statPtr->comRegPtr->rte_his_trill_mrb_tcam_key[0]);
+    lkup.captureKey(statPtr, his::trill_mrb_tcam_key);
 }
 
 void trillRpf(CmRteStat *statPtr) {
@@ -43,14 +45,12 @@ void trillRpf(CmRteStat *statPtr) {
     if (tree < kTreeCnt) {
         const uint32_t rpfChkAddr = tree << 16 | (statPtr->l2TrillSa & 0xffff);
         const uint32_t rpfPort = statPtr->portRegPtr->rte_prc_trill_rpf_port;
-        const uint32_t pair = memWord(statPtr->memPtr->RTE_TRILL_RPF_EDRAM, rpfChkAddr >> 1);
-        const uint32_t rpfDropMap = (statPtr->l2TrillSa & 1 ? pair : pair >> 16) & 0xfff;
+        const uint32_t rpfDropMap = elem<&TrillRpf::rpf_drop>(statPtr->memPtr->RTE_TRILL_RPF_EDRAM, rpfChkAddr);
         if (rpfPort < TSR_PORTS)
             rpfChkBit = bit(rpfDropMap, rpfPort);
         CM_TRACE(1, "Trill MC RPF. rpfChkAddr=0x%x, trill_rpf_port=%u, rpfDropMap=0x%x\n", rpfChkAddr, rpfPort,
                  rpfDropMap);
-        CmRteHisU32(hisCtl(statPtr), statPtr->ingPhyPort << 12 | rpfChkAddr >> 1, comRegPtr->rte_lue_l2_trpf_addr_hi,
-                    comRegPtr->rte_lue_l2_trpf_addr_lo, 0x3ffff, 24, &comRegPtr->rte_his_trill_rpf_rslt[0]);
+        capture(statPtr, his::trill_rpf_rslt, statPtr->ingPhyPort << 12 | rpfChkAddr >> 1);
     }
 
     CM_TRACE(1, "Trill MC RPF. rpfChkBit=%u\n", rpfChkBit);
@@ -64,9 +64,8 @@ void TrillTtlAndLrnEnCheck(CmRteStat *statPtr, uint32_t rslt_typ, uint32_t egid_
     const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
     const CmRteHsiMem *memPtr = statPtr->memPtr;
 
-    const uint32_t grpWord = is_mgid ? memWord(memPtr->RTE_L2_PSEL_MGID_1Q_RA, egid_mgid >> 5 & 0xfff)
-                                     : memWord(memPtr->RTE_L2_PSEL_EGID_1Q_RA, egid_mgid >> 5 & 0x3f);
-    statPtr->l2PselEgr1Q = bit(grpWord, egid_mgid & 31);
+    statPtr->l2PselEgr1Q = is_mgid ? elem<&Mgid1q::is_1q>(memPtr->RTE_L2_PSEL_MGID_1Q_RA, egid_mgid & kMgidMsk)
+                                   : elem<&Egid1q::is_1q>(memPtr->RTE_L2_PSEL_EGID_1Q_RA, egid_mgid & kEgidMsk);
 
     // A frame that only passes through, from TRILL link to TRILL link, teaches nothing.
     if (!statPtr->l2PselEgr1Q && !statPtr->l2TrillEgr) {
