@@ -114,6 +114,25 @@ constexpr bool isLgid(uint32_t gid) {
     return bits(gid, 16, 15) == 1;
 }
 
+/// The ids in these words, and the paths less one that an MPID brings.
+constexpr uint32_t mpidOf(uint32_t gid) {
+    return bits(gid, 12, 0);
+}
+constexpr uint32_t npathOf(uint32_t gid) {
+    return bits(gid, 15, 13);
+}
+constexpr uint32_t lgidOf(uint32_t gid) {
+    return bits(gid, 9, 0);
+}
+
+/// A TRILL destination that is a multicast tree has the tree and its paths less one where an MPID has its own.
+constexpr uint32_t mctIdOf(uint32_t trillDa) {
+    return mpidOf(trillDa);
+}
+constexpr uint32_t mctNpathOf(uint32_t trillDa) {
+    return npathOf(trillDa);
+}
+
 /// Whether the word has the form of a special egid.
 constexpr bool isEgidForm(uint32_t gid) {
     return bits(gid, 16, 13) == 2;
