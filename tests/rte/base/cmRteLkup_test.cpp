@@ -118,8 +118,9 @@ TEST_F(CmRteLkup, ExactMatchKeepsItsFourHistories) {
 
     McuidLkup lkup;
     lkup.search(&mem, Ipv4McuidBkt{.iivid = 0x123, .l3IpDa = 0xe0000005}, {{}, 99, 1});
-    lkup.captureAll(&stat, {his::l3_ipv4_mcuid_tcam_key, his::l3_ipv4_mcuid_idx, his::l3_ipv4_mcuid_bkt,
-                           his::l3_ipv4_mcuid_rslt}, 2);
+    lkup.captureAll(
+        &stat, {his::l3_ipv4_mcuid_tcam_key, his::l3_ipv4_mcuid_idx, his::l3_ipv4_mcuid_bkt, his::l3_ipv4_mcuid_rslt},
+        2);
     EXPECT_EQ(reg->rte_his_l3_ipv4_mcuid_tcam_key_3_w0, 0x10123u);
     EXPECT_EQ(reg->rte_his_l3_ipv4_mcuid_tcam_key_3_w1, 0xe0000005u);
     EXPECT_NE(reg->rte_his_l3_ipv4_mcuid_idx_3, 0u);

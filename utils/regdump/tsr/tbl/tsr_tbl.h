@@ -241,6 +241,11 @@ template <auto Member, size_t N> constexpr auto field(const uint32_t (&mem)[N], 
     return fieldAt<Member>(mem + idx * words);
 }
 
+/// The entry that holds element `idx` of the array field `Member`, counted as elem() does.
+template <auto Member> constexpr uint32_t elemEntry(uint32_t idx) {
+    return idx / tblPlace<Member>.count;
+}
+
 /// Element `idx` of the array field `Member`, counted through all entries of a memory: the second entry begins with
 /// element `count`. 0 beyond the memory.
 template <auto Member, size_t N> constexpr uint32_t elem(const uint32_t (&mem)[N], uint64_t idx) {

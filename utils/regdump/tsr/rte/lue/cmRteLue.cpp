@@ -1,14 +1,24 @@
 #include "lue/cmRteLue.h"
 
-#include "base/cmLu.h"
 #include "base/cmRteFrm.h"
 #include "base/cmRteHis.h"
+#include "base/cmRteLkup.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
+#include "tbl/tsr_tbl.h"
 
 #include <algorithm>
 
 namespace {
+
+using L2CtrlLkup = CmTcamLkup<&CmRteHsiMem::RTE_L2_CONTROL_TCAM, L2CtrlKey>;
+using TypLkup = CmTcamLkup<&CmRteHsiMem::RTE_TYP_TCAM, TypKey>;
+
+/// A classification owns the rows of the type TCAM in blocks.
+constexpr uint32_t kTypBlkRows = 32;
+
+/// The routing enables of multicast stand behind those of as many VLANs for unicast.
+constexpr uint32_t kRteEnVids = 0x2000;
 
 /// Source addresses with this bit are locally administered: bit 1 of the first byte on the wire.
 constexpr unsigned kLocalMacBit = 41;
@@ -169,8 +179,7 @@ void CmRteLue(CmRteStat *statPtr) {
 }
 
 void L2CtrlCls(CmRteStat *statPtr) {
-    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    CmRteHsiMem *memPtr = statPtr->memPtr;
+    const CmRteHsiMem *memPtr = statPtr->memPtr;
 
     uint32_t vid = defInnerVid(statPtr);
     if (statPtr->l2QinqEn) {
@@ -180,33 +189,25 @@ void L2CtrlCls(CmRteStat *statPtr) {
         vid = statPtr->l2TrillFound ? statPtr->ctag : statPtr->xcvid;
     }
 
-    static CmTcamTbl tcamTbl;
-    tcamTbl = CmTcamTbl();
-    tcamTbl.keySiz = 62;
-    tcamTbl.u64Key = static_cast<uint64_t>(statPtr->l2TrillFound & 1) << 61 |
-                     static_cast<uint64_t>(vid & 0x1fff) << 48 | bits64(statPtr->l2MacClsDa, 47, 0);
-    tcamTbl.tcamSiz = 1024;
-    tcamTbl.tcam = memPtr->RTE_L2_CONTROL_TCAM;
-    CmTcamLu(&tcamTbl);
+    L2CtrlLkup lkup;
+    lkup.search(memPtr, L2CtrlKey{.trill_found = statPtr->l2TrillFound, .vid = vid, .da = statPtr->l2MacClsDa});
     CM_TRACE(1, "[TCAM][L2Ctrl] Search with Key: 0x%llx , Expected hit=0x%x , Expected RsltIdx=0x%x \n",
-             static_cast<unsigned long long>(tcamTbl.u64Key), tcamTbl.tcamHit, tcamTbl.rsltIdx);
+             lkup.key().qword(0), lkup.hit(), lkup.idx());
 
     if (!prcVerdict(statPtr))
-        CmRteHisU64NoRng(hisCtl(statPtr), tcamTbl.u64Key, 62, &statPtr->comRegPtr->rte_his_l2_ctl_tcam_key[0][0]);
+        lkup.captureKey(statPtr, his::l2_ctl_tcam_key);
 
-    if (tcamTbl.tcamHit) {
-        const uint32_t skipIvf = memWord(memPtr->RTE_L2_CONTROL_RSLT_SRAM, 2 * tcamTbl.rsltIdx);
-        const uint32_t vlanOverride = memWord(memPtr->RTE_L2_CONTROL_RSLT_SRAM, 2 * tcamTbl.rsltIdx + 1);
+    if (lkup.hit()) {
+        const L2CtrlRslt rslt = entry<L2CtrlRslt>(memPtr->RTE_L2_CONTROL_RSLT_SRAM, lkup.idx());
         // The parser may have set them before; they are never taken back here.
-        if (bit(vlanOverride, statPtr->ingPhyPort))
+        if (bit(rslt.vlan_override, statPtr->ingPhyPort))
             statPtr->l2CtlVlanOverride = 1;
-        if (bit(skipIvf, statPtr->ingPhyPort))
+        if (bit(rslt.skip_ivf, statPtr->ingPhyPort))
             statPtr->l2CtlSkipIvf = 1;
     }
 
     if (!prcVerdict(statPtr))
-        CmRteHisU32(hisCtl(statPtr), tcamTbl.tcamHit << 10 | tcamTbl.rsltIdx, comRegPtr->rte_lue_l2_ctl_rslt_addr_hi,
-                    comRegPtr->rte_lue_l2_ctl_rslt_addr_lo, 0x3ff, 16, &statPtr->comRegPtr->rte_his_l2_ctl_rslt[0]);
+        capture(statPtr, his::l2_ctl_rslt, lkup.idx(), lkup.hit());
 }
 
 namespace {
@@ -217,106 +218,116 @@ struct TypIdx {
     uint32_t idx;
 };
 
-/// Walks the hits of the type TCAM up to the first one in a block of 32 entries whose bit stands in `ownMsk`.
-/// `onUnowned` is called for each hit passed over.
+/// Walks the hits of the type TCAM up to the first one in a block of rows whose bit stands in `ownMsk`. `onUnowned` is
+/// called for each hit passed over.
 template <class OnUnowned>
-TypIdx firstOwnedTyp(const CmTcamTbl &tcamTbl, uint32_t ownMsk, uint32_t unkIdx, OnUnowned onUnowned) {
-    for (uint32_t i = 0; i < tcamTbl.hitCount; i++) {
-        const uint32_t entry = tcamTbl.hitList[i];
-        if (bit(ownMsk, entry >> 5))
-            return {1, entry};
-        onUnowned(entry);
+TypIdx firstOwnedTyp(const TypLkup &lkup, uint32_t ownMsk, uint32_t unkIdx, OnUnowned onUnowned) {
+    for (const uint32_t row : lkup.hits()) {
+        if (bit(ownMsk, row / kTypBlkRows))
+            return {1, row};
+        onUnowned(row);
     }
     return {0, unkIdx};
 }
 
-/// The word that the type histories keep: hit flag, port and index.
-uint32_t typHisKey(const CmRteStat *statPtr, const TypIdx &found) {
-    return found.hit << 15 | statPtr->ingPhyPort << 10 | found.idx;
+/// Number of a row among those of all ports.
+uint32_t portRow(const CmRteStat *statPtr, uint32_t idx) {
+    return statPtr->ingPhyPort * TypLkup::kEntries | idx;
+}
+
+void captureTyp(const CmRteStat *statPtr, const CmRteHisAddr &his, const TypIdx &found) {
+    capture(statPtr, his, portRow(statPtr, found.idx), found.hit);
+}
+
+TypKey typKey(const CmRteStat *statPtr) {
+    return {.lgc_port = statPtr->portRegPtr->rte_prc_class_lgc_port,
+            .l3_frag = statPtr->typL3Frag,
+            .trill_found = statPtr->typL2TrillFound,
+            .llc_det = statPtr->typL2LlcDet,
+            .l3_ulp = statPtr->typL3Ulp,
+            .l2_etyp = statPtr->typL2Etyp,
+            .l4_src = statPtr->typL4Src,
+            .l4_dst = statPtr->typL4Dst};
+}
+
+void clsAppTyp(CmRteStat *statPtr, const TypLkup &lkup) {
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    const TypIdx app = firstOwnedTyp(lkup, comRegPtr->rte_app_typ_en, comRegPtr->rte_app_typ_unk, [&](uint32_t row) {
+        CM_TRACE(1, "[TCAM][Type] App Type Tcam Hit when not enabled. HitIdx: 0x%x\n", row);
+    });
+    if (app.hit)
+        CM_TRACE(1, "[TCAM][Type][Hit] App Type HitIdx: 0x%x\n", app.idx);
+    // The default index names a row, as a hit does.
+    statPtr->typ = elem<&TypApp::app_typ>(statPtr->memPtr->RTE_APP_TYP_RA, app.idx);
+    captureTyp(statPtr, his::app_typ, app);
+}
+
+void clsTypVid(CmRteStat *statPtr, const TypLkup &lkup) {
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    statPtr->typVidHit = 0;
+    if (statPtr->l2TrillFound) {
+        CM_TRACE(1, "[TCAM][Type] Type VID cls bypassed on a Trill or S port\n");
+    } else {
+        const TypIdx vid = firstOwnedTyp(lkup, comRegPtr->rte_typ_vid_en, 0, [&](uint32_t row) {
+            CM_TRACE(1, "[TCAM][Type] Type VID Tcam Hit when not enabled. HitIdx: 0x%x\n", row);
+        });
+        if (vid.hit) {
+            CM_TRACE(1, "[TCAM][Type][Hit] Type VID HitIdx: 0x%x\n", vid.idx);
+            statPtr->typVid = elem<&TypVid::vid>(statPtr->memPtr->RTE_TYP_VID_EDRAM, portRow(statPtr, vid.idx));
+            statPtr->typVidHit = 1;
+        }
+    }
+    // The history sees the VID hit also where the classification is bypassed.
+    const TypIdx vidHis = firstOwnedTyp(lkup, comRegPtr->rte_typ_vid_en, 0, [](uint32_t) {});
+    if (vidHis.hit)
+        captureTyp(statPtr, his::typ, vidHis);
+}
+
+void clsTypMtu(CmRteStat *statPtr, const TypLkup &lkup) {
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    const TypIdx mtu = firstOwnedTyp(lkup, comRegPtr->rte_typ_mtu_en, comRegPtr->rte_typ_mtu_unk, [&](uint32_t row) {
+        CM_TRACE(1, "[TCAM][Type] Type MTU Tcam hit when not enabled. HitIdx: 0x%x\n", row);
+    });
+    if (mtu.hit)
+        CM_TRACE(1, "[TCAM][Type][Hit] Type MTU HitIdx: 0x%x\n", mtu.idx);
+    statPtr->typMtu = field<&TypMtu::mtu>(statPtr->memPtr->RTE_TYP_MTU_SRAM, mtu.idx);
+    captureTyp(statPtr, his::typ_mtu, mtu);
+}
+
+/// Returns the row whose attributes the frame takes.
+uint32_t clsTypAttr(CmRteStat *statPtr, const TypLkup &lkup) {
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    const CmRteHsiMem *memPtr = statPtr->memPtr;
+    const TypIdx attrb =
+        firstOwnedTyp(lkup, comRegPtr->rte_typ_attrb_en, comRegPtr->rte_typ_attrb_unk, [&](uint32_t row) {
+            CM_TRACE(1, "[TCAM][Type] Type Attribute Tcam hit when not enabled. HitIdx: 0x%x\n", row);
+        });
+    if (attrb.hit)
+        CM_TRACE(1, "[TCAM][Type][Hit] Type Attribute HitIdx: 0x%x\n", attrb.idx);
+    statPtr->typAttrPolEn = elem<&TypAttr::pol_en>(memPtr->RTE_TYP_ATTRIBUTE_RA, attrb.idx);
+    statPtr->typAttrLocMacDrp = elem<&TypAttr::loc_mac_drp>(memPtr->RTE_TYP_ATTRIBUTE_RA, attrb.idx);
+    captureTyp(statPtr, his::typ_attrb, attrb);
+    return attrb.idx;
 }
 
 } // namespace
 
 void TypLu(CmRteStat *statPtr) {
-    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    CmRteHsiMem *memPtr = statPtr->memPtr;
-    const CmRteHisCtl ctl = hisCtl(statPtr);
+    TypLkup lkup;
+    lkup.search(statPtr->memPtr, typKey(statPtr));
+    lkup.captureKey(statPtr, his::typ_tcam_key);
 
-    static CmTcamTbl tcamTbl;
-    tcamTbl = CmTcamTbl();
-    tcamTbl.keySiz = 64;
-    tcamTbl.u64Key = static_cast<uint64_t>(statPtr->portRegPtr->rte_prc_class_lgc_port & 0x1f) << 59 |
-                     static_cast<uint64_t>(statPtr->typL3Frag & 1) << 58 |
-                     static_cast<uint64_t>(statPtr->typL2TrillFound & 1) << 57 |
-                     static_cast<uint64_t>(statPtr->typL2LlcDet & 1) << 56 |
-                     static_cast<uint64_t>(statPtr->typL3Ulp & 0xff) << 48 |
-                     static_cast<uint64_t>(statPtr->typL2Etyp & 0xffff) << 32 | (statPtr->typL4Src & 0xffff) << 16 |
-                     (statPtr->typL4Dst & 0xffff);
-    tcamTbl.tcamSiz = 1024;
-    tcamTbl.tcam = memPtr->RTE_TYP_TCAM;
-    CmTcamLu(&tcamTbl);
-    CmRteHisU96NoRng(ctl, 0, tcamTbl.u64Key, 64, &comRegPtr->rte_his_typ_tcam_key[0][0]);
-
-    // The default index names a row, as a hit does.
-    const TypIdx app =
-        firstOwnedTyp(tcamTbl, comRegPtr->rte_app_typ_en, comRegPtr->rte_app_typ_unk, [&](uint32_t entry) {
-            CM_TRACE(1, "[TCAM][Type] App Type Tcam Hit when not enabled. HitIdx: 0x%x\n", entry);
-        });
-    if (app.hit)
-        CM_TRACE(1, "[TCAM][Type][Hit] App Type HitIdx: 0x%x\n", app.idx);
-    statPtr->typ = memWord(memPtr->RTE_APP_TYP_RA, app.idx >> 2) >> 8 * (3 - (app.idx & 3)) & 0xff;
-    CmRteHisU32(ctl, typHisKey(statPtr, app), comRegPtr->rte_lue_l2_typ_app_addr_hi,
-                comRegPtr->rte_lue_l2_typ_app_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_app_typ[0]);
-
-    statPtr->typVidHit = 0;
-    if (statPtr->l2TrillFound) {
-        CM_TRACE(1, "[TCAM][Type] Type VID cls bypassed on a Trill or S port\n");
-    } else {
-        const TypIdx vid = firstOwnedTyp(tcamTbl, comRegPtr->rte_typ_vid_en, 0, [&](uint32_t entry) {
-            CM_TRACE(1, "[TCAM][Type] Type VID Tcam Hit when not enabled. HitIdx: 0x%x\n", entry);
-        });
-        if (vid.hit) {
-            CM_TRACE(1, "[TCAM][Type][Hit] Type VID HitIdx: 0x%x\n", vid.idx);
-            const uint32_t row = (vid.idx & 0x3ff) | (statPtr->ingPhyPort & 31) << 10;
-            const uint32_t pair = memWord(memPtr->RTE_TYP_VID_EDRAM, row >> 1);
-            statPtr->typVid = (vid.idx & 1 ? pair : pair >> 16) & 0x1fff;
-            statPtr->typVidHit = 1;
-        }
-    }
-    // The history sees the VID hit also where the classification is bypassed.
-    const TypIdx vidHis = firstOwnedTyp(tcamTbl, comRegPtr->rte_typ_vid_en, 0, [](uint32_t) {});
-    if (vidHis.hit)
-        CmRteHisU32(ctl, typHisKey(statPtr, vidHis), comRegPtr->rte_lue_l2_typ_vid_addr_hi,
-                    comRegPtr->rte_lue_l2_typ_vid_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_typ[0]);
-
-    const TypIdx mtu =
-        firstOwnedTyp(tcamTbl, comRegPtr->rte_typ_mtu_en, comRegPtr->rte_typ_mtu_unk, [&](uint32_t entry) {
-            CM_TRACE(1, "[TCAM][Type] Type MTU Tcam hit when not enabled. HitIdx: 0x%x\n", entry);
-        });
-    if (mtu.hit)
-        CM_TRACE(1, "[TCAM][Type][Hit] Type MTU HitIdx: 0x%x\n", mtu.idx);
-    statPtr->typMtu = memWord(memPtr->RTE_TYP_MTU_SRAM, mtu.idx);
-    CmRteHisU32(ctl, typHisKey(statPtr, mtu), comRegPtr->rte_lue_l2_typ_mtu_addr_hi,
-                comRegPtr->rte_lue_l2_typ_mtu_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_typ_mtu[0]);
-
-    const TypIdx attrb =
-        firstOwnedTyp(tcamTbl, comRegPtr->rte_typ_attrb_en, comRegPtr->rte_typ_attrb_unk, [&](uint32_t entry) {
-            CM_TRACE(1, "[TCAM][Type] Type Attribute Tcam hit when not enabled. HitIdx: 0x%x\n", entry);
-        });
-    if (attrb.hit)
-        CM_TRACE(1, "[TCAM][Type][Hit] Type Attribute HitIdx: 0x%x\n", attrb.idx);
-    const uint32_t attribW = memWord(memPtr->RTE_TYP_ATTRIBUTE_RA, attrb.idx >> 4);
-    const uint32_t pair = attribW >> (30 - 2 * (attrb.idx & 15));
-    statPtr->typAttrPolEn = bit(pair, 0);
-    statPtr->typAttrLocMacDrp = bit(pair, 1);
-    CmRteHisU32(ctl, typHisKey(statPtr, attrb), comRegPtr->rte_lue_l2_typ_attrb_addr_hi,
-                comRegPtr->rte_lue_l2_typ_attrb_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_typ_attrb[0]);
+    clsAppTyp(statPtr, lkup);
+    clsTypVid(statPtr, lkup);
+    clsTypMtu(statPtr, lkup);
+    const uint32_t attrbIdx = clsTypAttr(statPtr, lkup);
 
     CM_TRACE(1,
              "[RSLT][Type] Type: %x, TypeVID: %x, TypeMtu: 0x%x, TypeAttr.pol_en: %u, TypAttr.local_mac_drop: %u "
              "(attribW: 0x%x) , ATTR TypIDX=0x%x , ATTR typ unk=0x0%x\n",
-             statPtr->typ, statPtr->typVid, statPtr->typMtu, statPtr->typAttrPolEn, statPtr->typAttrLocMacDrp, attribW,
-             attrb.idx, comRegPtr->rte_typ_attrb_unk);
+             statPtr->typ, statPtr->typVid, statPtr->typMtu, statPtr->typAttrPolEn, statPtr->typAttrLocMacDrp,
+             memWord(statPtr->memPtr->RTE_TYP_ATTRIBUTE_RA, elemEntry<&TypAttr::pol_en>(attrbIdx)), attrbIdx,
+             statPtr->comRegPtr->rte_typ_attrb_unk);
 }
 
 void L2MtuCls(CmRteStat *statPtr) {
@@ -324,13 +335,19 @@ void L2MtuCls(CmRteStat *statPtr) {
 }
 
 void RteEnCk(CmRteStat *statPtr) {
-    const uint32_t addr = statPtr->iivid >> 5 | (statPtr->l2PselL3IpDaIsMcast ? 0x100 : 0);
+    const CmRteHsiMem *memPtr = statPtr->memPtr;
+    // Unicast and multicast enables are alike but for where they stand.
+    const uint32_t idx = statPtr->iivid | (statPtr->l2PselL3IpDaIsMcast ? kRteEnVids : 0);
+    const uint32_t addr = elemEntry<&L2Ipv4UcastEn::rte_en>(idx);
     uint32_t data = 0;
-    if (statPtr->l3IpVer == 4)
-        data = memWord(statPtr->memPtr->RTE_L2_PSEL_IPV4_RTE_EN_SRAM, addr);
-    else if (statPtr->l3IpVer == 6)
-        data = memWord(statPtr->memPtr->RTE_L2_PSEL_IPV6_RTE_EN_SRAM, addr);
-    statPtr->l2PselRteEn = bit(data, statPtr->iivid & 31);
+    statPtr->l2PselRteEn = 0;
+    if (statPtr->l3IpVer == 4) {
+        data = memWord(memPtr->RTE_L2_PSEL_IPV4_RTE_EN_SRAM, addr);
+        statPtr->l2PselRteEn = elem<&L2Ipv4UcastEn::rte_en>(memPtr->RTE_L2_PSEL_IPV4_RTE_EN_SRAM, idx);
+    } else if (statPtr->l3IpVer == 6) {
+        data = memWord(memPtr->RTE_L2_PSEL_IPV6_RTE_EN_SRAM, addr);
+        statPtr->l2PselRteEn = elem<&L2Ipv6UcastEn::rte_en>(memPtr->RTE_L2_PSEL_IPV6_RTE_EN_SRAM, idx);
+    }
     CM_TRACE(1, "[RTE EN SRAM], IIVID=%x, IpDaIsMcast=%x, Addr=%x, RTE EN SRAM Data=%x, RteEn=%x\n", statPtr->iivid,
              statPtr->l2PselL3IpDaIsMcast, addr, data, statPtr->l2PselRteEn);
 }

@@ -50,7 +50,7 @@ void trillRpf(CmRteStat *statPtr) {
             rpfChkBit = bit(rpfDropMap, rpfPort);
         CM_TRACE(1, "Trill MC RPF. rpfChkAddr=0x%x, trill_rpf_port=%u, rpfDropMap=0x%x\n", rpfChkAddr, rpfPort,
                  rpfDropMap);
-        capture(statPtr, his::trill_rpf_rslt, statPtr->ingPhyPort << 12 | rpfChkAddr >> 1);
+        capture(statPtr, his::trill_rpf_rslt, statPtr->ingPhyPort << 12 | elemEntry<&TrillRpf::rpf_drop>(rpfChkAddr));
     }
 
     CM_TRACE(1, "Trill MC RPF. rpfChkBit=%u\n", rpfChkBit);
