@@ -16,6 +16,11 @@ template <size_t N> constexpr uint32_t memWordCnt(uint32_t (CmRteHsiMem::*)[N]) 
     return static_cast<uint32_t>(N);
 }
 
+/// The two words of entry `idx` of a memory, as a trace shows them; an entry beyond the memory reads 0.
+template <size_t N> unsigned long long memQword(const uint32_t (&mem)[N], uint64_t idx) {
+    return uint64_t{memWord(mem, 2 * idx)} << 32 | memWord(mem, 2 * idx + 1);
+}
+
 /// A key in the words of an entry.
 template <uint32_t Words> struct CmKeyWords {
     uint32_t word[Words] = {};
