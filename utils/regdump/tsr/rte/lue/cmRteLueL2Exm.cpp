@@ -1,32 +1,35 @@
 // The forwarding database: destination and source address of a frame in the layer-2 exact-match tables, the check for
 // the chip's own addresses, the flood decision of a miss, and the enables of the frame's VLAN.
 
-#include "base/cmLu.h"
 #include "base/cmRteHis.h"
+#include "base/cmRteLkup.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "lue/cmRteLue.h"
+#include "tbl/tsr_tbl.h"
 
 #include <iterator>
 
 namespace {
 
-constexpr uint32_t kExmKeySiz = 78;
-constexpr uint32_t kExmBktEntries = 32;
-constexpr uint32_t kExmBkts = 12288;
-constexpr uint32_t kExmTcamEntries = 1024;
-constexpr uint32_t kMyDaEntries = 128;
+using ExmLkup = CmExmLkup<L2ExmBkt, 78, &CmRteHsiMem::RTE_L2_EXM_IDX_EDRAM, &CmRteHsiMem::RTE_L2_EXM_BKT_EDRAM, 32,
+                          &CmRteHsiMem::RTE_L2_EXM_OVERFLOW_TCAM, &CmL2ExmLu>;
+using MyDaLkup = CmTcamLkup<&CmRteHsiMem::RTE_MYDA_PREFIX_TCAM, MyDaPrefix>;
+
+constexpr CmExmHis kDaHis = {his::l2_exm_tcam_key_da, his::l2_exm_idx_da, his::l2_exm_bkt_da, his::l2_exm_rslt_da};
+constexpr CmExmHis kSaHis = {his::l2_exm_tcam_key_sa, his::l2_exm_idx_sa, his::l2_exm_bkt_sa, his::l2_exm_rslt_sa};
+
+constexpr uint32_t kVids = 0x2000;
 constexpr uint32_t kDbgCnts = 16;
 constexpr unsigned kMcastMacBit = 40;
 
-CmTcamTbl tcamTbl;
-CmExmTbl exmTbl;
+// The ranges of the chip's own addresses stand in a row, one field a register.
+static_assert(offsetof(CmRteHsiComReg, rte_l2_chs_mac_hi_127) ==
+              offsetof(CmRteHsiComReg, rte_l2_chs_mac_hi_0) + (MyDaLkup::kEntries - 1) * sizeof(uint32_t));
+static_assert(offsetof(CmRteHsiComReg, rte_l2_chs_mac_lo_127) ==
+              offsetof(CmRteHsiComReg, rte_l2_chs_mac_lo_0) + (MyDaLkup::kEntries - 1) * sizeof(uint32_t));
 
-unsigned long long asLl(uint64_t value) {
-    return value;
-}
-
-uint64_t mac(uint64_t addr) {
+unsigned long long mac(uint64_t addr) {
     return bits64(addr, 47, 0);
 }
 
@@ -34,89 +37,67 @@ uint32_t isMcastMac(uint64_t addr) {
     return static_cast<uint32_t>(bits64(addr, kMcastMacBit, kMcastMacBit));
 }
 
-/// One side's key before it is put together.
-struct ExmKey {
-    uint32_t trillAddrVld;
-    uint32_t fid;
-    uint32_t trillAddr;
-    uint64_t addr; // MAC address, or the VPN id
+/// Key of one side; `addr` is a MAC address, or the VPN id.
+L2ExmBkt exmKey(uint32_t trillAddrVld, uint32_t fid, uint32_t trillAddr, uint64_t addr) {
+    L2ExmBkt key{};
+    key.trill_addr_vld = trillAddrVld;
+    key.fid = fid;
+    key.trill_addr = trillAddr;
+    key.mac_addr = addr;
+    return key;
+}
 
-    uint64_t key0() const { return static_cast<uint64_t>(trillAddrVld & 1) << 13 | bits(fid, 12, 0); }
-    uint64_t key1() const { return static_cast<uint64_t>(bits(trillAddr, 15, 0)) << 48 | mac(addr); }
-};
+CmKeyWords<L2ExmBkt::kWords> wordsOf(const L2ExmBkt &key) {
+    CmKeyWords<L2ExmBkt::kWords> words;
+    pack(key, words.word);
+    return words;
+}
 
 struct ExmKeys {
     uint32_t keyType; // 2: the DA key has the VPN id in place of an address
     uint32_t fidIdx;  // the IIVID whose FID is used
-    ExmKey da;
-    ExmKey sa;
+    L2ExmBkt da;
+    L2ExmBkt sa;
 };
 
 ExmKeys pickKeys(const CmRteStat *statPtr) {
     const CmRteHsiMem *memPtr = statPtr->memPtr;
     const uint32_t unchangedVid = statPtr->comRegPtr->dont_change_ivid;
-    const uint32_t fid = memWord(memPtr->RTE_L2_FID_SRAM, statPtr->iivid);
+    const uint32_t fid = field<&L2Fid::fid>(memPtr->RTE_L2_FID_SRAM, statPtr->iivid);
 
-    if (statPtr->l2TrillFound && statPtr->l2TrillMc && statPtr->iivid == unchangedVid) {
-        const uint32_t unchangedFid = memWord(memPtr->RTE_L2_FID_SRAM, unchangedVid);
-        return {2,
-                unchangedVid,
-                {1, unchangedFid, statPtr->l2TrillDa, statPtr->vpn_id},
-                {0, fid, 0, statPtr->l2TrillInnerSa}};
-    }
+    if (statPtr->l2TrillFound && statPtr->l2TrillMc && statPtr->iivid == unchangedVid)
+        return {
+            2, unchangedVid,
+            exmKey(1, field<&L2Fid::fid>(memPtr->RTE_L2_FID_SRAM, unchangedVid), statPtr->l2TrillDa, statPtr->vpn_id),
+            exmKey(0, fid, 0, statPtr->l2TrillInnerSa)};
     if (!statPtr->l2TrillFound)
-        return {1, statPtr->iivid, {0, fid, 0, statPtr->l2OuterDa}, {0, fid, 0, statPtr->l2OuterSa}};
+        return {1, statPtr->iivid, exmKey(0, fid, 0, statPtr->l2OuterDa), exmKey(0, fid, 0, statPtr->l2OuterSa)};
     if (!statPtr->l2TrillEgr && !statPtr->l2TrillMc)
-        return {1, statPtr->iivid, {1, 0, statPtr->l2TrillDa, 0}, {1, 0, statPtr->l2TrillSa, 0}};
+        return {1, statPtr->iivid, exmKey(1, 0, statPtr->l2TrillDa, 0), exmKey(1, 0, statPtr->l2TrillSa, 0)};
     if (!statPtr->l2TrillEgr)
-        return {1,
-                statPtr->iivid,
-                {1, fid, statPtr->l2TrillDa, statPtr->l2TrillInnerDa},
-                {0, fid, 0, statPtr->l2TrillInnerSa}};
-    return {1, statPtr->iivid, {0, fid, 0, statPtr->l2TrillInnerDa}, {0, fid, 0, statPtr->l2TrillInnerSa}};
+        return {1, statPtr->iivid, exmKey(1, fid, statPtr->l2TrillDa, statPtr->l2TrillInnerDa),
+                exmKey(0, fid, 0, statPtr->l2TrillInnerSa)};
+    return {1, statPtr->iivid, exmKey(0, fid, 0, statPtr->l2TrillInnerDa), exmKey(0, fid, 0, statPtr->l2TrillInnerSa)};
 }
 
-void searchExm(const CmRteStat *statPtr, uint64_t key0, uint64_t key1, uint32_t rsltUnkIdx) {
+/// What the registers say of a search with the result `rsltUnkIdx` for an unknown station.
+CmExmCtl exmCtl(const CmRteStat *statPtr, uint32_t rsltUnkIdx) {
     const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const CmRteHsiMem *memPtr = statPtr->memPtr;
-
-    exmTbl = CmExmTbl();
-    exmTbl.hshKeySiz = kExmKeySiz;
-    exmTbl.u64HshSwap =
-        static_cast<uint64_t>(comRegPtr->rte_l2_exm_swp_ctl_w0) << 32 | comRegPtr->rte_l2_exm_swp_ctl_w1;
-    exmTbl.u64HshKey = key0;
-    exmTbl.u64HshKey1 = key1;
-    exmTbl.hshIdxSram = memPtr->RTE_L2_EXM_IDX_EDRAM;
-    exmTbl.hshBktTotal = kExmBktEntries;
-    exmTbl.hshBktSiz = kExmBkts;
-    exmTbl.hshBktSram = memPtr->RTE_L2_EXM_BKT_EDRAM;
-    exmTbl.tcamSiz = kExmTcamEntries;
-    exmTbl.tcam = memPtr->RTE_L2_EXM_OVERFLOW_TCAM;
-    exmTbl.rsltUnkIdx = rsltUnkIdx;
-    exmTbl.rsltSram = memPtr->RTE_L2_EXM_RSLT_EDRAM;
-    exmTbl.rsltHasQw = 1;
-    exmTbl.alwHshHitTcamRng = comRegPtr->rte_l2_exm_alw_hsh_hit_tcam_rng;
-    CmL2ExmLu(&exmTbl);
+    return {{uint64_t{comRegPtr->rte_l2_exm_swp_ctl_w0} << 32 | comRegPtr->rte_l2_exm_swp_ctl_w1},
+            rsltUnkIdx,
+            comRegPtr->rte_l2_exm_alw_hsh_hit_tcam_rng};
 }
 
-uint32_t rsltBits(unsigned hi, unsigned lo) {
-    return static_cast<uint32_t>(bits64(exmTbl.u64Rslt, hi, lo));
+/// Keeps a search in its histories; which way the station was hit stands above the result index.
+void captureExm(const CmRteStat *statPtr, const ExmLkup &lkup, const CmExmHis &his) {
+    lkup.captureAll(statPtr, his, lkup.ovflwHit() << 1 | lkup.bktHit());
 }
 
-uint32_t exmHit() {
-    return exmTbl.hshHit || exmTbl.tcamHit;
-}
-
-/// The word that the result histories keep: which way it was hit, and the index.
-uint32_t rsltHisKey() {
-    return exmTbl.tcamHit << 20 | exmTbl.hshHit << 19 | exmTbl.rsltIdx;
-}
-
-/// Takes the DA's result word apart.
-void takeDaRslt(CmRteStat *statPtr) {
-    statPtr->l2ExmDaTrillCmd = rsltBits(27, 26);
-    statPtr->l2ExmDaTrillMc = rsltBits(25, 25);
-    statPtr->l2ExmDaTrillDa = rsltBits(43, 28);
+/// Takes the DA's result.
+void takeDaRslt(CmRteStat *statPtr, const L2ExmRslt &rslt) {
+    statPtr->l2ExmDaTrillCmd = rslt.trill_cmd;
+    statPtr->l2ExmDaTrillMc = rslt.trill_mc;
+    statPtr->l2ExmDaTrillDa = rslt.trill_da;
     statPtr->l2ExmDaIsMctid = 0;
     statPtr->l2PselOverrideTrillEgid = 0;
     switch (statPtr->l2ExmDaTrillCmd) {
@@ -128,8 +109,8 @@ void takeDaRslt(CmRteStat *statPtr) {
         statPtr->l2ExmDoTrillMP = 1;
         break;
     case TRILL_CMD_MCTID:
-        statPtr->l2ExmDaMctNpath = rsltBits(43, 41);
-        statPtr->l2ExmDaMctId = rsltBits(40, 28);
+        statPtr->l2ExmDaMctNpath = rslt.mct_npath;
+        statPtr->l2ExmDaMctId = rslt.mct_id;
         statPtr->l2ExmDaIsMctid = 1;
         statPtr->l2ExmDoTrillMP = 1;
         break;
@@ -140,8 +121,8 @@ void takeDaRslt(CmRteStat *statPtr) {
 
     // The header of a TRILL frame overrides the result.
     if (statPtr->l2TrillFound) {
-        statPtr->l2ExmDaMctId = bits(statPtr->l2TrillDa, 12, 0);
-        statPtr->l2ExmDaMctNpath = bits(statPtr->l2TrillDa, 15, 13);
+        statPtr->l2ExmDaMctId = mctIdOf(statPtr->l2TrillDa);
+        statPtr->l2ExmDaMctNpath = mctNpathOf(statPtr->l2TrillDa);
         statPtr->l2ExmDaTrillDa = statPtr->l2TrillDa;
         statPtr->l2ExmDaTrillMc = statPtr->l2TrillMc;
     }
@@ -149,9 +130,9 @@ void takeDaRslt(CmRteStat *statPtr) {
              statPtr->l2ExmDaTrillCmd, statPtr->l2ExmDaTrillDa, statPtr->l2ExmDaTrillMc, statPtr->l2ExmDaMctId,
              statPtr->l2ExmDoTrillMP, statPtr->l2ExmDaOverrideTrillEgid);
 
-    statPtr->l2ExmDaTrapEn = rsltBits(24, 24);
-    statPtr->l2ExmDaIsMgid = rsltBits(23, 23);
-    statPtr->l2ExmDaLgidEgidMgid = rsltBits(16, 0);
+    statPtr->l2ExmDaTrapEn = rslt.trap_en;
+    statPtr->l2ExmDaIsMgid = rslt.is_mgid;
+    statPtr->l2ExmDaLgidEgidMgid = rslt.gid;
     statPtr->l2ExmDaIsMgidOrig = statPtr->l2ExmDaIsMgid;
     statPtr->l2ExmDaEgidOrig = statPtr->l2ExmDaLgidEgidMgid;
     statPtr->l2ExmVidTrillMc = 1;
@@ -177,87 +158,79 @@ void takeDaTrap(CmRteStat *statPtr) {
 void lookupDa(CmRteStat *statPtr, const ExmKeys &keys, uint32_t tblSel, uint32_t hsh) {
     CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     CmRteHsiMem *memPtr = statPtr->memPtr;
-    const CmRteHisCtl ctl = hisCtl(statPtr);
 
     const uint32_t unkIdx = statPtr->l2DaIsChsAddr
                                 ? statPtr->l2DaChsRsltIdx
                                 : L2ExmDfltRsltIdx(comRegPtr, statPtr->l2Da, statPtr->l2TrillFound, statPtr->l2TrillMc,
                                                    statPtr->l2TrillInterior, statPtr->l2TrillEgr, statPtr->l2TrillDa,
                                                    statPtr->l2TrillInnerDa, tblSel, keys.keyType);
-    searchExm(statPtr, statPtr->l2ExmDaKey0, statPtr->l2ExmDaKey1, unkIdx);
-    statPtr->l2ExmDaIdx = exmTbl.rsltIdx;
-    const unsigned long long addr = mac(keys.da.addr);
-    if (exmTbl.hshHit)
-        CM_TRACE(1, "L2 DA EXM hash hit at index %x, DA=%16llx\n", exmTbl.rsltIdx, addr);
-    else if (exmTbl.tcamHit)
-        CM_TRACE(1, "L2 DA EXM tcam hit at index %x, DA=%16llx\n", exmTbl.rsltIdx, addr);
+    ExmLkup lkup;
+    lkup.search(memPtr, keys.da, exmCtl(statPtr, unkIdx));
+    statPtr->l2ExmDaIdx = lkup.idx();
+    const unsigned long long addr = mac(keys.da.mac_addr);
+    if (lkup.bktHit())
+        CM_TRACE(1, "L2 DA EXM hash hit at index %x, DA=%16llx\n", lkup.idx(), addr);
+    else if (lkup.ovflwHit())
+        CM_TRACE(1, "L2 DA EXM tcam hit at index %x, DA=%16llx\n", lkup.idx(), addr);
     else
         CM_TRACE(1, "L2 DA EXM miss: hash_typ=%d, hash_val=%x, tbl_sel=%u, rslt_index=%x, DA=%16llx\n",
-                 comRegPtr->rte_l2_exm_mgid_hsh_typ, hsh, tblSel, exmTbl.rsltIdx, addr);
-    CM_TRACE(1, "DA EXM rsltIdx=0x%x, result=0x%llx\n", exmTbl.rsltIdx, asLl(exmTbl.u64Rslt));
+                 comRegPtr->rte_l2_exm_mgid_hsh_typ, hsh, tblSel, lkup.idx(), addr);
+    CM_TRACE(1, "DA EXM rsltIdx=0x%x, result=0x%llx\n", lkup.idx(),
+             memQword(memPtr->RTE_L2_EXM_RSLT_EDRAM, lkup.idx()));
 
     // A default row counts as active too.
-    const uint32_t actWord = exmTbl.rsltIdx >> 5;
-    if (actWord < wordCnt(memPtr->RTE_L2_EXM_DA_ACT_SRAM))
-        memPtr->RTE_L2_EXM_DA_ACT_SRAM[actWord] |= 1u << (exmTbl.rsltIdx & 31);
+    setElem<&L2DaAct::act>(memPtr->RTE_L2_EXM_DA_ACT_SRAM, lkup.idx(), 1);
 
-    takeDaRslt(statPtr);
+    takeDaRslt(statPtr, entry<L2ExmRslt>(memPtr->RTE_L2_EXM_RSLT_EDRAM, lkup.idx()));
 
     statPtr->l2ExmDaIsPthEgid = !statPtr->l2ExmDaIsMgid && CmRteCkPthEgid(statPtr, statPtr->l2ExmDaLgidEgidMgid);
-    statPtr->l2ExmDaLuMiss = !exmHit() && !statPtr->l2DaIsChsAddr;
+    statPtr->l2ExmDaLuMiss = !lkup.hit() && !statPtr->l2DaIsChsAddr;
     statPtr->l2ExmDaFlooded = 0;
     if (statPtr->l2ExmDaIsPthEgid)
         CM_TRACE(1, "L2 EXM lookup produces path_thru egid (0x%x)\n", statPtr->l2ExmDaLgidEgidMgid);
     if (statPtr->l2ExmDaIsPthEgid || statPtr->l2ExmDaLuMiss)
         L2Flood(statPtr, tblSel, hsh);
-    statPtr->l2ExmDaHit = exmHit();
+    statPtr->l2ExmDaHit = lkup.hit();
 
-    CmRteHisU32(ctl, statPtr->iivid, comRegPtr->rte_lue_l2_vid_mgid_addr_hi, comRegPtr->rte_lue_l2_vid_mgid_addr_lo,
-                0x1fff, 16, &comRegPtr->rte_his_l2_vid_mgid[0]);
-
+    capture(statPtr, his::l2_vid_mgid, statPtr->iivid);
     takeDaTrap(statPtr);
-
-    CmRteHisU96NoRng(ctl, statPtr->l2ExmDaKey0, statPtr->l2ExmDaKey1, 80, &comRegPtr->rte_his_l2_exm_tcam_key_da[0][0]);
-    CmRteHisU32(ctl, exmTbl.hshVal, comRegPtr->rte_lue_l2_exm_idx_da_addr_hi, comRegPtr->rte_lue_l2_exm_idx_da_addr_lo,
-                0x7ffff, 24, &comRegPtr->rte_his_l2_exm_idx_da[0]);
-    CmRteHisU32(ctl, exmTbl.hshIdx, comRegPtr->rte_lue_l2_exm_bkt_da_addr_hi, comRegPtr->rte_lue_l2_exm_bkt_da_addr_lo,
-                0x3fff, 16, &comRegPtr->rte_his_l2_exm_bkt_da[0]);
-    CmRteHisU32(ctl, rsltHisKey(), comRegPtr->rte_lue_l2_exm_rslt_da_addr_hi, comRegPtr->rte_lue_l2_exm_rslt_da_addr_lo,
-                0x7ffff, 24, &comRegPtr->rte_his_l2_exm_rslt_da[0]);
+    captureExm(statPtr, lkup, kDaHis);
 }
 
 void lookupSa(CmRteStat *statPtr, const ExmKeys &keys) {
-    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const CmRteHisCtl ctl = hisCtl(statPtr);
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    const CmRteHsiMem *memPtr = statPtr->memPtr;
 
     uint32_t unkIdx = comRegPtr->rte_l2_exm_sa_unk_rslt_addr;
     if (statPtr->l2SaIsChsAddr && comRegPtr->rte_l2_ck_chs_sa == 1)
         unkIdx = statPtr->l2SaChsRsltIdx;
     else if (statPtr->l2TrillInterior)
         unkIdx = comRegPtr->rte_l2_exm_trill_sa_unk_rslt_addr;
-    searchExm(statPtr, statPtr->l2ExmSaKey0, statPtr->l2ExmSaKey1, unkIdx);
-    statPtr->l2ExmSaHit = exmHit();
-    statPtr->l2ExmSaIdx = exmTbl.rsltIdx;
-    const unsigned long long addr = mac(keys.sa.addr);
-    if (exmTbl.hshHit)
-        CM_TRACE(1, "L2 SA EXM hash hit at index %x, SA=%16llx\n", exmTbl.rsltIdx, addr);
-    else if (exmTbl.tcamHit)
-        CM_TRACE(1, "L2 SA EXM tcam hit at index %x, SA=%16llx\n", exmTbl.rsltIdx, addr);
+    ExmLkup lkup;
+    lkup.search(memPtr, keys.sa, exmCtl(statPtr, unkIdx));
+    statPtr->l2ExmSaHit = lkup.hit();
+    statPtr->l2ExmSaIdx = lkup.idx();
+    const unsigned long long addr = mac(keys.sa.mac_addr);
+    if (lkup.bktHit())
+        CM_TRACE(1, "L2 SA EXM hash hit at index %x, SA=%16llx\n", lkup.idx(), addr);
+    else if (lkup.ovflwHit())
+        CM_TRACE(1, "L2 SA EXM tcam hit at index %x, SA=%16llx\n", lkup.idx(), addr);
     else
         CM_TRACE(1, "L2 SA EXM miss, SA=%16llx\n", addr);
-    CM_TRACE(1, "SA EXM rsltIdx=%u, result= %llx\n", exmTbl.rsltIdx, asLl(exmTbl.u64Rslt));
+    CM_TRACE(1, "SA EXM rsltIdx=%u, result= %llx\n", lkup.idx(), memQword(memPtr->RTE_L2_EXM_RSLT_EDRAM, lkup.idx()));
 
     // A chassis SA that the tables know is legal.
     if (statPtr->l2SaIsChsAddr && !statPtr->l2ExmSaHit && comRegPtr->rte_l2_ck_chs_sa)
         statPtr->l2ExmSaChassisErr = 1;
 
-    statPtr->l2ExmSaIsMgid = rsltBits(23, 23);
-    statPtr->l2ExmSaLrnPort = rsltBits(22, 17);
-    statPtr->l2ExmSaLgidEgidMgid = rsltBits(16, 0);
-    statPtr->l2ExmSaTrapEn = rsltBits(24, 24);
-    statPtr->l2ExmSaTrillDa = rsltBits(43, 28);
-    statPtr->l2ExmSaTrillCmd = rsltBits(27, 26);
-    statPtr->l2ExmSaTrillMc = rsltBits(25, 25);
+    const L2ExmRslt rslt = entry<L2ExmRslt>(memPtr->RTE_L2_EXM_RSLT_EDRAM, lkup.idx());
+    statPtr->l2ExmSaIsMgid = rslt.is_mgid;
+    statPtr->l2ExmSaLrnPort = rslt.lrn_port;
+    statPtr->l2ExmSaLgidEgidMgid = rslt.gid;
+    statPtr->l2ExmSaTrapEn = rslt.trap_en;
+    statPtr->l2ExmSaTrillDa = rslt.trill_da;
+    statPtr->l2ExmSaTrillCmd = rslt.trill_cmd;
+    statPtr->l2ExmSaTrillMc = rslt.trill_mc;
     // The tests look at the group as at an EGID, whatever the multicast flag says.
     const uint32_t gid = statPtr->l2ExmSaLgidEgidMgid;
     if (CmRteCkAclDropEgid(statPtr, gid))
@@ -271,25 +244,20 @@ void lookupSa(CmRteStat *statPtr, const ExmKeys &keys) {
     else
         statPtr->l2ExmSaRsltTyp = statPtr->l2ExmSaTrapEn ? RSLT_FWD_A_TRAP : RSLT_FWD;
 
-    CmRteHisU96NoRng(ctl, statPtr->l2ExmSaKey0, statPtr->l2ExmSaKey1, 80, &comRegPtr->rte_his_l2_exm_tcam_key_sa[0][0]);
-    CmRteHisU32(ctl, exmTbl.hshVal, comRegPtr->rte_lue_l2_exm_idx_sa_addr_hi, comRegPtr->rte_lue_l2_exm_idx_sa_addr_lo,
-                0x7ffff, 24, &comRegPtr->rte_his_l2_exm_idx_sa[0]);
-    CmRteHisU32(ctl, exmTbl.hshIdx, comRegPtr->rte_lue_l2_exm_bkt_sa_addr_hi, comRegPtr->rte_lue_l2_exm_bkt_sa_addr_lo,
-                0x3fff, 16, &comRegPtr->rte_his_l2_exm_bkt_sa[0]);
-    CmRteHisU32(ctl, rsltHisKey(), comRegPtr->rte_lue_l2_exm_rslt_sa_addr_hi, comRegPtr->rte_lue_l2_exm_rslt_sa_addr_lo,
-                0x7ffff, 24, &comRegPtr->rte_his_l2_exm_rslt_sa[0]);
+    captureExm(statPtr, lkup, kSaHis);
 }
 
 /// Spanning tree: what the frame's port may do in its VLAN.
 void readStpEn(CmRteStat *statPtr) {
-    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const uint32_t wordIdx = statPtr->ingPhyPort << 10 | statPtr->iivid >> 3;
-    const uint32_t low = 28 - 4 * (statPtr->iivid & 7);
-    const uint32_t value = bits(memWord(statPtr->memPtr->RTE_L2_STP_EN_EDRAM, wordIdx), low + 3, low);
-    CM_TRACE(1, "reading L2_STP_EN, iivid=%x, value=%x\n", statPtr->iivid, value);
+    const auto &mem = statPtr->memPtr->RTE_L2_STP_EN_EDRAM;
+    const uint32_t idx = statPtr->ingPhyPort * kVids | statPtr->iivid;
+    const uint32_t fwdEnTag = elem<&L2StpEn::fwd_en_tag>(mem, idx);
+    const uint32_t fwdEnUntag = elem<&L2StpEn::fwd_en_untag>(mem, idx);
+    statPtr->l2SaLrnEn = elem<&L2StpEn::sa_lrn_en>(mem, idx);
+    statPtr->l2DaLrnEn = elem<&L2StpEn::da_lrn_en>(mem, idx);
+    CM_TRACE(1, "reading L2_STP_EN, iivid=%x, value=%x\n", statPtr->iivid,
+             statPtr->l2DaLrnEn << 3 | statPtr->l2SaLrnEn << 2 | fwdEnTag << 1 | fwdEnUntag);
 
-    statPtr->l2SaLrnEn = bit(value, 2);
-    statPtr->l2DaLrnEn = bit(value, 3);
     if (statPtr->l2TrillFound && !statPtr->l2TrillMc) {
         statPtr->l2FwdEn = 1;
         CM_TRACE(1, "fwd_en filtering ignored for TRILL Ucast frame\n");
@@ -297,31 +265,25 @@ void readStpEn(CmRteStat *statPtr) {
         statPtr->l2FwdEn = 1;
         CM_TRACE(1, "fwd_en filtering ignored because l2CtlSkipIvf==1\n");
     } else {
-        statPtr->l2FwdEn = statPtr->ctagNz ? bit(value, 1) : bit(value, 0);
+        statPtr->l2FwdEn = statPtr->ctagNz ? fwdEnTag : fwdEnUntag;
     }
 
-    CmRteHisU32(hisCtl(statPtr), wordIdx, comRegPtr->rte_lue_l2_stp_en_addr_hi, comRegPtr->rte_lue_l2_stp_en_addr_lo,
-                0x3ffff, 24, &comRegPtr->rte_his_l2_stp_en[0]);
+    capture(statPtr, his::l2_stp_en, elemEntry<&L2StpEn::fwd_en_tag>(idx));
 }
 
-void searchMyDaPrefix(const CmRteStat *statPtr, uint64_t addr) {
-    tcamTbl = CmTcamTbl();
-    tcamTbl.keySiz = 24;
-    tcamTbl.u32Key = static_cast<uint32_t>(bits64(addr, 47, 24));
-    tcamTbl.tcamSiz = kMyDaEntries;
-    tcamTbl.tcam = statPtr->memPtr->RTE_MYDA_PREFIX_TCAM;
-    CmTcamLu(&tcamTbl);
+/// Searches the upper half of a MAC address among those of the chip's own.
+void searchMyDaPrefix(const CmRteStat *statPtr, uint64_t addr, MyDaLkup &lkup) {
+    lkup.search(statPtr->memPtr, MyDaPrefix{.prefix = static_cast<uint32_t>(bits64(addr, 47, 24))});
 }
 
 /// Walks the prefix hits up to the first one whose range holds the low half of `addr`. Returns whether there is one,
 /// with its entry in `*idxPtr`.
-bool findMyDaRange(const CmRteStat *statPtr, uint64_t addr, uint32_t *idxPtr) {
+bool findMyDaRange(const CmRteStat *statPtr, const MyDaLkup &lkup, uint64_t addr, uint32_t *idxPtr) {
     const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     const uint32_t low = static_cast<uint32_t>(bits64(addr, 23, 0));
-    for (uint32_t i = 0; i < tcamTbl.hitCount; i++) {
-        const uint32_t idx = tcamTbl.hitList[i] & (kMyDaEntries - 1);
-        const uint32_t rngLo = comRegPtr->rte_l2_chs_mac_lo[idx];
-        const uint32_t rngHi = comRegPtr->rte_l2_chs_mac_hi[idx];
+    for (const uint32_t idx : lkup.hits()) {
+        const uint32_t rngLo = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_chs_mac_lo_0, idx);
+        const uint32_t rngHi = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_chs_mac_hi_0, idx);
         if (rngLo <= low && low <= rngHi) {
             *idxPtr = idx;
             return true;
@@ -332,7 +294,7 @@ bool findMyDaRange(const CmRteStat *statPtr, uint64_t addr, uint32_t *idxPtr) {
 
 /// Reads the flood group of the frame's VLAN from one of the two tables.
 template <size_t N> void takeFloodGroup(CmRteStat *statPtr, const uint32_t (&mgidSram)[N]) {
-    statPtr->l2ExmDaLgidEgidMgid = bits(memWord(mgidSram, statPtr->iivid), 16, 0);
+    statPtr->l2ExmDaLgidEgidMgid = field<&L2FloodMgid::mgid>(mgidSram, statPtr->iivid);
     statPtr->l2ExmDaIsMgid = 1;
 }
 
@@ -342,8 +304,7 @@ void takeDropEgid(CmRteStat *statPtr) {
 }
 
 void takeVidTrillMc(CmRteStat *statPtr) {
-    statPtr->l2ExmVidTrillMc =
-        bit(memWord(statPtr->memPtr->RTE_VID_TRILL_MC_RA, statPtr->iivid >> 5), statPtr->iivid & 31);
+    statPtr->l2ExmVidTrillMc = elem<&VidTrillMc::trill_mc>(statPtr->memPtr->RTE_VID_TRILL_MC_RA, statPtr->iivid);
 }
 
 void floodTrillMc(CmRteStat *statPtr) {
@@ -378,14 +339,15 @@ void L2Exm(CmRteStat *statPtr) {
     CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
 
     const ExmKeys keys = pickKeys(statPtr);
-    statPtr->l2ExmDaKey0 = keys.da.key0();
-    statPtr->l2ExmDaKey1 = keys.da.key1();
-    statPtr->l2ExmSaKey0 = keys.sa.key0();
-    statPtr->l2ExmSaKey1 = keys.sa.key1();
-    CmRteHisU32(hisCtl(statPtr), keys.fidIdx, comRegPtr->rte_lue_l2_fid_addr_hi, comRegPtr->rte_lue_l2_fid_addr_lo,
-                0x1fff, 16, &comRegPtr->rte_his_l2_fid[0]);
+    const auto daKey = wordsOf(keys.da);
+    const auto saKey = wordsOf(keys.sa);
+    statPtr->l2ExmDaKey0 = daKey.qword(0);
+    statPtr->l2ExmDaKey1 = daKey.qword(1);
+    statPtr->l2ExmSaKey0 = saKey.qword(0);
+    statPtr->l2ExmSaKey1 = saKey.qword(1);
+    capture(statPtr, his::l2_fid, keys.fidIdx);
 
-    ChassisAddressParser(statPtr, keys.da.trillAddrVld);
+    ChassisAddressParser(statPtr, keys.da.trill_addr_vld);
     statPtr->l2TrillInterior = statPtr->l2TrillFound && !statPtr->l2TrillEgr;
 
     // The parser's hash of this type picks one of two flood tables and of two rows of an unknown DA.
@@ -395,8 +357,8 @@ void L2Exm(CmRteStat *statPtr) {
     CM_TRACE(3,
              "L2 DA EXM LU key: key_type=%u,trill_addr_vld=%u, fid=0x%x, trill_addr=0x%x, mac_addr=0x%llx, "
              "vpn_id=0x%x, hsh_typ=%u, tbl_sel=%u\n",
-             keys.keyType, keys.da.trillAddrVld, keys.da.fid, keys.da.trillAddr,
-             keys.keyType == 2 ? 0 : asLl(mac(keys.da.addr)), statPtr->vpn_id, hshTyp, tblSel);
+             keys.keyType, keys.da.trill_addr_vld, keys.da.fid, keys.da.trill_addr,
+             keys.keyType == 2 ? 0 : mac(keys.da.mac_addr), statPtr->vpn_id, hshTyp, tblSel);
 
     lookupDa(statPtr, keys, tblSel, hsh);
     lookupSa(statPtr, keys);
@@ -418,26 +380,29 @@ void ChassisAddressParser(CmRteStat *statPtr, uint32_t trillVld) {
         sa = statPtr->l2OuterSa;
     }
 
+    const CmRteHsiMem *memPtr = statPtr->memPtr;
+    MyDaLkup lkup;
     uint32_t idx = 0;
     statPtr->l2DaIsChsAddr = 0;
     statPtr->l2DaChsRsltIdx = 0;
-    searchMyDaPrefix(statPtr, da);
-    CM_TRACE(1, "[TCAM][L2_MYDA] Search with Key: 0x%x\n", tcamTbl.u32Key);
-    if (findMyDaRange(statPtr, da, &idx)) {
-        const uint32_t rslt = memWord(statPtr->memPtr->RTE_MYDA_LOOKUP_RSLT_RA, idx);
-        statPtr->l2DaChsRsltIdx = bits(rslt, 18, 0);
-        statPtr->myDaId = bits(rslt, 25, 19);
+    searchMyDaPrefix(statPtr, da, lkup);
+    CM_TRACE(1, "[TCAM][L2_MYDA] Search with Key: 0x%x\n", lkup.key().word[0]);
+    if (findMyDaRange(statPtr, lkup, da, &idx)) {
+        const MyDaRslt rslt = entry<MyDaRslt>(memPtr->RTE_MYDA_LOOKUP_RSLT_RA, idx);
+        statPtr->l2DaChsRsltIdx = rslt.rslt_idx;
+        statPtr->myDaId = rslt.myda_id;
         statPtr->l2DaIsChsAddr = 1;
         statPtr->l2DaIsChsAddrIdx = idx;
-        CM_TRACE(1, "[L2_MYDA][Hit] MYDA  TCAM & Range Match at HitIdx: 0x%x, rslt=%x\n", idx, rslt);
+        CM_TRACE(1, "[L2_MYDA][Hit] MYDA  TCAM & Range Match at HitIdx: 0x%x, rslt=%x\n", idx,
+                 memWord(memPtr->RTE_MYDA_LOOKUP_RSLT_RA, idx));
     }
 
     statPtr->l2SaIsChsAddr = 0;
     statPtr->l2SaChsRsltIdx = 0;
-    searchMyDaPrefix(statPtr, sa);
-    CM_TRACE(1, "[TCAM][L2_MYSA] Search with Key: 0x%x\n", tcamTbl.u32Key);
-    if (findMyDaRange(statPtr, sa, &idx)) {
-        statPtr->l2SaChsRsltIdx = bits(memWord(statPtr->memPtr->RTE_MYDA_LOOKUP_RSLT_RA, idx), 18, 0);
+    searchMyDaPrefix(statPtr, sa, lkup);
+    CM_TRACE(1, "[TCAM][L2_MYSA] Search with Key: 0x%x\n", lkup.key().word[0]);
+    if (findMyDaRange(statPtr, lkup, sa, &idx)) {
+        statPtr->l2SaChsRsltIdx = field<&MyDaRslt::rslt_idx>(memPtr->RTE_MYDA_LOOKUP_RSLT_RA, idx);
         statPtr->l2SaIsChsAddr = 1;
         statPtr->l2SaIsChsAddrIdx = idx;
         CM_TRACE(1, "[L2_MYSA][Hit] MYSA  TCAM & Range Match at HitIdx: 0x%x\n", idx);
