@@ -3,9 +3,11 @@
 
 #include "base/cmRteFrm.h"
 #include "base/cmRteHis.h"
+#include "base/cmRteLkup.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "lue/cmRteLue.h"
+#include "tbl/tsr_tbl.h"
 
 #include <algorithm>
 #include <iterator>
@@ -14,6 +16,8 @@ namespace {
 
 constexpr uint32_t kLipHshMsk = 0x7fff;
 constexpr uint32_t kLipHshBytes = 11;
+constexpr uint32_t kInfWords = L2SaLrnInf::kWords;
+static_assert(L2DaLrnInf::kWords == kInfWords);
 
 /// What differs between the two FIFOs.
 struct LrnFifo {
@@ -30,12 +34,8 @@ struct LrnFifo {
     Reg almostFul;
     Reg threshold;
     Reg drpCnt;
-    Reg lipHisHi;
-    Reg lipHisLo;
-    Slots lipHis;
-    Reg infHisHi;
-    Reg infHisLo;
-    Slots infHis;
+    const CmRteHisAddr &lipHis;
+    const CmRteHisAddr &infHis;
     Stat lip;
     Stat drpInf;
     uint32_t ptrMsk;    // the entries in use, less one
@@ -52,12 +52,8 @@ constexpr LrnFifo kSaFifo = {
     .almostFul = &CmRteHsiComReg::rte_l2_sa_lrn_inf_almost_ful,
     .threshold = &CmRteHsiComReg::rte_l2_sa_lrn_inf_threshold,
     .drpCnt = &CmRteHsiComReg::rte_l2_sa_lrn_inf_drp_cnt,
-    .lipHisHi = &CmRteHsiComReg::rte_lue_l2_sa_lrn_lip_addr_hi,
-    .lipHisLo = &CmRteHsiComReg::rte_lue_l2_sa_lrn_lip_addr_lo,
-    .lipHis = &CmRteHsiComReg::rte_his_l2_sa_lrn_lip,
-    .infHisHi = &CmRteHsiComReg::rte_lue_l2_sa_lrn_inf_addr_hi,
-    .infHisLo = &CmRteHsiComReg::rte_lue_l2_sa_lrn_inf_addr_lo,
-    .infHis = &CmRteHsiComReg::rte_his_l2_sa_lrn_inf,
+    .lipHis = his::l2_sa_lrn_lip,
+    .infHis = his::l2_sa_lrn_inf,
     .lip = &CmRteStat::l2SaLrnLip,
     .drpInf = &CmRteStat::l2SaLrnDrpInf,
     .ptrMsk = 0xfff,
@@ -74,20 +70,16 @@ constexpr LrnFifo kDaFifo = {
     .almostFul = &CmRteHsiComReg::rte_l2_da_lrn_inf_almost_ful,
     .threshold = &CmRteHsiComReg::rte_l2_da_lrn_inf_threshold,
     .drpCnt = &CmRteHsiComReg::rte_l2_da_lrn_inf_drp_cnt,
-    .lipHisHi = &CmRteHsiComReg::rte_lue_l2_da_lrn_lip_addr_hi,
-    .lipHisLo = &CmRteHsiComReg::rte_lue_l2_da_lrn_lip_addr_lo,
-    .lipHis = &CmRteHsiComReg::rte_his_l2_da_lrn_lip,
-    .infHisHi = &CmRteHsiComReg::rte_lue_l2_da_lrn_inf_addr_hi,
-    .infHisLo = &CmRteHsiComReg::rte_lue_l2_da_lrn_inf_addr_lo,
-    .infHis = &CmRteHsiComReg::rte_his_l2_da_lrn_inf,
+    .lipHis = his::l2_da_lrn_lip,
+    .infHis = his::l2_da_lrn_inf,
     .lip = &CmRteStat::l2DaLrnLip,
     .drpInf = &CmRteStat::l2DaLrnDrpInf,
     .ptrMsk = 0x3ff, // the chip wraps after a quarter of the memory
     .lipDropCounts = true,
 };
 
-/// The request-in-progress step. Returns whether the request goes on to the FIFO.
-template <size_t N> bool ckLip(CmRteStat *statPtr, const LrnFifo &fifo, uint32_t (&lipSram)[N]) {
+/// The request-in-progress step, whose bits are `Lip`. Returns whether the request goes on to the FIFO.
+template <auto Lip, size_t N> bool ckLip(CmRteStat *statPtr, const LrnFifo &fifo, uint32_t (&lipSram)[N]) {
     CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     static_assert(N * 32 == kLipHshMsk + 1);
 
@@ -100,10 +92,10 @@ template <size_t N> bool ckLip(CmRteStat *statPtr, const LrnFifo &fifo, uint32_t
     CmSetQword(swp1, 8, input + 3);
     const uint32_t hsh = CmEnetCrcCalc(kLipHshBytes, input) & kLipHshMsk;
 
-    uint32_t &word = lipSram[hsh >> 5];
-    const uint32_t lip = bit(word, hsh & 31);
+    const uint32_t lip = elem<Lip>(lipSram, hsh);
+    const uint32_t lipWord = elemEntry<Lip>(hsh);
     statPtr->*fifo.lip = lip;
-    CM_TRACE(1, "[L2 SA Learn] LIP addr=0x%x, bitIdx=%u, word=0x%x\n", hsh >> 5, hsh & 31, word);
+    CM_TRACE(1, "[L2 SA Learn] LIP addr=0x%x, bitIdx=%u, word=0x%x\n", lipWord, hsh % 32, memWord(lipSram, lipWord));
 
     if (comRegPtr->*fifo.ful && lip) {
         statPtr->*fifo.drpInf = 1;
@@ -113,9 +105,8 @@ template <size_t N> bool ckLip(CmRteStat *statPtr, const LrnFifo &fifo, uint32_t
         return false;
     }
 
-    word |= 1u << (hsh & 31);
-    CmRteHisU32(hisCtl(statPtr), hsh, comRegPtr->*fifo.lipHisHi, comRegPtr->*fifo.lipHisLo, kLipHshMsk, 16,
-                comRegPtr->*fifo.lipHis);
+    setElem<Lip>(lipSram, hsh, 1);
+    capture(statPtr, fifo.lipHis, hsh);
     if (lip)
         CM_TRACE(1, "[L2 SA Learn] LIP is set -- do nothing\n");
     return !lip;
@@ -132,19 +123,18 @@ template <size_t N> void pushLrnInf(CmRteStat *statPtr, const LrnFifo &fifo, uin
 
     const uint32_t wr = comRegPtr->*fifo.wrPtr;
     const uint32_t rd = comRegPtr->*fifo.rdPtr;
-    const uint32_t inf[4] = {0, static_cast<uint32_t>(statPtr->l2LrnInfQw0),
-                             static_cast<uint32_t>(statPtr->l2LrnInfQw1 >> 32),
-                             static_cast<uint32_t>(statPtr->l2LrnInfQw1)};
-    if (wr < N / 4)
-        std::copy(std::begin(inf), std::end(inf), &infSram[4 * wr]);
+    const uint32_t inf[kInfWords] = {0, static_cast<uint32_t>(statPtr->l2LrnInfQw0),
+                                     static_cast<uint32_t>(statPtr->l2LrnInfQw1 >> 32),
+                                     static_cast<uint32_t>(statPtr->l2LrnInfQw1)};
+    if (wr < N / kInfWords)
+        std::copy(std::begin(inf), std::end(inf), &infSram[kInfWords * wr]);
     statPtr->l2LrnInfWr = 1;
     statPtr->l2LrnInfWrPtr = wr;
     CM_TRACE(1,
              "[L2 SA Learn] push learning info to l2_lrn_inf SRAM, wrPtr=0x%x -- LernInf: 0x "
              "%8.8x_%8.8x_%8.8x_%8.8x\n",
              wr, inf[0], inf[1], inf[2], inf[3]);
-    CmRteHisU32(hisCtl(statPtr), wr, comRegPtr->*fifo.infHisHi, comRegPtr->*fifo.infHisLo, 0xfff, 16,
-                comRegPtr->*fifo.infHis);
+    capture(statPtr, fifo.infHis, wr);
 
     const uint32_t next = (wr + 1) & fifo.ptrMsk;
     comRegPtr->*fifo.wrPtr = next;
@@ -174,7 +164,7 @@ uint32_t ckLrnTrill(CmRteStat *statPtr) {
     const uint32_t sa = statPtr->l2TrillSa;
     const uint32_t knownSa = statPtr->l2ExmSaTrillDa;
     if (statPtr->l2ExmSaTrillCmd == TRILL_CMD_MCTID) {
-        if (bits(sa, 19, 17) == 0 && sa == bits(knownSa, 12, 0) && !statPtr->l2ExmSaTrillMc) {
+        if (bits(sa, 19, 17) == 0 && sa == mctIdOf(knownSa) && !statPtr->l2ExmSaTrillMc) {
             CM_TRACE(1, "[L2 SA Learn] TrillMCtId,  lrnRqd=0 (l2TrillSa=0x%x, l2ExmSaTrillDa=0x%x, l2ExmTrillMc=%u) \n",
                      sa, knownSa, statPtr->l2ExmSaTrillMc);
             return 0;
@@ -216,27 +206,36 @@ uint32_t fcoeLrnCode(const CmRteStat *statPtr) {
     if (!statPtr->l2FcoeFound)
         return 0;
     const bool rteRqd = !statPtr->l2ExmDaIsMgidOrig && CmRteCkRteRqdEgid(statPtr, statPtr->l2ExmDaEgidOrig);
-    if (rteRqd && bit(statPtr->l2ExmDaEgidOrig, 12))
+    if (rteRqd && bit(statPtr->l2ExmDaEgidOrig, kRteRqdFcoeVfBit))
         return 2;
-    if (rteRqd && bit(statPtr->l2ExmDaEgidOrig, 11))
+    if (rteRqd && bit(statPtr->l2ExmDaEgidOrig, kRteRqdFcoeVeBit))
         return 3;
     return 1;
 }
 
+/// Keeps a request of the record `Inf` as the FIFO has it; the first word of an entry is always 0.
+template <class Inf> void takeLrnInf(CmRteStat *statPtr, const Inf &inf) {
+    CmKeyWords<Inf::kWords> words;
+    pack(inf, words.word);
+    statPtr->l2LrnInfQw0 = words.qword(0);
+    statPtr->l2LrnInfQw1 = words.qword(1);
+}
+
 void buildSaLrnInf(CmRteStat *statPtr) {
-    const uint32_t rb = statPtr->l2TrillFound ? statPtr->l2TrillSa : statPtr->comRegPtr->non_trill_lrn_trill_rb;
-    const uint64_t sa = statPtr->l2TrillFound ? statPtr->l2TrillInnerSa : statPtr->l2OuterSa;
-    statPtr->l2LrnInfQw0 = fcoeLrnCode(statPtr) << 18 | bits(rb, 15, 0) << 2 | bits(statPtr->ingPhyPort, 4, 3);
-    statPtr->l2LrnInfQw1 = static_cast<uint64_t>(bits(statPtr->ingPhyPort, 2, 0)) << 61 |
-                           static_cast<uint64_t>(bits(statPtr->iivid, 12, 0)) << 48 | bits64(sa, 47, 0);
+    takeLrnInf(statPtr, L2SaLrnInf{.fcoe_code = fcoeLrnCode(statPtr),
+                                   .trill_rb = statPtr->l2TrillFound ? statPtr->l2TrillSa
+                                                                     : statPtr->comRegPtr->non_trill_lrn_trill_rb,
+                                   .phy_port = statPtr->ingPhyPort,
+                                   .iivid = statPtr->iivid,
+                                   .sa = statPtr->l2TrillFound ? statPtr->l2TrillInnerSa : statPtr->l2OuterSa});
 }
 
 void buildDaLrnInf(CmRteStat *statPtr) {
-    const uint64_t da = statPtr->l2TrillFound ? statPtr->l2TrillInnerDa : statPtr->l2OuterDa;
-    statPtr->l2LrnInfQw0 = statPtr->l2TrillFound ? statPtr->l2TrillDa : 0;
     // The chip leaves 12 bits to the VLAN; its thirteenth one falls onto the port.
-    statPtr->l2LrnInfQw1 = static_cast<uint64_t>(bits(statPtr->ingPhyPort, 3, 0)) << 60 |
-                           static_cast<uint64_t>(statPtr->iivid) << 48 | bits64(da, 47, 0);
+    takeLrnInf(statPtr, L2DaLrnInf{.trill_da = statPtr->l2TrillFound ? statPtr->l2TrillDa : 0,
+                                   .phy_port = statPtr->ingPhyPort | statPtr->iivid >> 12,
+                                   .iivid = statPtr->iivid,
+                                   .da = statPtr->l2TrillFound ? statPtr->l2TrillInnerDa : statPtr->l2OuterDa});
 }
 
 } // namespace
@@ -253,7 +252,8 @@ void L2Lrn(CmRteStat *statPtr) {
         return;
 
     buildSaLrnInf(statPtr);
-    if (statPtr->portRegPtr->rte_prc_l2_sa_lrn_lip_en && !ckLip(statPtr, kSaFifo, statPtr->memPtr->RTE_L2_SA_LIP_SRAM))
+    if (statPtr->portRegPtr->rte_prc_l2_sa_lrn_lip_en &&
+        !ckLip<&L2SaLip::lip>(statPtr, kSaFifo, statPtr->memPtr->RTE_L2_SA_LIP_SRAM))
         return;
     pushLrnInf(statPtr, kSaFifo, statPtr->memPtr->RTE_L2_SA_LRN_INF_SRAM);
 }
@@ -264,7 +264,8 @@ void L2DaLrn(CmRteStat *statPtr) {
     CM_TRACE(1, "[L2 DA Learn]\n");
 
     buildDaLrnInf(statPtr);
-    if (statPtr->portRegPtr->rte_prc_l2_da_lrn_lip_en && !ckLip(statPtr, kDaFifo, statPtr->memPtr->RTE_L2_DA_LIP_SRAM))
+    if (statPtr->portRegPtr->rte_prc_l2_da_lrn_lip_en &&
+        !ckLip<&L2DaLip::lip>(statPtr, kDaFifo, statPtr->memPtr->RTE_L2_DA_LIP_SRAM))
         return;
     pushLrnInf(statPtr, kDaFifo, statPtr->memPtr->RTE_L2_DA_LRN_INF_SRAM);
 }

@@ -5,6 +5,7 @@
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "lue/cmRteLue.h"
+#include "tbl/tsr_tbl.h"
 
 #include <bit>
 #include <iterator>
@@ -13,14 +14,24 @@ namespace {
 
 constexpr uint32_t kNoGrp = ~0u;
 
+// The path memories, [group][path].
+constexpr uint32_t kPaths = 8; // of a multicast tree or a multipath group
+constexpr uint32_t kPathRows = 0x10000;
+constexpr uint32_t kLagPaths = 32; // of an aggregation group
+constexpr uint32_t kLagRows = 0x8000;
+
+constexpr uint32_t kAclStsBnkRows = 4096;
+
 /// A group word of a path memory.
 struct Group {
     uint32_t isMgid;
     uint32_t gid;
 };
 
-Group groupOf(uint32_t word) {
-    return {bit(word, 17), bits(word, 16, 0)};
+/// The group in row `addr` of a path memory with the record `Path`.
+template <class Path, size_t N> Group groupAt(const uint32_t (&sram)[N], uint32_t addr) {
+    const Path path = entry<Path>(sram, addr);
+    return {path.is_mgid, path.gid};
 }
 
 /// The parser's hash of type `typ`, as far as it picks a path.
@@ -28,9 +39,11 @@ uint32_t pathHash(const CmRteStat *statPtr, uint32_t typ) {
     return typ < std::size(statPtr->hshVal) ? bits(statPtr->hshVal[typ], 11, 0) : 0;
 }
 
-/// Hash type of group `id`: eight nibbles a word, the first one on top.
-template <size_t N> uint32_t nibbleHshTyp(const uint32_t (&sram)[N], uint32_t id) {
-    return memWord(sram, id >> 3) >> (28 - 4 * (id & 7)) & 7;
+/// Which of `npath` + 1 paths the frame takes by its hash of type `hshTyp`; `*hshPtr` is that hash, 0 for a single
+/// path.
+uint32_t pickPath(const CmRteStat *statPtr, uint32_t npath, uint32_t hshTyp, uint32_t *hshPtr) {
+    *hshPtr = npath ? pathHash(statPtr, hshTyp) : 0;
+    return *hshPtr % (npath + 1);
 }
 
 struct AclStsBnkReg {
@@ -69,35 +82,31 @@ uint32_t countPath(const CmRteStat *statPtr, uint32_t (&frmCnt)[N], uint32_t (&b
 
 /// The TRILL destination of the path selection, or of the path of its multicast tree. Returns whether there is one.
 bool pickTrillDest(CmRteStat *statPtr, uint32_t isDaLu, uint32_t *destPtr) {
-    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     if (!statPtr->l2PselIsMctid) {
         *destPtr = statPtr->l2PselTrillDa;
         return statPtr->l2PselTrillVld != 0;
     }
     const uint32_t addr = MctMpid(statPtr->l2PselMctId, statPtr->l2PselMctNpath, statPtr);
-    *destPtr = bits(memWord(statPtr->memPtr->RTE_L2_PSEL_MCTID_SRAM, addr), 15, 0);
+    *destPtr = field<&MctidPath::trill_da>(statPtr->memPtr->RTE_L2_PSEL_MCTID_SRAM, addr);
     statPtr->l2PselTrillDa = *destPtr;
     if (isDaLu) {
         statPtr->l2PselMctIdStsEn = 1;
         statPtr->l2PselMctIdSts = addr;
     }
-    CmRteHisU32(hisCtl(statPtr), addr, comRegPtr->rte_lue_l2_psel_mctid_addr_hi,
-                comRegPtr->rte_lue_l2_psel_mctid_addr_lo, 0xffff, 16, &comRegPtr->rte_his_l2_psel_mctid[0]);
+    capture(statPtr, his::l2_psel_mctid, addr);
     CM_TRACE(1, "[MULTI_PATH] trillDa from MCTID_SRAM: 0x%x\n", *destPtr);
     return true;
 }
 
 void resolveMpid(CmRteStat *statPtr, uint32_t isDaLu, Group &group) {
-    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     const uint32_t addr = L2PselMpid(group.gid, statPtr);
-    group = groupOf(memWord(statPtr->memPtr->RTE_L2_PSEL_MPID_SRAM, addr));
+    group = groupAt<MpidPath>(statPtr->memPtr->RTE_L2_PSEL_MPID_SRAM, addr);
     if (isDaLu) {
         statPtr->l2PselMpIdStsEn = 1;
         statPtr->l2PselMpIdSts = addr;
         statPtr->l2PselDaRsltMpidIsL2Mgid = group.isMgid;
         statPtr->l2PselDaRsltMpid = group.gid;
-        CmRteHisU32(hisCtl(statPtr), addr, comRegPtr->rte_lue_l2_psel_mpid_addr_hi,
-                    comRegPtr->rte_lue_l2_psel_mpid_addr_lo, 0xffff, 16, &comRegPtr->rte_his_l2_psel_mpid[0]);
+        capture(statPtr, his::l2_psel_mpid, addr);
     } else {
         statPtr->l2PselSaRsltMpidIsL2Mgid = group.isMgid;
         // The chip records for the source that there was a group, not which.
@@ -107,16 +116,14 @@ void resolveMpid(CmRteStat *statPtr, uint32_t isDaLu, Group &group) {
 }
 
 void resolveLgid(CmRteStat *statPtr, uint32_t isDaLu, Group &group) {
-    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     const uint32_t addr = L2PselLgid(group.gid, statPtr);
-    group = groupOf(memWord(statPtr->memPtr->RTE_L2_PSEL_LGID_SRAM, addr));
+    group = groupAt<LagPath>(statPtr->memPtr->RTE_L2_PSEL_LGID_SRAM, addr);
     if (isDaLu) {
         statPtr->l2PselDaRsltLgidIsL2Mgid = group.isMgid;
         statPtr->l2PselDaRsltLgid = group.gid;
         statPtr->l2PselLgIdStsEn = 1;
         statPtr->l2PselLgIdSts = addr;
-        CmRteHisU32(hisCtl(statPtr), addr, comRegPtr->rte_lue_l2_psel_lgid_addr_hi,
-                    comRegPtr->rte_lue_l2_psel_lgid_addr_lo, 0x7fff, 16, &comRegPtr->rte_his_l2_psel_lgid[0]);
+        capture(statPtr, his::l2_psel_lgid, addr);
     } else {
         statPtr->l2PselSaRsltLgidIsL2Mgid = group.isMgid;
         statPtr->l2PselSaRsltLgid = group.gid;
@@ -127,15 +134,12 @@ void resolveLgid(CmRteStat *statPtr, uint32_t isDaLu, Group &group) {
 } // namespace
 
 void l2MultipathProcess(CmRteStat *statPtr, uint32_t isDaLu) {
-    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     Group group = {statPtr->l2PselIsL2Mgid, statPtr->l2PselEgidMgid};
 
     uint32_t dest = 0;
     if (statPtr->l2PselDoTrillMP && pickTrillDest(statPtr, isDaLu, &dest) && !statPtr->l2PselOverrideTrillEgid) {
-        group = groupOf(memWord(statPtr->memPtr->RTE_L2_TRILL_DEST_SRAM, dest));
-        CmRteHisU32(hisCtl(statPtr), dest, comRegPtr->rte_lue_l2_psel_trill_dest_addr_hi,
-                    comRegPtr->rte_lue_l2_psel_trill_dest_addr_lo, 0xffff, 16,
-                    &comRegPtr->rte_his_l2_psel_trill_dest[0]);
+        group = groupAt<TrillDest>(statPtr->memPtr->RTE_L2_TRILL_DEST_SRAM, dest);
+        capture(statPtr, his::l2_psel_trill_dest, dest);
         CM_TRACE(1, "[MULTI_PATH] gidVal from TRILL: %x, isMgid: %u\n", group.gid, group.isMgid);
     }
 
@@ -152,11 +156,11 @@ void l2MultipathProcess(CmRteStat *statPtr, uint32_t isDaLu) {
 }
 
 uint32_t L2PselMpid(uint32_t mpid, CmRteStat *statPtr) {
-    const uint32_t l2Mpid = bits(mpid, 12, 0);
-    const uint32_t nPath = bits(mpid, 15, 13);
-    const uint32_t hshTyp = nibbleHshTyp(statPtr->memPtr->RTE_L2_MPID_HASH_TYPE_SRAM, l2Mpid);
-    const uint32_t hashVal = nPath ? pathHash(statPtr, hshTyp) : 0;
-    const uint32_t addr = (l2Mpid * 8 + hashVal % (nPath + 1)) & 0xffff;
+    const uint32_t l2Mpid = mpidOf(mpid);
+    const uint32_t nPath = npathOf(mpid);
+    const uint32_t hshTyp = elem<&MpidHshTyp::hsh_typ>(statPtr->memPtr->RTE_L2_MPID_HASH_TYPE_SRAM, l2Mpid);
+    uint32_t hashVal = 0;
+    const uint32_t addr = l2Mpid * kPaths + pickPath(statPtr, nPath, hshTyp, &hashVal);
     CM_TRACE(1,
              "[MULTI_PATH] L2PselMpid. l2Mpid: 0x%x, HashType: 0x%x,\t\t   \tnPath: 0x%x, hashVal: 0x%x, "
              "RsltRamAddr: 0x%x\n",
@@ -165,24 +169,24 @@ uint32_t L2PselMpid(uint32_t mpid, CmRteStat *statPtr) {
 }
 
 uint32_t MctMpid(uint32_t mctId, uint32_t npath, CmRteStat *statPtr) {
-    const uint32_t id = bits(mctId, 12, 0);
-    const uint32_t nPath = bits(npath, 2, 0);
-    const uint32_t hshTyp = nibbleHshTyp(statPtr->memPtr->RTE_L2_MCTID_HASH_TYPE_SRAM, id);
-    const uint32_t hashVal = nPath ? pathHash(statPtr, hshTyp) : 0;
-    const uint32_t addr = (id * 8 + hashVal % (nPath + 1)) & 0xffff;
+    const uint32_t id = mctIdOf(mctId);
+    const uint32_t nPath = npath % kPaths;
+    const uint32_t hshTyp = elem<&MctidHshTyp::hsh_typ>(statPtr->memPtr->RTE_L2_MCTID_HASH_TYPE_SRAM, id);
+    uint32_t hashVal = 0;
+    const uint32_t addr = id * kPaths + pickPath(statPtr, nPath, hshTyp, &hashVal);
     CM_TRACE(1, "[MULTI_PATH] MctMpid. mctId: 0x%x, HashType: 0x%x, nPath: 0x%x, hashVal: 0x%x, RsltRamAddr: 0x%x\n",
              id, hshTyp, nPath, hashVal, addr);
     return addr;
 }
 
 uint32_t L2PselLgid(uint32_t lgid, CmRteStat *statPtr) {
-    const uint32_t l = bits(lgid, 9, 0);
-    const uint32_t word = memWord(statPtr->memPtr->RTE_L2_LGID_HASH_TYPE_RA, l >> 1);
-    const uint32_t half = l & 1 ? bits(word, 15, 0) : bits(word, 31, 16);
-    const uint32_t hshTyp = bits(half, 2, 0);
-    const uint32_t nPath = bits(half, 9, 3);
-    const uint32_t hashVal = nPath ? pathHash(statPtr, hshTyp) : 0;
-    const uint32_t addr = (l * 32 + hashVal % (nPath + 1)) & 0x7fff;
+    const CmRteHsiMem *memPtr = statPtr->memPtr;
+    const uint32_t l = lgidOf(lgid);
+    const uint32_t hshTyp = elem<&LagHshTyp::hsh_typ>(memPtr->RTE_L2_LGID_HASH_TYPE_RA, l);
+    const uint32_t nPath = elem<&LagHshTyp::npath>(memPtr->RTE_L2_LGID_HASH_TYPE_RA, l);
+    uint32_t hashVal = 0;
+    // More paths than a group has rows run on into the rows of the next one.
+    const uint32_t addr = (l * kLagPaths + pickPath(statPtr, nPath, hshTyp, &hashVal)) % kLagRows;
     CM_TRACE(1, "L2PselLgid. LGID: 0x%x, HashType: 0x%x, nPath: 0x%x, hashVal: 0x%x, RsltRamAddr: 0x%x\n", l, hshTyp,
              nPath, hashVal, addr);
     return addr;
@@ -190,11 +194,11 @@ uint32_t L2PselLgid(uint32_t lgid, CmRteStat *statPtr) {
 
 void MctMpSts(uint32_t mct_addr, CmRteStat *statPtr) {
     CmRteHsiMem *memPtr = statPtr->memPtr;
-    const uint32_t mctid = bits(mct_addr, 15, 3);
-    const uint32_t grp = findGrp(statPtr->comRegPtr->rte_l2_psel_sts_mctid, mctid);
+    const uint32_t mctid = mct_addr % kPathRows / kPaths;
+    const uint32_t grp = findGrp(statPtr->comRegPtr, &CmRteHsiComReg::rte_l2_psel_sts_mctid_0, 32, mctid);
     if (grp == kNoGrp)
         return;
-    const uint32_t row = grp << 3 | (mct_addr & 7);
+    const uint32_t row = grp * kPaths + mct_addr % kPaths;
     countPath(statPtr, memPtr->RTE_L2_PSEL_STS_MCTID_FCNT_SRAM, memPtr->RTE_L2_PSEL_STS_MCTID_BCNT_SRAM, row);
     statPtr->l2psel_mctid_sts_hit = 1;
     CM_TRACE(1, "[MULTI_PATH] MctMpid stats, mctid=0x%x, matched grpIdx=%d, address=%u\n", mctid, grp, row);
@@ -202,11 +206,11 @@ void MctMpSts(uint32_t mct_addr, CmRteStat *statPtr) {
 
 void L2MpidSts(uint32_t mp_addr, CmRteStat *statPtr) {
     CmRteHsiMem *memPtr = statPtr->memPtr;
-    const uint32_t mpid = bits(mp_addr, 15, 3);
-    const uint32_t grp = findGrp(statPtr->comRegPtr->rte_l2_psel_sts_mpid, mpid);
+    const uint32_t mpid = mp_addr % kPathRows / kPaths;
+    const uint32_t grp = findGrp(statPtr->comRegPtr, &CmRteHsiComReg::rte_l2_psel_sts_mpid_0, 32, mpid);
     if (grp == kNoGrp)
         return;
-    const uint32_t row = grp << 3 | (mp_addr & 7);
+    const uint32_t row = grp * kPaths + mp_addr % kPaths;
     const uint32_t byteCnt =
         countPath(statPtr, memPtr->RTE_L2_PSEL_STS_MPID_FCNT_SRAM, memPtr->RTE_L2_PSEL_STS_MPID_BCNT_SRAM, row);
     statPtr->l2psel_mpid_sts_hit = 1;
@@ -216,7 +220,7 @@ void L2MpidSts(uint32_t mp_addr, CmRteStat *statPtr) {
 void LagSts(uint32_t lag_addr, CmRteStat *statPtr) {
     const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     CmRteHsiMem *memPtr = statPtr->memPtr;
-    const uint32_t lgid = bits(lag_addr, 14, 5);
+    const uint32_t lgid = lag_addr % kLagRows / kLagPaths;
     CM_TRACE(1, "lag_id=%x sts_lgid groupd: 0x%x, 0x%x, 0x%x, 0x%x, 0x%x, 0x%x, 0x%x, 0x%x\n", lgid,
              comRegPtr->rte_l2_psel_sts_lgid[0], comRegPtr->rte_l2_psel_sts_lgid[1], comRegPtr->rte_l2_psel_sts_lgid[2],
              comRegPtr->rte_l2_psel_sts_lgid[3], comRegPtr->rte_l2_psel_sts_lgid[4], comRegPtr->rte_l2_psel_sts_lgid[5],
@@ -224,7 +228,7 @@ void LagSts(uint32_t lag_addr, CmRteStat *statPtr) {
     const uint32_t grp = findGrp(comRegPtr->rte_l2_psel_sts_lgid, lgid);
     if (grp == kNoGrp)
         return;
-    const uint32_t row = grp << 5 | (lag_addr & 31);
+    const uint32_t row = grp * kLagPaths + lag_addr % kLagPaths;
     const uint32_t byteCnt =
         countPath(statPtr, memPtr->RTE_L2_PSEL_STS_LGID_FCNT_SRAM, memPtr->RTE_L2_PSEL_STS_LGID_BCNT_SRAM, row);
     statPtr->l2psel_lgid_sts_hit = 1;
@@ -246,12 +250,14 @@ void IncL2AclSts(CmRteStat *statPtr) {
     if (!statPtr->l2PselStsEn)
         return;
 
-    const uint32_t bank = aclStsBank(comRegPtr, 0, bits(statPtr->l2PselStsIdx, 14, 12));
+    // The index has the bank's id above the row.
+    const uint32_t bankId = statPtr->l2PselStsIdx / kAclStsBnkRows % kAclStsBnks;
+    const uint32_t bank = aclStsBank(comRegPtr, 0, bankId);
     if (bank == kAclStsBnks)
         return;
 
-    const uint32_t idx = bank << 12 | bits(statPtr->l2PselStsIdx, 11, 0);
-    const uint32_t oldFrmCnt = memPtr->RTE_ACL_STS_FCNT_SRAM[2 * idx + 1];
+    const uint32_t idx = bank * kAclStsBnkRows + statPtr->l2PselStsIdx % kAclStsBnkRows;
+    const uint32_t oldFrmCnt = static_cast<uint32_t>(field<&AclFrmCnt::frm_cnt>(memPtr->RTE_ACL_STS_FCNT_SRAM, idx));
     const uint32_t byteCnt = countPath(statPtr, memPtr->RTE_ACL_STS_FCNT_SRAM, memPtr->RTE_ACL_STS_BCNT_SRAM, idx);
     CM_TRACE(1, "L2 ACL stats, statIdx=0x%x, matched bank %u (addr=%x), byteCnt=0x%x\n", statPtr->l2PselStsIdx, bank,
              idx, byteCnt);
@@ -262,17 +268,17 @@ void IncL2AclSts(CmRteStat *statPtr) {
     CM_TRACE(1, "sFlowProfileRate=0x%x, l2PselSflowEn=%d, RTE_ACL_STS_FCNT_SRAM=0x%x \n", rate, statPtr->l2PselSflowEn,
              oldFrmCnt);
 
-    const uint32_t sflowWord = memWord(memPtr->RTE_ACL_STS_SFLOW_RA, idx >> 5);
-    const uint32_t shift = 31 - (idx & 31);
-    if (statPtr->l2PselSflowEn && bit(sflowWord, shift))
+    if (statPtr->l2PselSflowEn && elem<&SflowSts::flag>(memPtr->RTE_ACL_STS_SFLOW_RA, idx))
         statPtr->l2AclSflwHit = 1;
     const uint32_t maskedCnt = oldFrmCnt & (oneHot - 1);
     if (statPtr->l2PselSflowEn && oneHot && maskedCnt == oneHot - 1)
         statPtr->l2PselSflowFlagSet = 1;
     statPtr->l2psel_acl_sts_hit = 1;
     statPtr->l2PselStsSflowHitIdx = idx;
+    const uint32_t sflowIdx = elemEntry<&SflowSts::flag>(idx);
     CM_TRACE(1, "sFlowProfileOneHot=0x%x, l2AclSflwHit=%d, masked FCNT=0x%x, SFLOW_RA[0x%x]=0x%x shift=%d\n", oneHot,
-             statPtr->l2AclSflwHit, maskedCnt, idx >> 5, sflowWord, shift);
+             statPtr->l2AclSflwHit, maskedCnt, sflowIdx, memWord(memPtr->RTE_ACL_STS_SFLOW_RA, sflowIdx),
+             31 - idx % 32);
 }
 
 void checkFinalEgid(CmRteStat *statPtr) {

@@ -400,16 +400,16 @@ void takeAclTrill(const CmRteStat *statPtr, const AclRslt &acl, L2PselRslt *rslt
         rsltPtr->l2PselOverrideTrillEgid = 1;
     if (acl.trill_cmd == TRILL_CMD_MCTID) {
         rsltPtr->l2PselIsMctid = 1;
-        rsltPtr->l2PselMctId = bits(acl.mctid_trill_da, 12, 0);
-        rsltPtr->l2PselMctNpath = bits(acl.mctid_trill_da, 15, 13);
+        rsltPtr->l2PselMctId = mctIdOf(acl.mctid_trill_da);
+        rsltPtr->l2PselMctNpath = mctNpathOf(acl.mctid_trill_da);
     }
 
     // The header of a TRILL frame has the last word on where it goes.
     if (statPtr->l2TrillFound) {
         rsltPtr->l2PselTrillMc = statPtr->l2ExmVidTrillMc ? statPtr->l2TrillMc : 0;
         rsltPtr->l2PselTrillDa = statPtr->l2ExmVidTrillMc ? statPtr->l2TrillDa : statPtr->comRegPtr->trill_res_rb;
-        rsltPtr->l2PselMctId = bits(rsltPtr->l2PselTrillDa, 12, 0);
-        rsltPtr->l2PselMctNpath = bits(rsltPtr->l2PselTrillDa, 15, 13);
+        rsltPtr->l2PselMctId = mctIdOf(rsltPtr->l2PselTrillDa);
+        rsltPtr->l2PselMctNpath = mctNpathOf(rsltPtr->l2PselTrillDa);
     }
 }
 
