@@ -4,6 +4,7 @@
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
+#include "tbl/tsr_tbl.h"
 
 uint32_t etypIsVld;
 uint32_t etypIsCtag;
@@ -176,8 +177,7 @@ void prcL2ReadCnTag(CmRteStat *statPtr, uint32_t &offset) {
 
 uint32_t vlanTrans(CmRteHsiMem *memPtr, uint32_t igPort, uint32_t igVlan) {
     const uint32_t idx = bits(igPort, 4, 0) * 4096 + bits(igVlan, 11, 0);
-    const uint32_t word = memWord(memPtr->RTE_VLAN_X_EDRAM, idx >> 1);
-    return igVlan & 1 ? bits(word, 12, 0) : bits(word, 28, 16);
+    return elem<&VlanXlate::vid>(memPtr->RTE_VLAN_X_EDRAM, idx);
 }
 
 // The line that tells how long a frame with this LLC header had to be.
