@@ -1,6 +1,8 @@
 #pragma once
 // What the stages round the RTE share: the shim header, its side bands, and reads of the dump image.
 
+#include "be_word.h"
+#include "bit_range.h"
 #include "tsr_reg_dump.h"
 
 #include <cstddef>
@@ -14,6 +16,21 @@ struct shim_t {
 #define SHIM(word, hi, lo, name, member) uint32_t name;
 #include "tsr_shim.def"
 };
+
+/// Their places.
+namespace shimFld {
+#define SHIM(word, hi, lo, name, member) inline constexpr BitRange name{hi, lo};
+#include "tsr_shim.def"
+} // namespace shimFld
+
+/// The parts of a field that frames of some kinds divide, by their names.
+// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are names
+#define SHIM_PART(field, hi, lo, part)                                                                                 \
+    constexpr uint32_t part(const shim_t &shim) {                                                                      \
+        return bits(shim.field, hi, lo);                                                                               \
+    }
+#include "tsr_shim.def"
+// NOLINTEND(bugprone-macro-parentheses)
 
 /// The back-plane shim, which stays inside the ingress side. `rslt_typ` is an RTE_RSLT_TYP, `trap_rsn` an RTE_TRP_RSN
 /// or the reason of an ACL bank.
@@ -140,7 +157,20 @@ struct emc_side_band_t {
 
 /// Word `idx` of the image, counted flat from byte offset `base` (a field's offset in tsr_dmp_t), in host order. An
 /// index past the field reads on in the image, as the chip's formulas do; past the image it reads 0.
-uint32_t dmpWord(const tsr_dmp_t *tsr_reg, size_t base, uint64_t idx);
+inline uint32_t dmpWord(const tsr_dmp_t *tsr_reg, size_t base, uint64_t idx) {
+    if (base >= sizeof(tsr_dmp_t) || idx >= (sizeof(tsr_dmp_t) - base) / 4)
+        return 0;
+    return imageWord(tsr_reg, base + idx * 4);
+}
+
+/// Stores `value` as that word; past the image it is lost.
+inline void setDmpWord(tsr_dmp_t *tsr_reg, size_t base, uint64_t idx, uint32_t value) {
+    if (base < sizeof(tsr_dmp_t) && idx < (sizeof(tsr_dmp_t) - base) / 4)
+        setImageWord(tsr_reg, base + idx * 4, value);
+}
 
 /// The word at byte `fieldOffset` of the registers of port `port`; ports behind the last read on in the image.
-uint32_t dmpPortWord(const tsr_dmp_t *tsr_reg, uint32_t port, size_t fieldOffset);
+inline uint32_t dmpPortWord(const tsr_dmp_t *tsr_reg, uint32_t port, size_t fieldOffset) {
+    constexpr uint64_t portWords = sizeof tsr_reg->ephy_reg[0] / 4;
+    return dmpWord(tsr_reg, offsetof(tsr_dmp_t, ephy_reg), port * portWords + fieldOffset / 4);
+}

@@ -2,21 +2,9 @@
 
 #include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
-#include "be_word.h"
 #include "tsr_reg.h"
 
 #include <cstring>
-
-uint32_t dmpWord(const tsr_dmp_t *tsr_reg, size_t base, uint64_t idx) {
-    if (base >= sizeof(tsr_dmp_t) || idx >= (sizeof(tsr_dmp_t) - base) / 4)
-        return 0;
-    return imageWord(tsr_reg, base + idx * 4);
-}
-
-uint32_t dmpPortWord(const tsr_dmp_t *tsr_reg, uint32_t port, size_t fieldOffset) {
-    constexpr uint64_t portWords = sizeof tsr_reg->ephy_reg[0] / 4;
-    return dmpWord(tsr_reg, offsetof(tsr_dmp_t, ephy_reg), port * portWords + fieldOffset / 4);
-}
 
 /// The value of a hexadecimal digit, or -1.
 static int hexDigit(char c) {
