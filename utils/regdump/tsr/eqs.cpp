@@ -2,10 +2,12 @@
 
 #include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
-#include "be_word.h"
 #include "cm_glue.h"
+#include "dmp_entry.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 static int verbose = 0;
 
@@ -15,8 +17,12 @@ static uint32_t eqs_seq[32];
 namespace {
 
 constexpr uint32_t kDiscardElp = 0xffffffffu;
+constexpr uint32_t kVlanGroup = 7; // on top of a group that is the VLAN itself
 constexpr uint32_t kIpHdrOffset = 16;
 constexpr uint32_t kPimExtra = 112;
+constexpr uint32_t kPortsOfChip = 1u << shimFld::ing_port.width();
+constexpr uint32_t kNoLag = 0xffffffffu;
+constexpr uint32_t kVlans = 1u << shimFld::egr_ivid.width();
 
 /// Prints a line of the stage's trace.
 void say(const char *line) {
@@ -31,7 +37,7 @@ int dropFrame(eqs_side_band_t *sideband, const char *line) {
 }
 
 uint32_t iIVID(const shim_t *shim) {
-    return shim->ing_ivid_12_9 << 9 | shim->ing_ivid_8_0;
+    return shim->ing_ivid_12_9 << shimFld::ing_ivid_8_0.width() | shim->ing_ivid_8_0;
 }
 
 /// A copy of an IP multicast frame, whose VLAN the multicast tables give.
@@ -39,40 +45,41 @@ bool isMcastCopy(const shim_t *shim) {
     return shim->is_mgid && shim->w1_15_14 == MCAST_L3;
 }
 
-/// One whose group points into the tables; all ones in the upper bits say that the group is the VLAN itself.
+/// One whose group points into the tables.
 bool isMcastCopyByTable(const shim_t *shim) {
-    return isMcastCopy(shim) && bits(shim->w2_16_0, 16, 14) < 7;
+    return isMcastCopy(shim) && shimMgidTop(*shim) != kVlanGroup;
 }
 
-/// The VLAN and port entry of VLAN pair `evtIdx` of port `elp`.
-uint32_t evtWord(const tsr_dmp_t *tsr_reg, uint32_t elp, uint32_t evtIdx) {
-    return dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_evt_mem), uint64_t{elp} * 4096 + evtIdx);
+/// The index in eqs_evt_mem of VLAN pair `pair` at port `elp`.
+uint64_t evtIdx(uint32_t elp, uint32_t pair) {
+    return uint64_t{elp} * (kVlans / 2) + pair;
 }
 
-/// A flag of VLAN `vid` at port `elp`, which stands at another bit for even and for odd VIDs.
-bool evtFlag(const tsr_dmp_t *tsr_reg, uint32_t elp, uint32_t vid, unsigned evenBit, unsigned oddBit) {
-    return bit(evtWord(tsr_reg, elp, vid >> 1), vid & 1 ? oddBit : evenBit);
-}
-bool evtVlanDrop(const tsr_dmp_t *tsr_reg, uint32_t elp, uint32_t vid) {
-    return evtFlag(tsr_reg, elp, vid, 12, 28);
-}
-bool evtHairpin(const tsr_dmp_t *tsr_reg, uint32_t elp, uint32_t vid) {
-    return evtFlag(tsr_reg, elp, vid, 4, 0);
-}
-bool evtVpnDropInner(const tsr_dmp_t *tsr_reg, uint32_t elp, uint32_t vid) {
-    return evtFlag(tsr_reg, elp, vid, 3, 9);
-}
-bool evtVpnDropStag(const tsr_dmp_t *tsr_reg, uint32_t elp, uint32_t vid) {
-    return evtFlag(tsr_reg, elp, vid, 5, 1);
+/// What the entry of a pair of VLANs says of one of them. Each field stands at other bits for even and for odd VIDs.
+struct EvtVlan {
+    uint32_t wired_eivid;
+    uint32_t vlan_drop;
+    uint32_t egr_sup_dis;
+    uint32_t vpn_drop_inner;
+    uint32_t vpn_drop_stag;
+};
+
+EvtVlan evtVlan(const tsr_dmp_t *tsr_reg, uint32_t elp, uint32_t vid) {
+    const EqsEvt evt = dmpEntry<EqsEvt>(tsr_reg, evtIdx(elp, vid >> 1));
+    if (vid & 1)
+        return {evt.wired_eivid_odd, evt.vlan_drop_odd, evt.egr_sup_dis_odd, evt.vpn_drop_inner_odd,
+                evt.vpn_drop_stag_odd};
+    return {evt.wired_eivid_even, evt.vlan_drop_even, evt.egr_sup_dis_even, evt.vpn_drop_inner_even,
+            evt.vpn_drop_stag_even};
 }
 
 /// The VLAN of a multicast copy.
 uint32_t copyVlan(const tsr_dmp_t *tsr_reg, const shim_t *shim) {
-    return dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_pit_mem), shim->w2_16_0 & 0xfff) & 0x1fff;
+    return dmpEntry<EqsPit>(tsr_reg, shimCopyId(*shim)).final_eivid;
 }
 
-uint32_t mtuWord(const tsr_dmp_t *tsr_reg, uint32_t cls, uint32_t vid) {
-    return bits(dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_mrt_mem), cls * 8192 + vid), 13, 0);
+uint32_t mtuOf(const tsr_dmp_t *tsr_reg, uint32_t cls, uint32_t vid) {
+    return dmpEntry<EqsMrt>(tsr_reg, cls * kVlans + vid).mtu;
 }
 
 /// `n` bytes at `offset` of the IP header, big-endian; bytes behind the frame's end are 0.
@@ -86,10 +93,8 @@ uint32_t ipField(const uint8_t *frm, uint32_t pkt_len, uint32_t offset, uint32_t
 
 /// Logical port of queue `q`.
 uint32_t queueElp(const tsr_dmp_t *tsr_reg, uint32_t q) {
-    if (q >> 5 == 8) {
-        const uint32_t map = dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_phy2log_map), q >> 3 & 3);
-        return bits(map >> (q & 3) * 8, 4, 0);
-    }
+    if (q >> 5 == 8)
+        return dmpEntry<EqsPhy2Log>(tsr_reg, q >> 3 & 3).elp[q & 3];
     const uint32_t elp = q >> 3;
     if (elp == 38 && q & 1)
         return kDiscardElp;
@@ -97,17 +102,16 @@ uint32_t queueElp(const tsr_dmp_t *tsr_reg, uint32_t q) {
 }
 
 /// The frame's VPN at its egress port, translated where the table says so.
-uint32_t egressVpn(const shim_t *shim, uint32_t elp, uint32_t vptWord, const tsr_dmp_t *tsr_reg) {
-    uint32_t vpn = bits(vptWord, 19, 0);
+uint32_t egressVpn(const shim_t *shim, uint32_t elp, const EqsVpt &vpt, const tsr_dmp_t *tsr_reg) {
+    uint32_t vpn = vpt.vpn;
     if (isSwitched(shim->routed))
         vpn = shim->vpn_id;
     for (uint32_t i = 0; i < 4096; i++) {
-        const uint32_t tcm = dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_tcm_mem), 2 * i);
-        // The port field and the VPN share bit 19.
-        if (bits(tcm, 23, 19) != elp || bits(tcm, 19, 0) != vpn)
+        const EqsTcm tcm = dmpEntry<EqsTcm>(tsr_reg, i);
+        if (tcm.elp != elp || tcm.vpn != vpn)
             continue;
-        const uint32_t trt = dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_trt_mem), i);
-        return bit(trt, 20) ? bits(trt, 19, 0) : 0;
+        const EqsTrt trt = dmpEntry<EqsTrt>(tsr_reg, i);
+        return trt.vpn_vld ? trt.vpn : 0;
     }
     return vpn;
 }
@@ -117,28 +121,28 @@ uint32_t finalEivid(const shim_t *shim, const tsr_dmp_t *tsr_reg) {
         return shim->egr_ivid;
     if (isMcastCopyByTable(shim))
         return copyVlan(tsr_reg, shim);
-    return bits(shim->w2_16_0, 12, 0);
+    return shimMgidVlan(*shim);
 }
 
 /// The VPN filter's bit for this frame.
 bool vpnFiltered(const shim_t *shim, const eqs_side_band_t *sideband, uint32_t elp, const tsr_dmp_t *tsr_reg) {
     if (!bit(sideband->rte_eqs_trill_en_q, elp)) {
         if (shim->rcv_inner_tagged)
-            return evtVpnDropInner(tsr_reg, elp, shim->egr_ivid);
+            return evtVlan(tsr_reg, elp, shim->egr_ivid).vpn_drop_inner;
         if (shim->rcv_s_tagged)
-            return evtVpnDropStag(tsr_reg, elp, shim->egr_ivid);
+            return evtVlan(tsr_reg, elp, shim->egr_ivid).vpn_drop_stag;
         return false;
     }
     if (!shim->trill_mc)
         return false;
-    static const uint32_t vpnBit[8] = {0x20, 0x10, 8, 4, 2, 1, 0x200, 0x100};
-    return evtWord(tsr_reg, elp, shim->vpn_id >> 3 & 0xfff) & vpnBit[shim->vpn_id & 7];
+    const EqsEvt evt = dmpEntry<EqsEvt>(tsr_reg, evtIdx(elp, shim->vpn_id / 8 % (kVlans / 2)));
+    return bit(evt.vpn_drop, shim->vpn_id % 8);
 }
 
 /// MTU, fragments and sequence number of a routed IPv4 frame.
 void countFragments(const uint8_t *frm, uint32_t pkt_len, const shim_t *shim, eqs_side_band_t *sideband, uint32_t elp,
                     const tsr_dmp_t *tsr_reg) {
-    const uint32_t mtu = mtuWord(tsr_reg, 0, shim->egr_ivid);
+    const uint32_t mtu = mtuOf(tsr_reg, 0, shim->egr_ivid);
     sideband->mtu = mtu;
     const uint32_t ihl = ipField(frm, pkt_len, 0, 1) & 0xf;
     const uint32_t extra = pim_encap_required(shim, sideband, tsr_reg) ? kPimExtra : 0;
@@ -158,41 +162,38 @@ void countFragments(const uint8_t *frm, uint32_t pkt_len, const shim_t *shim, eq
 
 /// Takes a number from the PIM counter of the copy's VLAN and moves the counter on in the image.
 void countPim(const shim_t *shim, eqs_side_band_t *sideband, tsr_dmp_t *tsr_reg) {
-    const uint32_t idx = copyVlan(tsr_reg, shim);
-    constexpr size_t base = offsetof(tsr_dmp_t, eqs_fit_mem);
-    const uint32_t counter = dmpWord(tsr_reg, base, idx);
-    sideband->pim_cnt = bits(counter, 15, 0);
+    const uint32_t vlan = copyVlan(tsr_reg, shim);
     // Counters of VLANs behind the memory are the words that follow it in the image.
-    setImageWord(tsr_reg, base + size_t{idx} * 4, (counter + sideband->num_frags) & 0xffff);
+    EqsFit fit = dmpEntry<EqsFit>(tsr_reg, vlan);
+    sideband->pim_cnt = fit.pim_cnt;
+    fit.pim_cnt += sideband->num_frags;
+    setDmpEntry(tsr_reg, vlan, fit);
 }
-static_assert(offsetof(tsr_dmp_t, eqs_fit_mem) + 4 * 0x2000 <= sizeof(tsr_dmp_t));
 
 void tunnelParameters(const shim_t *shim, eqs_side_band_t *sideband, const tsr_dmp_t *tsr_reg) {
-    const uint32_t idx = shim->w2_16_0 & 0xfff;
-    auto pet = [&](uint32_t word) { return dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_pet_mem), idx * 8 + word); };
-
+    const uint32_t idx = shimCopyId(*shim);
     if (shim->routed == ROUTED_IPV4) {
-        sideband->mac_da = pet(0);
-        sideband->mac_da1 = bits(pet(1), 15, 0);
-        sideband->dbr_id = bits(pet(1), 30, 15);
-        sideband->ipv4_da = pet(2);
-        sideband->ipv4_sa = pet(3);
-        sideband->m_bit = bit(pet(4), 1);
-        sideband->b_bit = bit(pet(4), 0);
-        sideband->trill_da = pet(5);
+        const EqsPetIpv4 pet = dmpEntry<EqsPetIpv4>(tsr_reg, idx);
+        sideband->mac_da = macUpper(pet.mac_da);
+        sideband->mac_da1 = macLower(pet.mac_da);
+        sideband->dbr_id = pet.dbr_id;
+        sideband->ipv4_da = pet.ipv4_da;
+        sideband->ipv4_sa = pet.ipv4_sa;
+        sideband->m_bit = pet.m_bit;
+        sideband->b_bit = pet.b_bit;
+        sideband->trill_da = pet.trill_da;
     } else if (shim->routed == ROUTED_IPV6) {
-        sideband->mac_da = pet(0);
-        sideband->mac_da1 = bits(pet(1), 15, 0);
-        sideband->dbr_id = bits(pet(1), 30, 15);
-        sideband->flow_id = bits(pet(2), 19, 0);
-        sideband->m_bit = bit(pet(2), 30);
-        sideband->b_bit = bit(pet(2), 31);
-        for (uint32_t i = 0; i < 4; i++)
-            sideband->ipv6_sa[i] = pet(3 + i);
-        // The DA of the next entry lands in the SA too and ipv6_da stays as it is: the chip model's way.
-        for (uint32_t i = 0; i < 4; i++)
-            sideband->ipv6_sa[i] = pet(8 + i);
-        sideband->trill_da = bits(pet(12), 30, 15);
+        const EqsPetIpv6 pet = dmpEntry<EqsPetIpv6>(tsr_reg, idx);
+        const EqsPetIpv6Next next = dmpEntry<EqsPetIpv6Next>(tsr_reg, idx + 1);
+        sideband->mac_da = macUpper(pet.mac_da);
+        sideband->mac_da1 = macLower(pet.mac_da);
+        sideband->dbr_id = pet.dbr_id;
+        sideband->flow_id = pet.flow_id;
+        sideband->m_bit = pet.m_bit;
+        sideband->b_bit = pet.b_bit;
+        // The DA lands in the SA's place, over the SA of the entry, and ipv6_da stays as it is: the chip model's way.
+        std::copy(next.ipv6_da.begin(), next.ipv6_da.end(), sideband->ipv6_sa);
+        sideband->trill_da = next.trill_da;
     }
 }
 
@@ -245,29 +246,28 @@ int l2_3_source_supp(const shim_t *shim, eqs_side_band_t *sideband, int pre, uin
         routed_at_egress = true;
     }
 
-    const uint32_t ILP = shim->ing_chip << 6 | shim->ing_port;
-    const uint32_t ELP = dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_zirk_id), 0) * 64 | elp;
-    const uint32_t ilpEntry = dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_ingr_lag_tbl), ILP);
-    const uint32_t ILAG = bits(ilpEntry, 24, 15);
-    const uint32_t lgid = dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_egr_lgid), elp);
-    const uint32_t ELAG = bit(lgid, 10) ? bits(lgid, 9, 0) : 0xffffffffu;
-    sideband->trill_sa = bits(ilpEntry, 15, 0);
+    const uint32_t ILP = shim->ing_chip * kPortsOfChip | shim->ing_port;
+    const uint32_t ELP = dmpEntry<EqsZirkId>(tsr_reg).zirk_id * kPortsOfChip | elp;
+    const EqsIngrLag ingr = dmpEntry<EqsIngrLag>(tsr_reg, ILP);
+    const EqsEgrLgid egr = dmpEntry<EqsEgrLgid>(tsr_reg, elp);
+    const uint32_t ELAG = egr.lgid_vld ? egr.lgid : kNoLag;
+    sideband->trill_sa = ingr.trill_sa;
 
-    const uint32_t supprOff = dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_spr_chk_ctrl), 0);
-    const bool suppress = (ILP == ELP || ELAG == ILAG) && !routed_at_egress && !shim->pim_decap &&
-                          !bit(supprOff, elp) &&
-                          (bit(sideband->rte_eqs_trill_en_q, ELP) || !evtHairpin(tsr_reg, elp, shim->egr_ivid));
+    const EqsSprChkCtrl ctrl = dmpEntry<EqsSprChkCtrl>(tsr_reg);
+    const bool suppress =
+        (ILP == ELP || ELAG == ingr.lgid) && !routed_at_egress && !shim->pim_decap && !element(ctrl.spr_chk_dis, elp) &&
+        (bit(sideband->rte_eqs_trill_en_q, ELP) || !evtVlan(tsr_reg, elp, shim->egr_ivid).egr_sup_dis);
     if (suppress && !shim->dont_touch)
         return 1;
     return isSwitched(shim->routed) && isMcastCopy(shim) && iIVID(shim) != shim->egr_ivid;
 }
 
 int vlan_filtering(const shim_t *shim, eqs_side_band_t *sideband, int pre, uint32_t elp, const tsr_dmp_t *tsr_reg) {
-    const bool vlan_drop = evtVlanDrop(tsr_reg, elp, shim->egr_ivid);
+    const bool vlan_drop = evtVlan(tsr_reg, elp, shim->egr_ivid).vlan_drop;
     if (vlan_drop && verbose) {
-        const uint32_t evt_idx = shim->egr_ivid >> 1;
-        std::printf(" elp is %d, evt_idx is %x, evt mem: %08x\n", static_cast<int>(elp), evt_idx,
-                    evtWord(tsr_reg, elp, evt_idx));
+        const uint32_t pair = shim->egr_ivid >> 1;
+        const uint32_t word = dmpEntryWords<EqsEvt>(tsr_reg, evtIdx(elp, pair))[0];
+        std::printf(" elp is %d, evt_idx is %x, evt mem: %08x\n", static_cast<int>(elp), pair, word);
     }
     if (!vlan_drop || shim->dont_touch)
         return 0;
@@ -294,14 +294,14 @@ int eqs_egress_proc(const uint8_t *frm, uint32_t pkt_len, const shim_t *shim, eq
     if (suppressedOrFiltered(shim, sideband, 1, elp, tsr_reg))
         return 1;
 
-    const uint32_t vptWord = dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_vpt_mem), shim->egr_ivid);
-    sideband->transparent_vlan = bit(vptWord, 19);
-    sideband->final_vpnid = egressVpn(shim, elp, vptWord, tsr_reg);
+    const EqsVpt vpt = dmpEntry<EqsVpt>(tsr_reg, shim->egr_ivid);
+    sideband->transparent_vlan = vpt.transparent_vlan;
+    sideband->final_vpnid = egressVpn(shim, elp, vpt, tsr_reg);
     sideband->final_eivid = finalEivid(shim, tsr_reg);
 
     // A routed IPv4 frame that may be fragmented is not held to the MTU here.
     const bool mayFragment = shim->routed == ROUTED_IPV4 && !(ipField(frm, pkt_len, 6, 2) & 0x4000);
-    if (!mayFragment && pkt_len > mtuWord(tsr_reg, shim->routed == ROUTED_IPV6, shim->egr_ivid))
+    if (!mayFragment && pkt_len > mtuOf(tsr_reg, shim->routed == ROUTED_IPV6, shim->egr_ivid))
         return dropFrame(sideband, "Frame dropped due to MTU violation");
 
     if (suppressedOrFiltered(shim, sideband, 0, elp, tsr_reg))
@@ -316,8 +316,7 @@ int eqs_egress_proc(const uint8_t *frm, uint32_t pkt_len, const shim_t *shim, eq
     else if (shim->routed == ROUTED_IPV6)
         pim_encap_required(shim, sideband, tsr_reg);
 
-    const uint32_t evt = evtWord(tsr_reg, elp, sideband->final_eivid >> 1);
-    sideband->wired_eivid = sideband->final_eivid & 1 ? bits(evt, 30, 15) : bits(evt, 15, 0);
+    sideband->wired_eivid = evtVlan(tsr_reg, elp, sideband->final_eivid).wired_eivid;
 
     if (sideband->pim_encap)
         countPim(shim, sideband, tsr_reg);
