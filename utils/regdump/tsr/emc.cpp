@@ -2,6 +2,7 @@
 
 #include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
+#include "dmp_entry.h"
 #include "eqs.h"
 
 #include <algorithm>
@@ -80,11 +81,8 @@ private:
 class Regs {
 public:
     Regs(const tsr_dmp_t *tsr_reg_, uint32_t elp_) : tsr_reg(tsr_reg_), elp(elp_) {}
-    uint32_t port(size_t fieldOffset) const { return dmpPortWord(tsr_reg, elp, fieldOffset); }
-    uint32_t quad(size_t fieldOffset) const {
-        constexpr uint64_t quadWords = sizeof tsr_reg->emc_quad[0] / 4;
-        return dmpWord(tsr_reg, offsetof(tsr_dmp_t, emc_quad), (elp >> 2) * quadWords + fieldOffset / 4);
-    }
+    template <class Entry> Entry port(uint64_t idx = 0) const { return dmpPortEntry<Entry>(tsr_reg, elp, idx); }
+    template <class Entry> Entry quad() const { return dmpQuadEntry<Entry>(tsr_reg, elp / 4); }
 
 private:
     const tsr_dmp_t *tsr_reg;
@@ -102,7 +100,7 @@ struct Edit {
         has_ctag = shim.rcv_inner_tagged;
         has_pim_hdr = shim.pim_decap;
         need_trill_hdr = bit(side.rte_trill_en_q, side.eqs_elp);
-        need_trill_tag = need_trill_hdr && bit(regs.port(offsetof(tsr_ephy_dmp_t, emc_outer_vlan)), 28);
+        need_trill_tag = need_trill_hdr && regs.port<EmcOuterVlan>().need_trill_tag;
         need_trill_option = need_trill_hdr;
         need_ctag = need_trill_hdr || side.transparent_vlan || side.c_tagged;
         need_stag = side.s_tagged;
@@ -129,8 +127,7 @@ struct Edit {
 
 /// The code point of the port's DSCP map in the upper six bits of a traffic class.
 uint32_t mappedDscp(const Edit &e) {
-    const size_t entry = offsetof(tsr_ephy_dmp_t, emc_egr_dscp_remap) + 4 * size_t{e.side.eacl_dscp};
-    return bits(e.regs.port(entry), 5, 0) << 2;
+    return e.regs.port<EmcDscpRemap>(e.side.eacl_dscp).dscp << 2;
 }
 
 /// Copies `n` bytes of the input to the output.
@@ -142,8 +139,8 @@ void copyOn(Edit &e, uint32_t n) {
 
 /// Outer addresses, tag and TRILL header of a frame that leaves into the TRILL campus.
 void writeTrill(Edit &e) {
-    const uint32_t outerVlan = e.regs.port(offsetof(tsr_ephy_dmp_t, emc_outer_vlan));
-    const uint32_t comReg2 = e.regs.quad(offsetof(tsr_emc_quad_dmp_t, emc_com_reg2));
+    const EmcOuterVlan outerVlan = e.regs.port<EmcOuterVlan>();
+    const EmcComReg2 comReg2 = e.regs.quad<EmcComReg2>();
 
     // The low half of the all-RBridges address comes first in the side band, the high half of the others.
     if (e.shim.trill_mc)
@@ -154,17 +151,16 @@ void writeTrill(Edit &e) {
     e.pos2 = 12;
 
     if (e.need_trill_tag) {
-        e.out.num(e.pos2, bits(outerVlan, 27, 12), 2);
-        e.out.num(e.pos2 + 2, pri_remap() << 13 | bits(outerVlan, 11, 0), 2);
+        e.out.num(e.pos2, outerVlan.tpid, 2);
+        e.out.num(e.pos2 + 2, pri_remap() << 13 | outerVlan.vid, 2);
         e.pos2 += 4;
     }
 
     e.out.num(e.pos2, e.side.trill_etype, 2);
-    const uint32_t optLen = bits(comReg2, 9, 6);
-    uint32_t hopCnt = bits(comReg2, 5, 0);
+    uint32_t hopCnt = comReg2.trill_hop_cnt;
     if (e.shim.rcv_trill && !e.shim.trill_term && isSwitched(e.shim.routed)) // transit
         hopCnt = (e.in.byte(e.has_trill_tag ? 19 : 15) - 1) & 0x3f;
-    e.out.num(e.pos2 + 2, e.shim.trill_mc << 11 | optLen << 6 | hopCnt, 2);
+    e.out.num(e.pos2 + 2, e.shim.trill_mc << 11 | comReg2.trill_opt_len << 6 | hopCnt, 2);
     if (e.need_pim_hdr) {
         e.out.num(e.pos2 + 4, e.side.eqs_trill_da, 2);
         e.out.num(e.pos2 + 6, e.side.eqs_trill_sa, 2);
@@ -175,9 +171,9 @@ void writeTrill(Edit &e) {
     e.pos2 += 8;
 
     if (e.need_trill_option) {
-        const uint32_t defOpt = e.regs.port(offsetof(tsr_ephy_dmp_t, emc_def_trill_opt_q));
+        const uint32_t defOpt = e.regs.port<EmcDefTrillOpt>().def_trill_opt;
         e.out.num(e.pos2, 0, 4);
-        e.out.num(e.pos2 + 4, bits(defOpt, 6, 1) << 24 | bits(optLen + 3, 6, 0) << 16, 4);
+        e.out.num(e.pos2 + 4, defOpt << 24 | bits(comReg2.trill_opt_len + 3, 6, 0) << 16, 4);
         e.out.num(e.pos2 + 8, bits(e.side.final_vpnid, 19, 0), 4);
         e.pos2 += 12;
     }
@@ -192,22 +188,22 @@ void writeAddresses(Edit &e) {
     else
         e.out.copy(e.pos2, e.in, e.pos1, 6);
     if (b_trunk)
-        e.out.mac(e.pos2 + 6, e.regs.port(offsetof(tsr_ephy_dmp_t, emc_router_mac_sa_hi_q)),
-                  e.regs.port(offsetof(tsr_ephy_dmp_t, emc_router_mac_sa_lo_q)));
+        e.out.mac(e.pos2 + 6, e.regs.port<EmcRouterMacSaHi>().router_mac_sa_hi,
+                  e.regs.port<EmcRouterMacSaLo>().router_mac_sa_lo);
     else
         e.out.copy(e.pos2 + 6, e.in, e.pos1 + 6, 6);
     e.pos1 += 12;
     e.pos2 += 12;
 }
 
-void writeStag(Edit &e, uint32_t remap) {
+void writeStag(Edit &e, const EmcPriDpRemap &remap) {
     if (e.need_stag) {
         const uint32_t rcvTci = e.in.hword(e.pos1 + 2);
         uint32_t prio = e.has_stag ? bits(rcvTci, 15, 13) : e.shim.egr_vlan_pri;
         uint32_t dei = e.has_stag ? bit(rcvTci, 12) : 0;
-        if (bit(remap, 31))
+        if (remap.stag_pri_remap)
             prio = pri_remap();
-        if (bit(remap, 29))
+        if (remap.stag_dp_remap)
             dei = dp_remap();
         e.out.num(e.pos2, e.side.rte_cfg_stag_et, 2);
         e.out.num(e.pos2 + 2, prio << 13 | dei << 12 | bits(e.side.final_vpnid, 11, 0), 2);
@@ -217,15 +213,15 @@ void writeStag(Edit &e, uint32_t remap) {
         e.pos1 += 4;
 }
 
-void writeCtag(Edit &e, uint32_t remap) {
+void writeCtag(Edit &e, const EmcPriDpRemap &remap) {
     if (e.need_ctag && !(e.side.transparent_vlan && !e.has_ctag)) {
         const uint32_t rcvTci = e.in.hword(e.pos1 + 2);
         const uint32_t vid = e.side.transparent_vlan ? bits(rcvTci, 11, 0) : bits(e.side.eqs_ext_vid, 11, 0);
         uint32_t cfi = isSwitched(e.shim.routed) ? e.shim.egr_cfi : 0;
         uint32_t prio = e.has_ctag ? bits(rcvTci, 15, 13) : e.shim.egr_vlan_pri;
-        if (!e.has_ctag || bit(remap, 30))
+        if (!e.has_ctag || remap.ctag_pri_remap)
             prio = pri_remap();
-        if (bit(remap, 28))
+        if (remap.ctag_dp_remap)
             cfi = dp_remap();
         e.out.num(e.pos2, e.side.rte_cfg_ctag_et, 2);
         e.out.num(e.pos2 + 2, prio << 13 | cfi << 12 | vid, 2);
@@ -238,7 +234,7 @@ void writeCtag(Edit &e, uint32_t remap) {
 void passCnTag(Edit &e) {
     if (!e.shim.rcv_cn_tagged)
         return;
-    if (bit(e.regs.port(offsetof(tsr_ephy_dmp_t, emc_config3_q)), 16 + e.shim.egr_vlan_pri)) {
+    if (element(e.regs.port<EmcConfig3>().cn_tag_rmv, e.shim.egr_vlan_pri)) {
         e.pos1 += 4;
         return;
     }
@@ -249,11 +245,11 @@ void passCnTag(Edit &e) {
 /// The tunnel's IP header and the PIM register header behind it.
 void writePimEncap(Edit &e) {
     if (e.shim.routed == ROUTED_IPV6 && e.side.ipv6_encap) {
-        const uint32_t cfg = e.regs.quad(offsetof(tsr_emc_quad_dmp_t, emc_pim_ipv6_cfg0));
+        const EmcPimIpv6Cfg cfg = e.regs.quad<EmcPimIpv6Cfg>();
         e.out.num(e.pos2, 6u << 28 | mappedDscp(e) << 20 | bits(e.side.flow_id, 19, 0), 4);
         e.out.num(e.pos2 + 4, 0, 2); // payload length
-        e.out.num(e.pos2 + 6, bits(cfg, 15, 8), 1);
-        e.out.num(e.pos2 + 7, bits(cfg, 7, 0), 1);
+        e.out.num(e.pos2 + 6, cfg.next_hdr, 1);
+        e.out.num(e.pos2 + 7, cfg.hop_limit, 1);
         for (uint32_t i = 0; i < 4; i++) {
             e.out.num(e.pos2 + 8 + 4 * i, e.side.ipv6_sa[i], 4);
             e.out.num(e.pos2 + 24 + 4 * i, e.side.ipv6_da[i], 4);
@@ -261,22 +257,22 @@ void writePimEncap(Edit &e) {
         e.pos2 += 40;
     }
     if (e.shim.routed == ROUTED_IPV4 && e.side.ipv4_encap) {
-        const uint32_t cfg = e.regs.quad(offsetof(tsr_emc_quad_dmp_t, emc_pim_ipv4_cfg));
+        const EmcPimIpv4Cfg cfg = e.regs.quad<EmcPimIpv4Cfg>();
         e.out.num(e.pos2, 0x45, 1);
         e.out.num(e.pos2 + 1, mappedDscp(e), 1);
         e.out.num(e.pos2 + 2, 0, 2); // total length
         e.out.num(e.pos2 + 4, e.side.pim_cnt, 2);
         e.out.num(e.pos2 + 6, 0, 2); // flags and offset
-        e.out.num(e.pos2 + 8, bits(cfg, 7, 0), 1);
-        e.out.num(e.pos2 + 9, bits(cfg, 15, 8), 1);
+        e.out.num(e.pos2 + 8, cfg.ttl, 1);
+        e.out.num(e.pos2 + 9, cfg.protocol, 1);
         e.out.num(e.pos2 + 10, compute_cksum(), 2);
         e.out.num(e.pos2 + 12, e.side.ipv4_sa, 4);
         e.out.num(e.pos2 + 16, e.side.ipv4_da, 4);
         e.pos2 += 24; // the chip leaves four bytes behind the header
     }
-    const uint32_t pim = e.regs.quad(offsetof(tsr_emc_quad_dmp_t, emc_pim_cfg0));
-    e.out.num(e.pos2, bits(pim, 31, 24), 1); // version and type
-    e.out.num(e.pos2 + 1, bits(pim, 15, 8), 1);
+    const EmcPimCfg pim = e.regs.quad<EmcPimCfg>();
+    e.out.num(e.pos2, pim.pim_ver << 4 | pim.pim_typ, 1);
+    e.out.num(e.pos2 + 1, pim.pim_rsvd, 1);
     e.out.num(e.pos2 + 2, compute_cksum(), 2);
     e.out.num(e.pos2 + 4, e.side.b_bit << 31, 4);
     e.pos2 += 8;
@@ -314,14 +310,13 @@ void editVsanHeader(Edit &e) {
     if (!isFcoeRouted(e.shim.routed))
         return;
     copyOn(e, 14);
-    const uint32_t sel = e.shim.w4_13_0 & 0x3fff;
-    const bool received = bit(sel, 13);
+    const bool received = shimVsanReceived(e.shim);
     const uint32_t rcvPos = e.pos1;
     if (received)
         e.pos1 += kVsanHdrLen;
-    if (!bit(sel, 12))
+    if (!shimVsanWanted(e.shim))
         return;
-    const uint32_t vfid = bits(sel, 11, 0) << 1;
+    const uint32_t vfid = shimVsanVfid(e.shim) << 1;
     if (received) {
         e.out.copy(e.pos2, e.in, rcvPos, kVsanHdrLen);
         e.out.set(e.pos2 + 4, e.in.byte(rcvPos + 4) - 1);
@@ -330,7 +325,7 @@ void editVsanHeader(Edit &e) {
         e.out.num(e.pos2, 0x50, 1);
         e.out.num(e.pos2 + 1, 0x40, 1);
         e.out.num(e.pos2 + 2, pri_remap() << 13 | vfid, 2);
-        e.out.num(e.pos2 + 4, bits(e.regs.quad(offsetof(tsr_emc_quad_dmp_t, emc_com_reg0)), 11, 4), 1);
+        e.out.num(e.pos2 + 4, e.regs.quad<EmcComReg0>().vsan_ttl, 1);
         e.out.num(e.pos2 + 5, 0, 3);
     }
     e.pos2 += kVsanHdrLen;
@@ -413,7 +408,7 @@ int emc_egress_proc(const uint8_t *frm_in, uint32_t pkt_len, const shim_t *shim,
     }
 
     const Regs regs(tsr_reg, sideband->eqs_elp);
-    const bool seqHeader = bit(regs.port(offsetof(tsr_ephy_dmp_t, emc_cfg)), 10);
+    const bool seqHeader = regs.port<EmcCfg>().seq_hdr_en;
     const emc_side_band_t *seqSide = seqHeader ? sideband : nullptr;
     Frames frames(std::max(sideband->eqs_nfrag, 1u));
     *frm_out = frames.frm;
@@ -429,7 +424,7 @@ int emc_egress_proc(const uint8_t *frm_in, uint32_t pkt_len, const shim_t *shim,
 
     const Input in(frm_in, pkt_len);
     Edit e(in, *shim, *sideband, regs);
-    const uint32_t remap = regs.port(offsetof(tsr_ephy_dmp_t, emc_egr_pri_dp_remap));
+    const auto remap = regs.port<EmcPriDpRemap>();
     e.pos1 = (e.has_trill_option ? 20u : 0) + (e.has_trill_hdr ? (e.has_trill_tag ? 24u : 20u) : 0);
     if (e.need_trill_hdr)
         writeTrill(e);
