@@ -39,6 +39,19 @@ struct bp_shim_t {
 #include "tsr_shim.def"
 };
 
+/// The bit of a frame's sequence number that chooses the form of its data words.
+inline constexpr unsigned kFseqElb = 15;
+
+/// The data words of iqs_side_band_t in their two forms, one member a field.
+struct rte_data_t {
+#define RTE_DATA(word, hi, lo, name, source) uint32_t name;
+#include "tsr_iqs_side.def"
+};
+struct rte_data_elb_t {
+#define RTE_DATA_ELB(word, hi, lo, name, seqHi, seqLo) uint32_t name;
+#include "tsr_iqs_side.def"
+};
+
 /// Edits that the ingress queue stage orders at HMC. A field with an `_en` partner applies when that is not zero.
 /// One-bit fields of a span edit keep the bit at its place in the edit word: zero or not zero.
 struct hmc_hdr_t {

@@ -92,33 +92,17 @@ void rte_2_iqs_side(const shim_t *shim, const bp_shim_t *bp_shim, iqs_side_band_
     iqs_side->tsq_iqs_vld = 1;
     iqs_side->tsq_iqs_drop = 0;
 
-    uint32_t &w0 = iqs_side->frm_data[0];
-    uint32_t &w1 = iqs_side->frm_data[1];
-    if (bit(fseq, 15)) {
+    uint32_t *data = iqs_side->frm_data;
+    if (bit(fseq, kFseqElb)) {
         iqs_side->tsq_iqs_elb = 1;
-        w1 = setBits(w1, 12, 12, bit(fseq, 14));  // hi_latency
-        w1 = setBits(w1, 11, 11, bit(fseq, 10));  // span
-        w1 = setBits(w1, 10, 10, bit(fseq, 9));   // bp_cp
-        w1 = setBits(w1, 9, 9, bit(fseq, 8));     // mtu_trap
-        w1 = setBits(w1, 8, 8, bit(fseq, 7));     // eacl_log
-        w1 = setBits(w1, 7, 7, bit(fseq, 6));     // egr_sflow
-        w1 = setBits(w1, 6, 4, bits(fseq, 5, 3)); // span_id; bp_pri behind it has no source
+#define RTE_DATA_ELB(word, hi, lo, name, seqHi, seqLo)                                                                 \
+    data[word] = setBits(data[word], hi, lo, bits(fseq, seqHi, seqLo));
+#include "tsr_iqs_side.def"
         return;
     }
     iqs_side->tsq_iqs_elb = 0;
-    w0 = setBits(w0, 25, 25, shim->lossless_to);
-    w0 = setBits(w0, 24, 19, shim->ing_port);
-    w0 = setBits(w0, 18, 0, bp_shim->l2_egr_da_vid_idx);
-    w1 = setBits(w1, 31, 22, bp_shim->fcoe_sa_idx);
-    w1 = setBits(w1, 18, 16, bp_shim->rcv_pri);
-    w1 = setBits(w1, 15, 13, bp_shim->r_span_q);
-    w1 = setBits(w1, 12, 12, bp_shim->r_span);
-    w1 = setBits(w1, 11, 9, bp_shim->i_span_q);
-    w1 = setBits(w1, 8, 8, bp_shim->i_span);
-    w1 = setBits(w1, 7, 7, bp_shim->sflw);
-    w1 = setBits(w1, 6, 6, bp_shim->acl_log);
-    w1 = setBits(w1, 5, 2, bp_shim->trap_queue);
-    w1 = setBits(w1, 1, 0, bp_shim->rslt_typ);
+#define RTE_DATA(word, hi, lo, name, source) data[word] = setBits(data[word], hi, lo, source);
+#include "tsr_iqs_side.def"
 }
 
 void shim_2_eqs_side(const shim_t *shim, const tsr_dmp_t *tsr_reg, eqs_side_band_t *eqs_side) {

@@ -3,6 +3,7 @@
 #include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 #include "cm_glue.h"
+#include "dmp_entry.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ void steerSpanCopy(shim_t *shim, const hmc_hdr_t &hdr) {
         shim->is_mgid = 1;
         shim->w1_15_14 = hdr.ecn_en ? hdr.ecn : 0;
     } else {
-        shim->egid = bits(hdr.egid, 10, 0);
+        shim->egid = shimFld::egid.fit(hdr.egid);
         shim->q_pri = hdr.priority;
         shim->is_mgid = 0;
         shim->w2_16_0 = 0;
@@ -37,37 +38,37 @@ void steerSpanCopy(shim_t *shim, const hmc_hdr_t &hdr) {
 /// applied.
 void applySpanEdit(shim_t *shim, const hmc_hdr_t &hdr) {
     if (hdr.vpnid_en)
-        shim->vpn_id = bits(hdr.vpnid, 19, 0);
+        shim->vpn_id = shimFld::vpn_id.fit(hdr.vpnid);
     if (hdr.trill_dbr_en)
-        shim->trill_da = bits(hdr.trill_dbr, 15, 0);
+        shim->trill_da = shimFld::trill_da.fit(hdr.trill_dbr);
     if (hdr.trill_mc_en)
-        shim->trill_mc = hdr.trill_mc & 1;
+        shim->trill_mc = shimFld::trill_mc.fit(hdr.trill_mc);
     if (hdr.drop_prcd_en)
         shim->drop_prcd = hdr.drop_prcd;
     if (hdr.mct_sbr_vld_en)
-        shim->mct_srbridge_vld = hdr.mct_sbr_vld & 1;
+        shim->mct_srbridge_vld = shimFld::mct_srbridge_vld.fit(hdr.mct_sbr_vld);
     if (hdr.ecn_en)
         shim->w1_15_14 = hdr.ecn;
     if (hdr.is_cn_tag_en)
-        shim->rcv_cn_tagged = hdr.is_cn_tag & 1;
+        shim->rcv_cn_tagged = shimFld::rcv_cn_tagged.fit(hdr.is_cn_tag);
     if (hdr.is_stag_en)
-        shim->rcv_s_tagged = hdr.is_stag & 1;
+        shim->rcv_s_tagged = shimFld::rcv_s_tagged.fit(hdr.is_stag);
     if (hdr.is_ctag_en)
-        shim->rcv_inner_tagged = hdr.is_ctag & 1;
+        shim->rcv_inner_tagged = shimFld::rcv_inner_tagged.fit(hdr.is_ctag);
     if (hdr.byps_eacl_en)
-        shim->byp_eacl = hdr.byps_eacl & 1;
+        shim->byp_eacl = shimFld::byp_eacl.fit(hdr.byps_eacl);
     if (hdr.routed_en)
         shim->routed = hdr.routed;
     if (hdr.lossless_to_en)
-        shim->lossless_to = hdr.lossless_to & 1;
+        shim->lossless_to = shimFld::lossless_to.fit(hdr.lossless_to);
     if (hdr.pim_decap_en)
-        shim->pim_decap = hdr.pim_decap & 1;
+        shim->pim_decap = shimFld::pim_decap.fit(hdr.pim_decap);
     if (hdr.dont_touch_en)
-        shim->dont_touch = hdr.dont_touch & 1;
+        shim->dont_touch = shimFld::dont_touch.fit(hdr.dont_touch);
     shim->q_pri = hdr.priority;
     shim->w2_16_0 = hdr.mgid;
-    shim->egid = bits(hdr.egid, 10, 0);
-    shim->is_mgid = hdr.mcast & 1;
+    shim->egid = shimFld::egid.fit(hdr.egid);
+    shim->is_mgid = shimFld::is_mgid.fit(hdr.mcast);
 }
 
 /// Offset of the address pair to rewrite: the outer one, or the inner one behind a TRILL header with or without
@@ -84,11 +85,11 @@ uint32_t addressPlace(const uint8_t *frm) {
 
 int hmc_ingress_proc(uint8_t *frm, uint32_t, shim_t *shim, iqs_side_band_t *sideband, const tsr_dmp_t *tsr_reg) {
     const hmc_hdr_t &hdr = sideband->iqs_hmc_hdr;
-    shim->ing_chip = bits(dmpWord(tsr_reg, offsetof(tsr_dmp_t, eqs_zirk_id), 0), 5, 0);
+    shim->ing_chip = dmpEntry<EqsZirkId>(tsr_reg).ing_chip;
     if (hdr.span)
         steerSpanCopy(shim, hdr);
     if (hdr.egr_ivid_en)
-        shim->egr_ivid = bits(hdr.egr_ivid, 12, 0);
+        shim->egr_ivid = shimFld::egr_ivid.fit(hdr.egr_ivid);
     if (hdr.span)
         applySpanEdit(shim, hdr);
     recalcShimCrc(shim);
