@@ -2,6 +2,8 @@
 
 #include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
+#include "dmp_entry.h"
+#include "hsi_word.h"
 #include "tsr_reg.h"
 
 #include <cstring>
@@ -63,7 +65,7 @@ int shim_chksum(const uint32_t *shim_wd) {
     uint32_t sum = 0;
     for (unsigned lo = 0; lo < 32; lo += 4) {
         sum += bits(shim_wd[0], lo + 3, lo);
-        if (lo != 4) // the place of the checksum itself
+        if (lo != shimFld::tag_cksum.lo) // the place of the checksum itself
             sum += bits(shim_wd[1], lo + 3, lo);
     }
     return static_cast<int>(sum & 0xf);
@@ -109,18 +111,18 @@ void shim_2_eqs_side(const shim_t *shim, const tsr_dmp_t *tsr_reg, eqs_side_band
     eqs_side->hsq_eqs_qid_q = 305;
     eqs_side->hsq_eqs_phyp_pkt_q = 0;
     eqs_side->rte_eqs_trill_en_q = 0;
-    if (shim->egid == dmpWord(tsr_reg, offsetof(tsr_dmp_t, esm_cam_egid_tablebp), 0)) {
+    if (shim->egid == dmpEntry<EsmEgidBp>(tsr_reg).egid) {
         eqs_side->hsq_eqs_qid_q = 36;
         return;
     }
     for (uint32_t i = 0; i < 32; i++) {
-        if (shim->egid != dmpWord(tsr_reg, offsetof(tsr_dmp_t, esm_cam_egid_table), i))
+        if (shim->egid != dmpEntry<EsmEgid>(tsr_reg, i).egid)
             continue;
         eqs_side->hsq_eqs_qid_q = 8 * i;
         // The enable stays at its place in the register: 0 or 0x80000.
+        using Ctl = portReg::RTE_PRC_L2_TRILL_CTL0;
         if (i < TSR_PORTS)
-            eqs_side->rte_eqs_trill_en_q =
-                dmpPortWord(tsr_reg, i, offsetof(tsr_ephy_dmp_t, rte_prc_l2_trill_ctl)) & 1u << 19;
+            eqs_side->rte_eqs_trill_en_q = dmpPortReg<Ctl>(tsr_reg, i).inPlace(Ctl::rte_prc_l2_trill_en);
         return;
     }
 }
@@ -155,27 +157,28 @@ void eqs_2_emc_side(const shim_t *shim, const eqs_side_band_t *eqs_side, emc_sid
     emc_side->eqs_drop = eqs_side->drop;
 }
 
-/// The upper 16 bits of a word, sign-extended.
-static uint32_t upperHalfSigned(uint32_t word) {
-    return static_cast<uint32_t>(static_cast<int32_t>(word) >> 16);
+/// An Ethernet type as the chip passes it on: its top bit fills the upper half of the word.
+static uint32_t signExtend16(uint32_t half) {
+    return static_cast<uint32_t>(static_cast<int16_t>(half));
 }
 
 void rte_2_emc_side(const shim_t *shim, const tsr_dmp_t *tsr_reg, emc_side_band_t *emc_side) {
+    using namespace comReg;
+    using namespace portReg;
     const uint32_t p = emc_side->eqs_elp;
-    constexpr size_t outSa = offsetof(tsr_ephy_dmp_t, rte_prc_trill_exp_out_sa);
-    constexpr size_t outDa = offsetof(tsr_ephy_dmp_t, rte_prc_trill_exp_out_da);
-    emc_side->trill_out_sa = dmpPortWord(tsr_reg, p, outSa);
-    emc_side->trill_out_sa1 = dmpPortWord(tsr_reg, p, outSa + 4);
-    emc_side->trill_out_da = dmpPortWord(tsr_reg, p, outDa);
-    emc_side->trill_out_da1 = dmpPortWord(tsr_reg, p, outDa + 4);
-    emc_side->trill_all_rb_da = dmpWord(tsr_reg, offsetof(tsr_dmp_t, rte_l2_trill_cfg_2), 0);
-    emc_side->trill_all_rb_da1 = dmpWord(tsr_reg, offsetof(tsr_dmp_t, rte_l2_trill_cfg_1), 0);
-    const uint32_t trillCfg0 = dmpWord(tsr_reg, offsetof(tsr_dmp_t, rte_l2_trill_cfg_0), 0);
-    emc_side->trill_etype = upperHalfSigned(trillCfg0);
-    emc_side->rte_trill_sa = bits(trillCfg0, 15, 0);
+    // Whole registers: what else stands in the upper half of one comes along.
+    emc_side->trill_out_sa = dmpPortReg<RTE_PRC_L2_TRILL_EXP_OUTER_SA_0>(tsr_reg, p).word;
+    emc_side->trill_out_sa1 = dmpPortReg<RTE_PRC_L2_TRILL_EXP_OUTER_SA_1>(tsr_reg, p).word;
+    emc_side->trill_out_da = dmpPortReg<RTE_PRC_L2_TRILL_EXP_OUTER_DA_0>(tsr_reg, p).word;
+    emc_side->trill_out_da1 = dmpPortReg<RTE_PRC_L2_TRILL_EXP_OUTER_DA_1>(tsr_reg, p).word;
+    emc_side->trill_all_rb_da = dmpComReg<RTE_L2_TRILL_CFG_2>(tsr_reg).word;
+    emc_side->trill_all_rb_da1 = dmpComReg<RTE_L2_TRILL_CFG_1>(tsr_reg).word;
+    const auto trillCfg0 = dmpComReg<RTE_L2_TRILL_CFG_0>(tsr_reg);
+    emc_side->trill_etype = signExtend16(trillCfg0[RTE_L2_TRILL_CFG_0::rte_l2_trill_etyp]);
+    emc_side->rte_trill_sa = trillCfg0[RTE_L2_TRILL_CFG_0::rte_l2_trill_addr];
     emc_side->c_tagged = shim->rcv_inner_tagged;
     emc_side->s_tagged = shim->rcv_s_tagged;
-    const uint32_t vlanEtyp = dmpPortWord(tsr_reg, p, offsetof(tsr_ephy_dmp_t, rte_prc_vlan_etyp));
-    emc_side->rte_cfg_stag_et = upperHalfSigned(vlanEtyp);
-    emc_side->rte_cfg_ctag_et = bits(vlanEtyp, 15, 0);
+    const auto vlanEtyp = dmpPortReg<RTE_PRC_VLAN_ETYP>(tsr_reg, p);
+    emc_side->rte_cfg_stag_et = signExtend16(vlanEtyp[RTE_PRC_VLAN_ETYP::rte_prc_stag_etyp]);
+    emc_side->rte_cfg_ctag_et = vlanEtyp[RTE_PRC_VLAN_ETYP::rte_prc_ctag_etyp];
 }
