@@ -4,6 +4,7 @@
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
+#include "prc/cmRtePrcL3.h"
 
 namespace {
 
@@ -33,6 +34,85 @@ FcHdr fcGetHdr(const CmRteStat *statPtr, uint32_t offset) {
 /// The byte at `offset` when the frame goes on at `end`, else 0. A comparison of bytes, unlike the end test.
 uint32_t fcPldByte(const CmRteStat *statPtr, uint32_t offset, uint32_t end) {
     return end < statPtr->frmLen ? prcByte(statPtr, offset) : 0;
+}
+
+/// What stands behind the FCoE header: an FC header, plain or behind a VSAN header, and the payload.
+struct FcFrm {
+    uint32_t sof;
+    FcHdr hdr;
+    uint32_t pldOfst;
+    uint32_t vfidVld; // behind a VSAN header; the next two are 0 without one
+    uint32_t vfid;
+    uint32_t vsanTtl;
+};
+
+/// Whether a VSAN header stands at `fcOffset`.
+bool isVsanHdr(const CmRteStat *statPtr, uint32_t fcOffset) {
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    const uint32_t vsanTyp = bits(prcByte(statPtr, fcOffset + 1), 5, 2);
+    return insideFrame(fcOffset, 5, statPtr->frmLen) &&
+           prcByte(statPtr, fcOffset) == comRegPtr->rte_l2_fcoe_vsan_rctl &&
+           (comRegPtr->rte_l2_fcoe_vsan_typ_ck_en == 0 || vsanTyp == 0);
+}
+
+/// Reads the headers at `fcOffset`, whether or not the frame holds all of them.
+FcFrm getFcFrm(CmRteStat *statPtr, uint32_t fcOffset) {
+    const uint32_t sof = prcByte(statPtr, fcOffset - 1);
+    if (!isVsanHdr(statPtr, fcOffset)) {
+        detectFlexKey(statPtr, FLEX_KEY_FC, fcOffset);
+        const FcHdr hdr = fcGetHdr(statPtr, fcOffset);
+        CM_TRACE(1, "Plain FC encapsulated FCoE frame, rctl=%x sof=%x\n", hdr.rctl, sof);
+        return {sof, hdr, fcOffset + 24, 0, 0, 0};
+    }
+    detectFlexKey(statPtr, FLEX_KEY_VSAN, fcOffset);
+    detectFlexKey(statPtr, FLEX_KEY_FC, fcOffset + 8);
+    statPtr->l2FcoeVfidVld = 1;
+    const FcHdr hdr = fcGetHdr(statPtr, fcOffset + 8);
+    CM_TRACE(1, "VSAN FC encapsulated FCoE frame, rctl=%x sof=%x\n", hdr.rctl, sof);
+    return {sof, hdr, fcOffset + 32, 1, bits(prcHword(statPtr, fcOffset + 2), 12, 1), prcByte(statPtr, fcOffset + 4)};
+}
+
+void putFcHdr(CmRteStat *statPtr, const FcFrm &fc) {
+    statPtr->l2FcoeFcDid = fc.hdr.did;
+    statPtr->l2FcoeFcSid = fc.hdr.sid;
+    statPtr->l2FcoeFcVfidVld = fc.vfidVld;
+    statPtr->l2FcoeFcVfid = fc.vfid;
+    statPtr->l2FcoeFcOxid = fc.hdr.oxid;
+    statPtr->l2FcoeFcRctl = fc.hdr.rctl;
+    statPtr->l2FcoeFcType = fc.hdr.type;
+    statPtr->l2FcoeFcFctl = fc.hdr.fctl;
+    statPtr->l2FcoeFcCsctl = fc.hdr.csctl;
+    statPtr->l2FcoeFcSof = fc.sof;
+    statPtr->l2FcoeVersion = bits(prcByte(statPtr, statPtr->l2FcoeOffset), 7, 4);
+}
+
+/// Returns false when the frame ended in front of the payload and the error is recorded.
+bool ckFcEof(CmRteStat *statPtr, uint32_t fcOffset, const FcFrm &fc) {
+    const uint32_t frmLen = statPtr->frmLen;
+    if (insideFrame(fc.pldOfst, 3, frmLen))
+        return true;
+    prcL3Ck(statPtr, L3_CK_FCOE_EOF);
+    CM_TRACE(1, "FCOE EOF err (frameLen=%u, FcoeOffset=%u , fcOffset=%u, estLen=%u). stop parsing.\n", frmLen,
+             statPtr->l2FcoeOffset, fcOffset, fc.pldOfst);
+    // The R_CTL of the inner header was never reached: the chip still holds that of the VSAN header.
+    if (statPtr->l2FcoeFcVfidVld && !insideFrame(fcOffset, 11, frmLen))
+        statPtr->l2FcoeFcRctl = statPtr->comRegPtr->rte_l2_fcoe_vsan_rctl;
+    return false;
+}
+
+void putFcClass(CmRteStat *statPtr, uint32_t sof) {
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
+    statPtr->l2FcoeFcClassF = portRegPtr->rte_prc_l2_fcoe_ck_class_f && sof == comRegPtr->fc_class_f_sof;
+    statPtr->l2FcoeFcClass2 = (portRegPtr->rte_prc_l2_fcoe_ck_class_2 && sof == comRegPtr->fc_class_2_sof) ||
+                              (portRegPtr->rte_prc_l2_fcoe_ck_class_2i && sof == comRegPtr->fc_class_2i_sof);
+}
+
+void putFcPld(CmRteStat *statPtr, uint32_t pldOfst) {
+    statPtr->l2FcoeFcPld0 = fcPldByte(statPtr, pldOfst, pldOfst + 4);
+    statPtr->l2FcoeFcPld35 = fcPldByte(statPtr, pldOfst + 11, pldOfst + 12);
+    statPtr->l2FcoeFcPld36 = fcPldByte(statPtr, pldOfst + 12, pldOfst + 16);
+    statPtr->l2FcoeFcPld41 = fcPldByte(statPtr, pldOfst + 17, pldOfst + 20);
 }
 
 } // namespace
@@ -76,100 +156,22 @@ int PrcFip(CmRteStat *statPtr) {
 }
 
 void PrcFcoe(CmRteStat *statPtr) {
-    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
-    const uint32_t frmLen = statPtr->frmLen;
-
-    if (!insideFrame(statPtr->l2FcoeOffset, 7, frmLen))
+    if (!insideFrame(statPtr->l2FcoeOffset, 7, statPtr->frmLen))
         CmRteAbort_(__FILE_NAME__, __LINE__, "FCoE header ends prematurely\nRTL may or may not consider it error\n");
 
     detectFlexKey(statPtr, FLEX_KEY_FCOE, statPtr->l2FcoeOffset - 2);
-
-    const uint32_t fcOffset = statPtr->l2FcoeOffset + comRegPtr->rte_l2_fcoe_hdr_len + 8;
+    const uint32_t fcOffset = statPtr->l2FcoeOffset + statPtr->comRegPtr->rte_l2_fcoe_hdr_len + 8;
     CM_TRACE(1, "FCoE offset = %u, FC offset = %u\n", statPtr->l2FcoeOffset, fcOffset);
 
-    const uint32_t vsanTyp = bits(prcByte(statPtr, fcOffset + 1), 5, 2);
-    const uint32_t fcoeVer = bits(prcByte(statPtr, statPtr->l2FcoeOffset), 7, 4);
-    const uint32_t fc_sof = prcByte(statPtr, fcOffset - 1);
-
-    FcHdr hdr;
-    uint32_t pldOfst;
-    uint32_t vfidVld = 0;
-    uint32_t vfid = 0;
-    uint32_t vsanTtl = 0;
-    if (insideFrame(fcOffset, 5, frmLen) && prcByte(statPtr, fcOffset) == comRegPtr->rte_l2_fcoe_vsan_rctl &&
-        (comRegPtr->rte_l2_fcoe_vsan_typ_ck_en == 0 || vsanTyp == 0)) {
-        pldOfst = fcOffset + 32;
-        const uint32_t hword = prcHword(statPtr, fcOffset + 2);
-        detectFlexKey(statPtr, FLEX_KEY_VSAN, fcOffset);
-        detectFlexKey(statPtr, FLEX_KEY_FC, fcOffset + 8);
-        vfidVld = 1;
-        statPtr->l2FcoeVfidVld = 1;
-        vfid = bits(hword, 12, 1);
-        vsanTtl = prcByte(statPtr, fcOffset + 4);
-        hdr = fcGetHdr(statPtr, fcOffset + 8);
-        CM_TRACE(1, "VSAN FC encapsulated FCoE frame, rctl=%x sof=%x\n", hdr.rctl, fc_sof);
-    } else {
-        pldOfst = fcOffset + 24;
-        detectFlexKey(statPtr, FLEX_KEY_FC, fcOffset);
-        hdr = fcGetHdr(statPtr, fcOffset);
-        CM_TRACE(1, "Plain FC encapsulated FCoE frame, rctl=%x sof=%x\n", hdr.rctl, fc_sof);
-    }
-    const uint32_t estLen = pldOfst;
-
-    const uint32_t class_2 = (portRegPtr->rte_prc_l2_fcoe_ck_class_2 && fc_sof == comRegPtr->fc_class_2_sof) ||
-                             (portRegPtr->rte_prc_l2_fcoe_ck_class_2i && fc_sof == comRegPtr->fc_class_2i_sof);
-    const uint32_t class_f = portRegPtr->rte_prc_l2_fcoe_ck_class_f && fc_sof == comRegPtr->fc_class_f_sof;
-
-    statPtr->l2FcoeFcDid = hdr.did;
-    statPtr->l2FcoeFcSid = hdr.sid;
-    statPtr->l2FcoeFcVfidVld = vfidVld;
-    statPtr->l2FcoeFcVfid = vfid;
-    statPtr->l2FcoeFcOxid = hdr.oxid;
-    statPtr->l2FcoeFcRctl = hdr.rctl;
-    statPtr->l2FcoeFcType = hdr.type;
-    statPtr->l2FcoeFcFctl = hdr.fctl;
-    statPtr->l2FcoeFcCsctl = hdr.csctl;
-    statPtr->l2FcoeFcSof = fc_sof;
-    statPtr->l2FcoeVersion = fcoeVer;
-
-    if (!insideFrame(pldOfst, 3, frmLen)) {
-        if (portRegPtr->rte_prc_fcoe_trap_eof_err) {
-            statPtr->l3PrcTrapQue = comRegPtr->rte_fcoe_hdr_vio_trap_que;
-            statPtr->l3PrcTrapRsn = TRP_FCOE_HDR_VIO;
-            CM_TRACE(1, "FCOE DRP_EOF. L3_TRAP.\n");
-        } else {
-            statPtr->l3PrcDropRsn = DRP_EOF;
-            CM_TRACE(1, "FCOE DRP_EOF. L3_DROP.\n");
-        }
-        CM_TRACE(1, "FCOE EOF err (frameLen=%u, FcoeOffset=%u , fcOffset=%u, estLen=%u). stop parsing.\n", frmLen,
-                 statPtr->l2FcoeOffset, fcOffset, estLen);
-        // The R_CTL of the inner header was never reached: the chip still holds that of the VSAN header.
-        if (statPtr->l2FcoeFcVfidVld && !insideFrame(fcOffset, 11, frmLen))
-            statPtr->l2FcoeFcRctl = comRegPtr->rte_l2_fcoe_vsan_rctl;
+    const FcFrm fc = getFcFrm(statPtr, fcOffset);
+    putFcHdr(statPtr, fc);
+    if (!ckFcEof(statPtr, fcOffset, fc))
         return;
-    }
-
-    statPtr->l2FcoeFcClassF = class_f;
-    statPtr->l2FcoeFcClass2 = class_2;
-
-    statPtr->l2FcoeFcPld0 = fcPldByte(statPtr, pldOfst, pldOfst + 4);
-    statPtr->l2FcoeFcPld35 = fcPldByte(statPtr, pldOfst + 11, pldOfst + 12);
-    statPtr->l2FcoeFcPld36 = fcPldByte(statPtr, pldOfst + 12, pldOfst + 16);
-    statPtr->l2FcoeFcPld41 = fcPldByte(statPtr, pldOfst + 17, pldOfst + 20);
-
+    putFcClass(statPtr, fc.sof);
+    putFcPld(statPtr, fc.pldOfst);
     // Checked for any source address; whether it is one that a fabric provided is for the reader to judge.
     statPtr->fpmaChkOk = statPtr->l2FcoeFcSid == bits64(statPtr->l2Sa, 23, 0);
-
-    // The chip drops at 1 only, and overwrites a reason that stands.
-    if (vsanTtl == 1 && portRegPtr->rte_prc_fcoe_ck_ttl) {
-        if (portRegPtr->rte_prc_fcoe_trap_ttl_err) {
-            statPtr->l3PrcTrapQue = comRegPtr->rte_fcoe_ttl_trap_que;
-            statPtr->l3PrcTrapRsn = TRP_FCOE_TTL;
-            CM_TRACE(1, "FCoE TTL err. L3_TRAP\n");
-        } else {
-            statPtr->l3PrcDropRsn = DRP_FCOE_TTL;
-            CM_TRACE(1, "FCoE TTL err. L3_DROP\n");
-        }
-    }
+    // The chip drops at 1 only.
+    if (fc.vsanTtl == 1)
+        prcL3Ck(statPtr, L3_CK_FCOE_TTL);
 }

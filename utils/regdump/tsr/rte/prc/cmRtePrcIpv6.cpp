@@ -41,8 +41,69 @@ bool inUlpMsk(const CmRteStat *statPtr, uint32_t nxtHdr) {
 void ckHbh(CmRteStat *statPtr, uint32_t nxtHdr) {
     statPtr->l3IpHbh = nxtHdr == statPtr->comRegPtr->rte_l3_ulp_hbh;
     if (statPtr->l3IpHbh)
-        prcL3Record(statPtr, {statPtr->portRegPtr->rte_prc_l3_ipv6_ck_hbh, 1,
-                              statPtr->comRegPtr->rte_l3_ipv6_hbh_trap_que, TRP_IPV6_HBH, kNoRsn});
+        prcL3Ck(statPtr, L3_CK_IPV6_HBH);
+}
+
+// The steps of the parse. One that returns a bool returns false when the frame ended on the way and the error is
+// recorded.
+
+/// Version, DSCP and ECN.
+bool getVerTos(CmRteStat *statPtr, uint32_t isPimInner) {
+    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
+    const uint32_t off = statPtr->l3Offset;
+    if (!lenOk(statPtr, off + 1))
+        return false;
+    const uint32_t b0 = prcByte(statPtr, off);
+    if (bits(b0, 7, 4) != 6)
+        prcL3Ck(statPtr, L3_CK_IPV6_VER, isPimInner);
+
+    const uint32_t tos = bits(b0, 3, 0) << 4 | bits(prcByte(statPtr, off + 1), 7, 4);
+    statPtr->l3IpDscp = tos >> 2;
+    if (!isPimInner)
+        statPtr->l3IpDscpOuter = statPtr->l3IpDscp;
+    // Unlike IPv4, the chip does not write `l2PselDscp` here.
+    if (portRegPtr->rte_prc_typ_mode > 1 || portRegPtr->rte_prc_typ_alw_l3_dscp)
+        statPtr->IpDscpForPsel = statPtr->l3IpDscp;
+    statPtr->l3IpEcn = bits(tos, 1, 0);
+    CM_TRACE(2, "Ipv6 DSCP = %x, typ_mode=%u, typ_alw_l3_dscp=%u ecn=%d\n", statPtr->l3IpDscp,
+             portRegPtr->rte_prc_typ_mode, portRegPtr->rte_prc_typ_alw_l3_dscp, statPtr->l3IpEcn);
+    return true;
+}
+
+/// Total length, the first next header and the hop limit.
+bool getTlenHbhTtl(CmRteStat *statPtr) {
+    const uint32_t off = statPtr->l3Offset;
+    statPtr->l3IpTlen = (prcHword(statPtr, off + 4) + kIpv6HdrLen) & 0xffff;
+    if (!lenOk(statPtr, off + 6))
+        return false;
+    ckHbh(statPtr, prcByte(statPtr, off + 6));
+    statPtr->l3IpTtl = prcByte(statPtr, off + 7);
+    return true;
+}
+
+bool getSa(CmRteStat *statPtr, uint32_t isPimInner) {
+    const uint32_t off = statPtr->l3Offset;
+    if (!lenOk(statPtr, off + 24))
+        return false;
+    statPtr->l3IpSa0 = prcQword(statPtr, off + 8, 8);
+    // The outer header's key begins at the EtherType in front of it.
+    if (isPimInner)
+        detectFlexKey(statPtr, FLEX_KEY_INNER_IPV6, off);
+    else
+        detectFlexKey(statPtr, FLEX_KEY_OUTER_IPV6, off - 2);
+    statPtr->l3IpSa1 = prcQword(statPtr, off + 16, 8);
+    if (bits64(statPtr->l3IpSa0, 63, 56) == statPtr->comRegPtr->rte_l3_ipv6_mcast_prefix)
+        prcL3Ck(statPtr, L3_CK_IPV6_SA_MCAST, isPimInner);
+    return true;
+}
+
+bool getDa(CmRteStat *statPtr) {
+    const uint32_t off = statPtr->l3Offset;
+    if (!lenOk(statPtr, off + 40))
+        return false;
+    statPtr->l3IpDa0 = prcQword(statPtr, off + 24, 8);
+    statPtr->l3IpDa1 = prcQword(statPtr, off + 32, 8);
+    return true;
 }
 
 /// The multicast class of the DA. At the outer header the MAC address must agree with it.
@@ -64,10 +125,8 @@ void ckDaMcast(CmRteStat *statPtr, uint32_t isPimInner) {
         return;
     }
     const bool matchMacDa = ipv6DaIsMcast && ipv6MacDaIsMcast && daLo32 == macDaLo32;
-    if (portRegPtr->rte_prc_l3_ipv6_ck_da_mcast && (ipv6DaIsMcast || ipv6MacDaIsMcast) && !matchMacDa) {
+    if ((ipv6DaIsMcast || ipv6MacDaIsMcast) && !matchMacDa && prcL3Ck(statPtr, L3_CK_IPV6_DA_MCAST) != L3_CK_OFF) {
         statPtr->l3IpDaIsMcast = 0;
-        prcL3Record(statPtr, {portRegPtr->rte_prc_l3_ipv6_ck_da_mcast, portRegPtr->rte_prc_l3_ipv6_trap_da_mcast_err,
-                              comRegPtr->rte_l3_ip_da_mcast_trap_que, TRP_IP_DA_MCAST, DRP_IP_DA_MCAST});
         CM_TRACE(1, "IPv6 IP mcast DA check ip_da_mcast=%d mac_da_mcast=%d lo_32b=%x_%x trap_rsn=%d drop_rsn=%d\n",
                  ipv6DaIsMcast, ipv6MacDaIsMcast, daLo32, macDaLo32, statPtr->l3PrcTrapRsn, statPtr->l3PrcDropRsn);
         return;
@@ -75,10 +134,37 @@ void ckDaMcast(CmRteStat *statPtr, uint32_t isPimInner) {
     statPtr->l3IpDaIsMcast = ipv6DaIsMcast;
 }
 
+void ckTtl(CmRteStat *statPtr, uint32_t isPimInner) {
+    if (!statPtr->l3IpDaIsMcast && statPtr->l3IpTtl <= 1)
+        prcL3Ck(statPtr, L3_CK_IPV6_TTL, isPimInner);
+}
+
+/// The ICMP message at `hdrOffset`; behind the first fragment stands none.
+void getIcmp(CmRteStat *statPtr, uint32_t hdrOffset) {
+    if (statPtr->l3Ipv6IsFragment && !statPtr->l3Ipv6FirstFragment)
+        return;
+    detectFlexKey(statPtr, FLEX_KEY_ICMPV6, hdrOffset);
+    statPtr->l3Ipv6IcmpTyp = prcHword(statPtr, hdrOffset);
+    // A cut ICMP header is recorded, but the chip ends the walk as if it were whole.
+    lenOk(statPtr, hdrOffset + 2);
+    CM_TRACE(2, "IPv6 ICMP typ_code = 0x%x offset=%d\n", statPtr->l3Ipv6IcmpTyp, hdrOffset);
+}
+
+/// The fragment header at `hdrOffset`.
+void getFragHdr(CmRteStat *statPtr, uint32_t hdrOffset) {
+    const uint32_t fragB2 = prcByte(statPtr, hdrOffset + 2);
+    const uint32_t fragB3 = prcByte(statPtr, hdrOffset + 3);
+    const uint32_t flagM = bit(fragB3, 0);
+    statPtr->l3Ipv6FragOffset = fragB2 << 5 | fragB3 >> 3;
+    statPtr->l3Ipv6FirstFragment = flagM && statPtr->l3Ipv6FragOffset == 0;
+    statPtr->l3Ipv6IsFragment = 1;
+    statPtr->l3Ipv6FragFlag = flagM;
+    CM_TRACE(2, "IPv6 Frag Extn Hdr. frag_offset=0x%x Mflag=%d\n", statPtr->l3Ipv6FragOffset, flagM);
+}
+
 /// Walks from the fixed header over the extension headers to the upper-layer protocol, sets `l4Offset` and `l3IpUlp`.
 /// Returns false when the frame ended on the way and the error is recorded.
 bool walkExtHdrs(CmRteStat *statPtr, uint32_t isPimInner) {
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
     const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     const uint32_t frmLen = statPtr->frmLen;
     const uint32_t off = statPtr->l3Offset;
@@ -107,8 +193,7 @@ bool walkExtHdrs(CmRteStat *statPtr, uint32_t isPimInner) {
                             "PIM nxt_hdr detected in IPv6 extension header \n"
                             "and at the cycle may or may not coincide with \n"
                             "EOF or max_len\n");
-            prcL3Record(statPtr, {portRegPtr->rte_prc_l3_ipv6_ck_pim_ext, portRegPtr->rte_prc_l3_ipv6_trap_pim_ext_err,
-                                  comRegPtr->rte_l3_ip_pim_hdr_trap_que, TRP_IP_PIM_HDR, DRP_IP_PIM_HDR});
+            prcL3Ck(statPtr, L3_CK_IPV6_PIM_EXT);
         }
 
         nxtHdrOffset += static_cast<uint32_t>(extLen + 1) * 8;
@@ -117,13 +202,7 @@ bool walkExtHdrs(CmRteStat *statPtr, uint32_t isPimInner) {
         const uint32_t hdrOffset = off + nxtHdrOffset;
 
         if (nxtHdr == comRegPtr->rte_l3_ulp_icmp) {
-            if (!statPtr->l3Ipv6IsFragment || statPtr->l3Ipv6FirstFragment) {
-                detectFlexKey(statPtr, FLEX_KEY_ICMPV6, hdrOffset);
-                statPtr->l3Ipv6IcmpTyp = prcHword(statPtr, hdrOffset);
-                // A cut ICMP header is recorded, but the chip ends the walk as if it were whole.
-                lenOk(statPtr, hdrOffset + 2);
-                CM_TRACE(2, "IPv6 ICMP typ_code = 0x%x offset=%d\n", statPtr->l3Ipv6IcmpTyp, hdrOffset);
-            }
+            getIcmp(statPtr, hdrOffset);
             statPtr->l4Offset = hdrOffset;
             break;
         }
@@ -136,17 +215,8 @@ bool walkExtHdrs(CmRteStat *statPtr, uint32_t isPimInner) {
         }
 
         const bool isFragHdr = nxtHdr == comRegPtr->rte_l3_ipv6_frag_ext;
-        if (isFragHdr) {
-            const uint32_t fragB2 = prcByte(statPtr, hdrOffset + 2);
-            const uint32_t fragB3 = prcByte(statPtr, hdrOffset + 3);
-            const uint32_t flagM = bit(fragB3, 0);
-            statPtr->l3Ipv6FragOffset = fragB2 << 5 | fragB3 >> 3;
-            statPtr->l3Ipv6FirstFragment = flagM && statPtr->l3Ipv6FragOffset == 0;
-            statPtr->l3Ipv6IsFragment = 1;
-            statPtr->l3Ipv6FragFlag = flagM;
-            CM_TRACE(2, "IPv6 Frag Extn Hdr. frag_offset=0x%x Mflag=%d\n", statPtr->l3Ipv6FragOffset, flagM);
-        }
-
+        if (isFragHdr)
+            getFragHdr(statPtr, hdrOffset);
         // The second byte of the fragment header is reserved. That of any unknown header is taken as a length.
         extLen = isFragHdr ? 0 : static_cast<int32_t>(prcByte(statPtr, hdrOffset + 1));
         nxtHdr = prcByte(statPtr, hdrOffset);
@@ -186,6 +256,39 @@ bool pimCksumBad(const CmRteStat *statPtr) {
     return prcCksumBad(sum);
 }
 
+/// True when the outer header is followed by a PIM register message to this rendezvous point.
+bool getPimReg(CmRteStat *statPtr) {
+    const uint32_t l4Offset = statPtr->l4Offset;
+    if (!statPtr->l3IpMcastRegEncap) {
+        if (statPtr->l3IpUlpIsPim)
+            lenOk(statPtr, l4Offset + kPimRegHdrLen);
+        return false;
+    }
+    if (!lenOk(statPtr, l4Offset + kPimRegHdrLen))
+        return false;
+    detectFlexKey(statPtr, FLEX_KEY_PIM, l4Offset);
+    if (prcByte(statPtr, l4Offset) != statPtr->comRegPtr->rte_l3_pim_ver_typ) {
+        statPtr->l3IpMcastRegEncap = 0;
+        return false;
+    }
+    return true;
+}
+
+void ckPimNull(CmRteStat *statPtr) {
+    if (bit(prcByte(statPtr, statPtr->l4Offset + 4), 6))
+        prcL3Ck(statPtr, L3_CK_IPV6_PIM_NULL);
+}
+
+void ckPimCksum(CmRteStat *statPtr, uint32_t &cksumErr) {
+    if (!pimCksumBad(statPtr) || prcPimCksumPastEof(statPtr))
+        return;
+    // Told even where the verdict of an earlier checksum stands, and by that one's kind.
+    if (prcL3Ck(statPtr, L3_CK_IPV6_PIM_CKSUM) != L3_CK_OFF)
+        CM_TRACE(1, "IPv6 PIM cksum err detected and %s\n",
+                 statPtr->l3PrcTrapRsn == TRP_IPV4_CKSUM ? "trapped" : "dropped");
+    cksumErr = 1;
+}
+
 } // namespace
 
 uint32_t CkIpv6Len(uint32_t frmLen, uint32_t exp, CmRteStat *statPtr) {
@@ -220,114 +323,36 @@ uint32_t CkIpv6Len(uint32_t frmLen, uint32_t exp, CmRteStat *statPtr) {
 }
 
 void PrcL3Ipv6(CmRteStat *statPtr, uint32_t isPimInner, uint32_t cksumErr) {
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
-    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const uint32_t off = statPtr->l3Offset;
-
-    if (!lenOk(statPtr, off + 1))
+    if (!getVerTos(statPtr, isPimInner))
         return;
-    const uint32_t b0 = prcByte(statPtr, off);
-    if (bits(b0, 7, 4) != 6)
-        prcL3RecordLatched(statPtr, isPimInner,
-                           {portRegPtr->rte_prc_l3_ipv6_ck_ver, portRegPtr->rte_prc_l3_ipv6_trap_ver_err,
-                            comRegPtr->rte_l3_ip_hdr_vio_trap_que, TRP_IP_HDR_VIO, DRP_IP_HDR});
-
-    const uint32_t tos = bits(b0, 3, 0) << 4 | bits(prcByte(statPtr, off + 1), 7, 4);
-    statPtr->l3IpDscp = tos >> 2;
-    if (!isPimInner)
-        statPtr->l3IpDscpOuter = statPtr->l3IpDscp;
-    // Unlike IPv4, the chip does not write `l2PselDscp` here.
-    if (portRegPtr->rte_prc_typ_mode > 1 || portRegPtr->rte_prc_typ_alw_l3_dscp)
-        statPtr->IpDscpForPsel = statPtr->l3IpDscp;
-    statPtr->l3IpEcn = bits(tos, 1, 0);
-    CM_TRACE(2, "Ipv6 DSCP = %x, typ_mode=%u, typ_alw_l3_dscp=%u ecn=%d\n", statPtr->l3IpDscp,
-             portRegPtr->rte_prc_typ_mode, portRegPtr->rte_prc_typ_alw_l3_dscp, statPtr->l3IpEcn);
-
-    statPtr->l3IpTlen = (prcHword(statPtr, off + 4) + kIpv6HdrLen) & 0xffff;
-    if (!lenOk(statPtr, off + 6))
+    if (!getTlenHbhTtl(statPtr))
         return;
-    ckHbh(statPtr, prcByte(statPtr, off + 6));
-    statPtr->l3IpTtl = prcByte(statPtr, off + 7);
-
-    if (!lenOk(statPtr, off + 24))
+    if (!getSa(statPtr, isPimInner))
         return;
-    statPtr->l3IpSa0 = prcQword(statPtr, off + 8, 8);
-    // The outer header's key begins at the EtherType in front of it.
-    if (isPimInner)
-        detectFlexKey(statPtr, FLEX_KEY_INNER_IPV6, off);
-    else
-        detectFlexKey(statPtr, FLEX_KEY_OUTER_IPV6, off - 2);
-    statPtr->l3IpSa1 = prcQword(statPtr, off + 16, 8);
-    if (bits64(statPtr->l3IpSa0, 63, 56) == comRegPtr->rte_l3_ipv6_mcast_prefix)
-        prcL3Record(statPtr, {portRegPtr->rte_prc_l3_ipv6_ck_sa_mcast, portRegPtr->rte_prc_l3_ipv6_trap_sa_mcast_err,
-                              comRegPtr->rte_l3_ip_sa_mcast_trap_que, TRP_IP_SA_MCAST, DRP_IP_SA_MCAST});
-
-    if (!lenOk(statPtr, off + 40))
+    if (!getDa(statPtr))
         return;
-    statPtr->l3IpDa0 = prcQword(statPtr, off + 24, 8);
-    statPtr->l3IpDa1 = prcQword(statPtr, off + 32, 8);
     ckDaMcast(statPtr, isPimInner);
-
-    if (!statPtr->l3IpDaIsMcast && statPtr->l3IpTtl <= 1)
-        prcL3Record(statPtr, {portRegPtr->rte_prc_l3_ipv6_ck_ttl, portRegPtr->rte_prc_l3_ipv6_trap_ttl_err,
-                              comRegPtr->rte_l3_ip_ttl_trap_que, TRP_IP_TTL, DRP_IP_TTL});
-
+    ckTtl(statPtr, isPimInner);
     if (!walkExtHdrs(statPtr, isPimInner))
         return;
 
-    const uint32_t l4Offset = statPtr->l4Offset;
-    if (isPimInner || !statPtr->l3IpMcastRegEncap) {
-        if (!isPimInner && statPtr->l3IpUlpIsPim)
-            lenOk(statPtr, l4Offset + kPimRegHdrLen);
+    if (isPimInner || !getPimReg(statPtr))
         return;
-    }
-
-    // PIM register to this rendezvous point.
-    if (!lenOk(statPtr, l4Offset + kPimRegHdrLen))
-        return;
-    detectFlexKey(statPtr, FLEX_KEY_PIM, l4Offset);
-    if (prcByte(statPtr, l4Offset) != comRegPtr->rte_l3_pim_ver_typ) {
-        statPtr->l3IpMcastRegEncap = 0;
-        return;
-    }
-
-    const uint32_t pimBitN = bit(prcByte(statPtr, l4Offset + 4), 6);
-    const PrcL3Err pimNull = {portRegPtr->rte_prc_l3_ck_pim_null, portRegPtr->rte_prc_l3_trap_pim_null,
-                              comRegPtr->rte_l3_ip_pim_null_reg_trap_que, TRP_IP_PIM_NULL, DRP_IP_PIM_NULL};
-    if (pimBitN && pimNull.ck && prcL3NoRsn(statPtr)) {
-        prcL3Replace(statPtr, pimNull);
-        CM_TRACE(1, "Ipv6 PIM NULL %s\n", pimNull.trap ? "TRAP" : "DROP");
-    }
-
-    bool pimCksumErr = pimCksumBad(statPtr);
-    if (pimCksumErr && prcPimCksumPastEof(statPtr))
-        pimCksumErr = false;
-    if (pimCksumErr && portRegPtr->rte_prc_l3_ipv6_ck_pim_cksum) {
-        if (!prcL3CksumStands(statPtr))
-            prcL3Replace(statPtr,
-                         {portRegPtr->rte_prc_l3_ipv6_ck_pim_cksum, portRegPtr->rte_prc_l3_ipv6_trap_pim_cksum_err,
-                          comRegPtr->rte_l3_ipv4_cksum_trap_que, TRP_IPV4_CKSUM, DRP_IPV4_CKSUM});
-        CM_TRACE(1, "IPv6 PIM cksum err detected and %s\n",
-                 statPtr->l3PrcTrapRsn == TRP_IPV4_CKSUM ? "trapped" : "dropped");
-    }
-
-    statPtr->l3Offset = l4Offset + kPimRegHdrLen;
-    PrcL3Ipv6(statPtr, 1, cksumErr || pimCksumErr);
+    ckPimNull(statPtr);
+    ckPimCksum(statPtr, cksumErr);
+    statPtr->l3Offset = statPtr->l4Offset + kPimRegHdrLen;
+    PrcL3Ipv6(statPtr, 1, cksumErr);
 }
 
 void PrcL3Ipv6EofErr(CmRteStat *statPtr) {
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
-    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     PrcL3RstHdr(statPtr);
     if (prcL3CksumStands(statPtr))
         CM_TRACE(1, "IPv6 EOF or MaxLen err ignored due to earlier chksum %s\n",
                  statPtr->l3PrcTrapRsn == TRP_IPV4_CKSUM ? "trap" : "drop");
     else if (detIpv6EofErr)
-        prcL3Replace(statPtr, {1, portRegPtr->rte_prc_l3_ipv6_trap_eof_err, comRegPtr->rte_l3_ip_hdr_vio_trap_que,
-                               TRP_IP_HDR_VIO, DRP_EOF});
+        prcL3Ck(statPtr, L3_CK_IPV6_EOF);
     else if (detIpv6MlenErr)
-        prcL3Replace(statPtr, {1, portRegPtr->rte_prc_l3_ipv6_trap_max_len_err, comRegPtr->rte_l3_ip_hdr_vio_trap_que,
-                               TRP_IPV6_MLEN, DRP_IPV6_MLEN});
+        prcL3Ck(statPtr, L3_CK_IPV6_MAX_LEN);
     CM_TRACE(1, "IPv6 EOF or MaxLen err detected, trap_rsn=%d drp_rsn=%d\n", statPtr->l3PrcTrapRsn,
              statPtr->l3PrcDropRsn);
 }

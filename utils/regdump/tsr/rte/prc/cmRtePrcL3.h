@@ -1,50 +1,29 @@
 #pragma once
-// The layer-3 verdict of the parser: the moves that the IPv4 and the IPv6 parser share.
+// The layer-3 verdict of the parser: the moves that the IPv4, the IPv6 and the FCoE parser share.
 
 #include "base/cmRteFrm.h"
 
 /// Bytes of a PIM register header: the encapsulated packet begins behind them.
 inline constexpr uint32_t kPimRegHdrLen = 8;
 
-/// One layer-3 error as the chip is set up for it: does it exist (`ck`), is it a trap or a drop (`trap`), and what is
-/// stored then.
-struct PrcL3Err {
-    uint32_t ck;
-    uint32_t trap;
-    uint32_t trapQue;
-    uint32_t trapRsn;
-    uint32_t dropRsn;
+/// The layer-3 errors that the parser finds; cmRtePrcL3Ck.def has what each does.
+enum PRC_L3_CK : uint32_t {
+#define L3_CK(name, ...) L3_CK_##name,
+#define L3_CK_NO_CK(name, ...) L3_CK_##name,
+#define L3_CK_NO_DROP(name, ...) L3_CK_##name,
+#include "prc/cmRtePrcL3Ck.def"
 };
 
-/// Records an error that was seen in the frame. Only the first error may set the verdict. Returns true when this one
-/// did.
-inline bool prcL3Record(CmRteStat *statPtr, const PrcL3Err &err) {
-    if (!err.ck || !prcL3NoRsn(statPtr))
-        return false;
-    if (err.trap) {
-        statPtr->l3PrcTrapQue = err.trapQue;
-        statPtr->l3PrcTrapRsn = err.trapRsn;
-    } else {
-        statPtr->l3PrcDropRsn = err.dropRsn;
-    }
-    return true;
-}
+/// What became of an error that was seen in the frame.
+enum PRC_L3_CK_RSLT {
+    L3_CK_OFF,    // the check register is 0: no error
+    L3_CK_STANDS, // another verdict stands that this one may not replace
+    L3_CK_STORED, // it is the verdict now
+};
 
-/// The same for an error that the IHL-6 check may replace when it lies in the header behind a PIM register header.
-inline bool prcL3RecordLatched(CmRteStat *statPtr, uint32_t isPimInner, const PrcL3Err &err) {
-    if (!prcL3Record(statPtr, err))
-        return false;
-    if (isPimInner)
-        statPtr->l3Ipv4Ihl6ErrCanWin = err.trap ? err.trapRsn : err.dropRsn;
-    return true;
-}
-
-/// Stores an error as the verdict in place of whatever stood there; `err.ck` is not looked at.
-inline void prcL3Replace(CmRteStat *statPtr, const PrcL3Err &err) {
-    statPtr->l3PrcDropRsn = err.trap ? kNoRsn : err.dropRsn;
-    statPtr->l3PrcTrapQue = err.trap ? err.trapQue : 0;
-    statPtr->l3PrcTrapRsn = err.trap ? err.trapRsn : kNoRsn;
-}
+/// Treats the error `ck` that was seen in the frame as its row says: stores the verdict, latches it, writes its line.
+/// `isPimInner` tells a row that latches there whether the error lies behind a PIM register header.
+PRC_L3_CK_RSLT prcL3Ck(CmRteStat *statPtr, PRC_L3_CK ck, uint32_t isPimInner = 0);
 
 /// True when the verdict of a failed header or PIM checksum stands: nothing replaces it.
 bool prcL3CksumStands(const CmRteStat *statPtr);

@@ -4,6 +4,7 @@
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
+#include "prc/cmRtePrcL3.h"
 
 namespace {
 
@@ -28,14 +29,7 @@ void ckRouterAlert(CmRteStat *statPtr) {
         ckIpv4Ihl6NotRouterAlrt(statPtr);
         return;
     }
-    if (statPtr->portRegPtr->rte_prc_l3_ipv4_trap_ihl_gt5_err) {
-        statPtr->l3PrcTrapQue = statPtr->comRegPtr->rte_l3_ipv4_rtr_alert_trap_que;
-        statPtr->l3PrcTrapRsn = TRP_IPV4_RTR_ALERT;
-        CM_TRACE(1, "IPv4 router alert option detected and trapped\n");
-    } else {
-        statPtr->l3PrcDropRsn = DRP_IPV4_IHL_GT5;
-        CM_TRACE(1, "IPv4 router alert option detected and dropped\n");
-    }
+    prcL3Ck(statPtr, L3_CK_IPV4_RTR_ALERT);
 }
 
 /// Takes the first range that holds `port`, with its index of `idxs`; without one, `hit` and `idx` stay as they are.
