@@ -59,18 +59,25 @@ uint32_t prcDword(const CmRteStat *statPtr, uint32_t offset);
 /// The `byteNum` bytes (up to 8) at `offset` as one number.
 uint64_t prcQword(const CmRteStat *statPtr, uint32_t offset, uint32_t byteNum);
 
-/// Records the header-violation trap; every layer-2 trap of the parser has this form.
+/// The layer-2 errors that the parser finds; cmRtePrcL2Ck.def has what each does.
+enum PRC_L2_CK : uint32_t {
+#define L2_CK(name, ...) L2_CK_##name,
+#define L2_CK_NO_CK(name, ...) L2_CK_##name,
+#include "prc/cmRtePrcL2Ck.def"
+};
+
+/// Records the header-violation trap; every layer-2 trap of the parser but that of the TRILL hop count has this form.
 void prcL2HdrVioTrap(CmRteStat *statPtr);
 /// Records a layer-2 drop with `rsn` (RTE_DRP_RSN).
 void prcL2Drop(CmRteStat *statPtr, uint32_t rsn);
-/// Records the verdict of a layer-2 error: the header-violation trap when the register `trap` is non-zero, else the
-/// drop with `rsn`.
-void prcL2TrapOrDrop(CmRteStat *statPtr, uint32_t trap, uint32_t rsn);
-/// The same with its trace line `text` behind the prefix, ending in "TRAP" or "DROP".
-void prcL2Err(CmRteStat *statPtr, uint32_t trap, uint32_t rsn, const char *text);
-/// A layer-2 error that the register `ck` may excuse: returns 1 after prcL2Err when `ck` is non-zero; otherwise writes
-/// `excuse` (with its line end) at debug levels above 3 and returns 0.
-uint32_t prcL2CkErr(CmRteStat *statPtr, uint32_t ck, uint32_t trap, uint32_t rsn, const char *text, const char *excuse);
+/// Treats the error `ck` that was seen in the frame as its row says: returns 1 after the header-violation trap or the
+/// drop, with its line; 0, with the line of its excuse, when the check register is 0.
+uint32_t prcL2Ck(CmRteStat *statPtr, PRC_L2_CK ck);
+/// Whether the port checks for the error `ck`, and whether it traps what has it, for decisions in front of the verdict.
+bool prcL2CkOn(const CmRteStat *statPtr, PRC_L2_CK ck);
+bool prcL2CkTraps(const CmRteStat *statPtr, PRC_L2_CK ck);
+/// How traces call the verdict that was recorded: "TRAP" or "DROP".
+const char *prcL2VerdictWord(const CmRteStat *statPtr);
 
 // cmRtePrcL2
 void PrcL2(CmRteStat *statPtr);
@@ -90,11 +97,9 @@ void CpOuterL2Hdr(CmRteStat *statPtr);
 void CpInnerL2Hdr(CmRteStat *statPtr);
 /// Records the end-of-frame error.
 void PrcL2EofErr(CmRteStat *statPtr, uint32_t atTrill);
-/// The tag errors that the outer and the inner header share. Each returns 1 after a trap or drop, 0 when excused.
-uint32_t prcL2CkMultipleSTag(CmRteStat *statPtr);
-uint32_t prcL2CkMultipleCTag(CmRteStat *statPtr);
-/// `ck` is the check, `excuse` the trace line of the excused case.
-uint32_t prcL2CkSTagOnCPort(CmRteStat *statPtr, uint32_t ck, const char *excuse);
+/// The S-tag that a C-port may not have, where `applies` is 1. Returns 1 after a trap or drop; 0, with the line
+/// `excuse`, when excused.
+uint32_t prcL2CkSTagOnCPort(CmRteStat *statPtr, uint32_t applies, const char *excuse);
 /// Reads the control word of the S-tag at `offset` into the record. Returns 0 after an end-of-frame error.
 uint32_t prcL2ReadSTag(CmRteStat *statPtr, uint32_t offset);
 /// Classifies the word at `offset`, which stands behind a tag; moves `offset` behind it when it opens a CN tag.

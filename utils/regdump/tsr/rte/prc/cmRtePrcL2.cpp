@@ -81,15 +81,12 @@ uint32_t PrcL2CkDaCtl(uint64_t da, uint32_t daCtlVld, uint32_t prefixW0, uint32_
 }
 
 uint32_t PrcL2CkTypLen(CmRteStat *statPtr, const uint32_t &typLen) {
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
     if (typLen >= statPtr->comRegPtr->rte_l2_dix_typ_min || typLen <= statPtr->comRegPtr->rte_l2_ieee_len_max)
         return 1;
     CM_TRACE_RAW(1, "CM port=%u, frameIdx=%u>>eTypLen is in no man's land: %x\n", statPtr->ingPhyPort, statPtr->frmIdx,
                  typLen);
-    if (portRegPtr->rte_prc_l2_ck_non_typlen) {
-        prcL2Err(statPtr, portRegPtr->rte_prc_l2_trap_non_typlen, DRP_L2_TYP, "PRC L2 TypLen in no man's land err. ");
+    if (prcL2Ck(statPtr, L2_CK_NON_TYPLEN))
         return 0;
-    }
     statPtr->l2Etyp = 0;
     return 1;
 }
@@ -113,11 +110,14 @@ void CpInnerL2Hdr(CmRteStat *statPtr) {
     statPtr->l2Sa = statPtr->l2TrillInnerSa;
 }
 
+// The end-of-frame error in the outer header of a TRILL port, or of any other place of layer 2.
+static PRC_L2_CK eofCk(uint32_t atTrill) {
+    return atTrill ? L2_CK_OUTER_EOF : L2_CK_FRM_EOF;
+}
+
 void PrcL2EofErr(CmRteStat *statPtr, uint32_t atTrill) {
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
     CM_TRACE(1, "PRC L2 EOF err.\n");
-    prcL2Err(statPtr, atTrill ? portRegPtr->rte_prc_l2_trill_trap_eof_err : portRegPtr->rte_prc_l2_trap_eof_err,
-             DRP_EOF, "PRC L2 EOF err. ");
+    prcL2Ck(statPtr, eofCk(atTrill));
 }
 
 uint64_t prcMac(uint32_t w0, uint32_t w1) {
@@ -133,23 +133,11 @@ uint32_t prcL2OuterDaIsAllRb(const CmRteStat *statPtr) {
     return statPtr->l2OuterDa == prcMac(comRegPtr->rte_l2_trill_all_rb_da_w0, comRegPtr->rte_l2_trill_all_rb_da_w1);
 }
 
-uint32_t prcL2CkMultipleSTag(CmRteStat *statPtr) {
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
-    return prcL2CkErr(statPtr, portRegPtr->rte_prc_l2_ck_multiple_s_tags,
-                      portRegPtr->rte_prc_l2_trap_multiple_s_tags_err, DRP_LU, "PRC multiple S-TAG. ",
-                      "PRC multiple S-TAG excused\n");
-}
-
-uint32_t prcL2CkMultipleCTag(CmRteStat *statPtr) {
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
-    return prcL2CkErr(statPtr, portRegPtr->rte_prc_l2_ck_multiple_c_tags,
-                      portRegPtr->rte_prc_l2_trap_multiple_c_tags_err, DRP_LU, "PRC multiple C-TAG. ",
-                      "PRC multiple C-TAG excused\n");
-}
-
-uint32_t prcL2CkSTagOnCPort(CmRteStat *statPtr, uint32_t ck, const char *excuse) {
-    return prcL2CkErr(statPtr, ck, statPtr->portRegPtr->rte_prc_l2_trap_s_tagged_on_c_port_err, DRP_LU,
-                      "PRC S-TAG on a C-PORT. ", excuse);
+uint32_t prcL2CkSTagOnCPort(CmRteStat *statPtr, uint32_t applies, const char *excuse) {
+    if (applies && prcL2Ck(statPtr, L2_CK_S_TAGGED_ON_C_PORT))
+        return 1;
+    CM_TRACE(3, "%s", excuse);
+    return 0;
 }
 
 uint32_t prcL2ReadSTag(CmRteStat *statPtr, uint32_t offset) {
@@ -180,13 +168,21 @@ uint32_t vlanTrans(CmRteHsiMem *memPtr, uint32_t igPort, uint32_t igVlan) {
     return elem<&VlanXlate::vid>(memPtr->RTE_VLAN_X_EDRAM, idx);
 }
 
-// The line that tells how long a frame with this LLC header had to be.
-static void traceLlcEof(const CmRteStat *statPtr, uint32_t expLen) {
-    CM_TRACE(2, "PrcLen -- EoF Err, exp_len=%u\n", expLen);
+// The line that tells how long a frame had to be whose LLC header fails the end test for `n` bytes.
+static void traceLlcEof(const CmRteStat *statPtr, uint32_t offset, uint32_t n) {
+    CM_TRACE(2, "PrcLen -- EoF Err, exp_len=%u\n", offset + n - 3);
+}
+
+// The end test for `n` bytes of an LLC header. Returns 1 to go on.
+static uint32_t llcInside(CmRteStat *statPtr, uint32_t offset, uint32_t n) {
+    if (insideFrame(offset, n, statPtr->frmLen))
+        return 1;
+    traceLlcEof(statPtr, offset, n);
+    PrcL2EofErr(statPtr, 0);
+    return 0;
 }
 
 uint32_t PrcL2Len(CmRteStat *statPtr, uint32_t &typLen, uint32_t &offset) {
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
     const uint32_t frmLen = statPtr->frmLen;
 
     // All end-of-frame errors of this function go by the plain register, for the inner frame of TRILL too: the chip
@@ -202,10 +198,7 @@ uint32_t PrcL2Len(CmRteStat *statPtr, uint32_t &typLen, uint32_t &offset) {
         CM_TRACE(2, "LLC type_len followin CN tag, considering the packet as LLC but not SNAP -- stop parsing\n");
         statPtr->l2Etyp = 0;
         LlcGetHdr(statPtr->frm + offset, statPtr);
-        if (!insideFrame(offset, 8, frmLen)) {
-            traceLlcEof(statPtr, offset + 5);
-            PrcL2EofErr(statPtr, 0);
-        }
+        llcInside(statPtr, offset, 8);
         return 0;
     }
 
@@ -214,27 +207,21 @@ uint32_t PrcL2Len(CmRteStat *statPtr, uint32_t &typLen, uint32_t &offset) {
         LlcGetHdr(statPtr->frm + offset, statPtr);
         if (!insideFrame(offset, 8, frmLen)) {
             PrcL2EofErr(statPtr, 0);
-            traceLlcEof(statPtr, offset + 5);
+            traceLlcEof(statPtr, offset, 8);
         }
         return 0;
     }
 
-    if (!insideFrame(offset, 7, frmLen)) {
-        traceLlcEof(statPtr, offset + 4);
-        PrcL2EofErr(statPtr, 0);
+    if (!llcInside(statPtr, offset, 7))
         return 0;
-    }
     if (prcByte(statPtr, offset + 2) != 3 || prcByte(statPtr, offset + 3) != 0) {
         CM_TRACE(2, "LLC, but not SNAP -- stop parsing\n");
         LlcGetHdr(statPtr->frm + offset, statPtr);
         return 0;
     }
 
-    if (!insideFrame(offset, 9, frmLen)) {
-        traceLlcEof(statPtr, offset + 6);
-        PrcL2EofErr(statPtr, 0);
+    if (!llcInside(statPtr, offset, 9))
         return 0;
-    }
     if (prcHword(statPtr, offset + 4) != 0) {
         CM_TRACE_RAW(2, "CM port=%u, frameIdx=%u>>LLC SNAP, but protocol is not Ethertype  -- stop parsing\n",
                      statPtr->ingPhyPort, statPtr->frmIdx);
@@ -245,23 +232,18 @@ uint32_t PrcL2Len(CmRteStat *statPtr, uint32_t &typLen, uint32_t &offset) {
     const uint32_t snapTyp = prcHword(statPtr, offset + 6);
     detectFlexKey(statPtr, FLEX_KEY_SNAP, offset + 2);
     statPtr->l2SnapEnc = 1;
-    if (!insideFrame(offset, 11, frmLen)) {
-        traceLlcEof(statPtr, offset + 8);
-        PrcL2EofErr(statPtr, 0);
+    if (!llcInside(statPtr, offset, 11))
         return 0;
-    }
 
     ClsEtyp(statPtr, snapTyp, 0);
     if (!etypIsVld) {
-        if (!portRegPtr->rte_prc_l2_ck_snap_non_typ) {
+        if (prcL2Ck(statPtr, L2_CK_SNAP_NON_TYP))
+            CM_TRACE(2, "LLC SNAP invalid ethertype. %s\n", prcL2VerdictWord(statPtr));
+        else
             CM_TRACE(2, "LLC SNAP -- invalid Ethertype (excused but stop parsing)\n");
-            return 0;
-        }
-        prcL2TrapOrDrop(statPtr, portRegPtr->rte_prc_l2_trap_snap_non_typ, DRP_L2_TYP);
-        CM_TRACE(2, "LLC SNAP invalid ethertype. %s\n", portRegPtr->rte_prc_l2_trap_snap_non_typ ? "TRAP" : "DROP");
         return 0;
     }
-    if (statPtr->isCTagged && etypIsCtag && prcL2CkMultipleCTag(statPtr))
+    if (statPtr->isCTagged && etypIsCtag && prcL2Ck(statPtr, L2_CK_MULTIPLE_C_TAGS))
         return 0;
 
     typLen = snapTyp;
@@ -285,14 +267,11 @@ static void outerVlanDefault(CmRteStat *statPtr) {
 
 // The verdict on a frame at a TRILL port that neither is TRILL nor goes to a control address.
 static void nonTrillOnTrillPort(CmRteStat *statPtr) {
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
     macClsOuter(statPtr);
-    if (!portRegPtr->rte_prc_l2_trill_ck_outer_ctl_da) {
+    if (!prcL2Ck(statPtr, L2_CK_TRILL_OUTER_CTL_DA)) {
         CM_TRACE(1, "PRC Trill port, non-Trill ethertype and non-control packet. Excused, but stop parsing L2.\n");
         return;
     }
-    prcL2Err(statPtr, portRegPtr->rte_prc_l2_trill_trap_outer_ctl_da_err, DRP_TRILL_MAC_CTL_DA,
-             "PRC Trill port, Ethertype is not TRILL and outer DA is not control MAC err. ");
     statPtr->l2Etyp = 0;
     statPtr->l2MacClsEn = 0;
 }
@@ -316,10 +295,43 @@ static uint32_t outerDaIsCtl(const CmRteStat *statPtr) {
     return daIsCtl0 || daIsCtl1 || daIsCtl2 || daIsCtl3;
 }
 
+// The verdict on a PAUSE frame and on one that ends behind its addresses. Returns 1 to go on.
+static uint32_t ckPauseShort(CmRteStat *statPtr) {
+    const uint32_t trillEn = statPtr->isTrillPort;
+    const bool isShort = statPtr->frmLen < 17;
+    // A short frame that is to be trapped leaves in front of the PAUSE test, one to be dropped behind it.
+    if (isShort && prcL2CkTraps(statPtr, eofCk(trillEn))) {
+        PrcL2EofErr(statPtr, trillEn);
+        return 0;
+    }
+    if (statPtr->macInfPtr->isPauseFrm) {
+        prcL2Drop(statPtr, DRP_PAUSE);
+        CM_TRACE(1, "PAUSE Frame. DROP\n");
+        return 0;
+    }
+    if (isShort) {
+        PrcL2EofErr(statPtr, trillEn);
+        return 0;
+    }
+    return 1;
+}
+
+// A control frame for the chip: nothing behind the addresses is parsed.
+static void trillPortCtl(CmRteStat *statPtr) {
+    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
+    macClsOuter(statPtr);
+    statPtr->l2CtlVlanOverride = portRegPtr->rte_prc_l2_trill_vlan_override;
+    statPtr->l2CtlSkipIvf = portRegPtr->rte_prc_l2_trill_skip_ivf;
+    statPtr->l2Etyp = 0;
+    statPtr->ctagCfi = 0;
+    statPtr->l2OuterRcvCfi = 0;
+    CM_TRACE(1, "PRC Trill port, outer DA is control. vlan_ovrd=%u, skip_ivf=%u\n", statPtr->l2CtlVlanOverride,
+             statPtr->l2CtlSkipIvf);
+}
+
 // The addresses, and all verdicts in front of the first type word. Returns 1 to go on.
 static uint32_t prcL2Addr(CmRteStat *statPtr) {
     const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
     const uint32_t trillEn = statPtr->isTrillPort;
 
     statPtr->l2OuterDa = prcQword(statPtr, 0, 6);
@@ -328,11 +340,8 @@ static uint32_t prcL2Addr(CmRteStat *statPtr) {
         PrcL2EofErr(statPtr, trillEn);
         return 0;
     }
-    if (!trillEn && prcL2OuterDaIsAllRb(statPtr) && portRegPtr->rte_prc_l2_ck_da_all_rb) {
-        prcL2Err(statPtr, portRegPtr->rte_prc_l2_trap_da_all_rb_err, DRP_L2_ALL_RB_DA,
-                 "PRC no-Trill port, all_rb DA err. ");
+    if (!trillEn && prcL2OuterDaIsAllRb(statPtr) && prcL2Ck(statPtr, L2_CK_DA_ALL_RB))
         return 0;
-    }
     statPtr->l2OuterDaIsCtl = trillEn ? outerDaIsCtl(statPtr) : 0;
 
     statPtr->l2OuterSa = prcQword(statPtr, 6, 6);
@@ -344,9 +353,8 @@ static uint32_t prcL2Addr(CmRteStat *statPtr) {
              static_cast<unsigned long long>(statPtr->l2OuterDa), static_cast<unsigned long long>(statPtr->l2OuterSa),
              statPtr->l2OuterDaIsCtl);
 
-    if (prcMacIsGrp(statPtr->l2OuterSa) && portRegPtr->rte_prc_l2_ck_sa_bmcast) {
-        prcL2TrapOrDrop(statPtr, portRegPtr->rte_prc_l2_trap_sa_bmcast, DRP_L2_SA);
-        if (portRegPtr->rte_prc_l2_trap_sa_bmcast)
+    if (prcMacIsGrp(statPtr->l2OuterSa) && prcL2Ck(statPtr, L2_CK_SA_BMCAST)) {
+        if (statPtr->l2PrcTrap)
             CM_TRACE(1, "PRC L2 SA mcast err. TRAP -- que=%u\n", comRegPtr->rte_l2_hdr_vio_trap_que);
         else
             CM_TRACE(1, "PRC L2 SA mcast err. DROP\n");
@@ -355,13 +363,13 @@ static uint32_t prcL2Addr(CmRteStat *statPtr) {
 
     if (!trillEn) {
         macClsOuter(statPtr);
-        if (statPtr->l2OuterSa == statPtr->l2OuterDa && portRegPtr->rte_prc_l2_ck_addr_lpbk) {
+        if (statPtr->l2OuterSa == statPtr->l2OuterDa && prcL2CkOn(statPtr, L2_CK_ADDR_LPBK)) {
             if (statPtr->macInfPtr->isPauseFrm)
                 CmRteAbort_(__FILE_NAME__, __LINE__,
                             "l2_da==l2_sa loopback error potentially coincides\nwith PAUSE at same cycle\n");
-            prcL2TrapOrDrop(statPtr, portRegPtr->rte_prc_l2_trap_addr_lpbk_err, DRP_SRC);
+            prcL2Ck(statPtr, L2_CK_ADDR_LPBK);
             // The chip model's log has a comma here where its other lines have >>.
-            if (portRegPtr->rte_prc_l2_trap_addr_lpbk_err)
+            if (statPtr->l2PrcTrap)
                 CM_TRACE_RAW(1, "CM port=%u, frameIdx=%u, PRC L2 loop SA==DA. TRAP, que=%u\n", statPtr->ingPhyPort,
                              statPtr->frmIdx, comRegPtr->rte_l2_hdr_vio_trap_que);
             else
@@ -370,43 +378,15 @@ static uint32_t prcL2Addr(CmRteStat *statPtr) {
             return 0;
         }
     }
-
-    // A short frame that is to be trapped leaves in front of the PAUSE test, one to be dropped behind it.
-    uint32_t trapEofErr = 0;
-    uint32_t dropEofErr = 0;
-    if (statPtr->frmLen < 17) {
-        trapEofErr = trillEn ? portRegPtr->rte_prc_l2_trill_trap_eof_err : portRegPtr->rte_prc_l2_trap_eof_err;
-        if (trapEofErr) {
-            PrcL2EofErr(statPtr, trillEn);
-            return 0;
-        }
-        dropEofErr = 1;
-    }
-    if (statPtr->macInfPtr->isPauseFrm) {
-        prcL2Drop(statPtr, DRP_PAUSE);
-        CM_TRACE(1, "PAUSE Frame. DROP\n");
+    if (!ckPauseShort(statPtr))
         return 0;
-    }
-    if (dropEofErr) {
-        PrcL2EofErr(statPtr, trillEn);
-        return 0;
-    }
 
     statPtr->ctagCfi = 0;
     statPtr->l2CtlVlanOverride = 0;
     statPtr->l2CtlSkipIvf = 0;
     CpOuterL2Hdr(statPtr);
-
-    // A control frame for the chip: nothing behind the addresses is parsed.
     if (trillEn && statPtr->l2OuterDaIsCtl) {
-        macClsOuter(statPtr);
-        statPtr->l2CtlVlanOverride = portRegPtr->rte_prc_l2_trill_vlan_override;
-        statPtr->l2CtlSkipIvf = portRegPtr->rte_prc_l2_trill_skip_ivf;
-        statPtr->l2Etyp = 0;
-        statPtr->ctagCfi = 0;
-        statPtr->l2OuterRcvCfi = 0;
-        CM_TRACE(1, "PRC Trill port, outer DA is control. vlan_ovrd=%u, skip_ivf=%u\n", statPtr->l2CtlVlanOverride,
-                 statPtr->l2CtlSkipIvf);
+        trillPortCtl(statPtr);
         return 0;
     }
     return 1;
@@ -440,7 +420,7 @@ static uint32_t prcL2STag(CmRteStat *statPtr, uint32_t &offset, uint32_t &vlanLo
         PrcL2EofErr(statPtr, 0);
         return 0;
     }
-    return !(etypIsMoreStag && prcL2CkMultipleSTag(statPtr));
+    return !(etypIsMoreStag && prcL2Ck(statPtr, L2_CK_MULTIPLE_S_TAGS));
 }
 
 // The tag control word behind the classified word.
@@ -545,7 +525,7 @@ static uint32_t prcL2Tags(CmRteStat *statPtr, uint32_t &offset, uint32_t &typLen
         PrcL2EofErr(statPtr, trillEn);
         return 0;
     }
-    if (statPtr->isCTagged && etypIsCtag && prcL2CkMultipleCTag(statPtr))
+    if (statPtr->isCTagged && etypIsCtag && prcL2Ck(statPtr, L2_CK_MULTIPLE_C_TAGS))
         return 0;
     if (!PrcL2CkTypLen(statPtr, typLen)) {
         statPtr->l2Etyp = 0;
@@ -614,11 +594,10 @@ void PrcL2(CmRteStat *statPtr) {
             return;
     }
     if (etypIsMoreStag) {
-        if (statPtr->l2QinqEn && statPtr->isSTagged && prcL2CkMultipleSTag(statPtr))
+        if (statPtr->l2QinqEn && statPtr->isSTagged && prcL2Ck(statPtr, L2_CK_MULTIPLE_S_TAGS))
             return;
         if (!statPtr->l2QinqEn &&
-            prcL2CkSTagOnCPort(statPtr, portRegPtr->rte_prc_l2_ck_s_tagged_on_c_port,
-                               "S-TAG at the worng location. Treated as unknown ULP and excused\n"))
+            prcL2CkSTagOnCPort(statPtr, 1, "S-TAG at the worng location. Treated as unknown ULP and excused\n"))
             return;
     }
     if (typLen <= statPtr->comRegPtr->rte_l2_ieee_len_max && !PrcL2Len(statPtr, typLen, offset))

@@ -6,10 +6,9 @@
 
 void PrcL2TrillCustIdErr(CmRteStat *statPtr) {
     const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
-    if (!portRegPtr->rte_prc_l2_trill_ck_cust_id_cfg)
+    if (!prcL2Ck(statPtr, L2_CK_TRILL_CUST_ID))
         return;
-    prcL2TrapOrDrop(statPtr, portRegPtr->rte_prc_l2_trill_trap_cust_id_err, DRP_TRILL_HDR);
-    if (portRegPtr->rte_prc_l2_trill_trap_cust_id_err)
+    if (statPtr->l2PrcTrap)
         CM_TRACE(1, "PRC L2 Trill Cutomer ID Option err (exp_cust_id=%u). TRAP\n",
                  portRegPtr->rte_prc_l2_trill_exp_cust_id);
     else
@@ -18,7 +17,7 @@ void PrcL2TrillCustIdErr(CmRteStat *statPtr) {
 }
 
 void PrcL2TrillEofErr(CmRteStat *statPtr) {
-    prcL2Err(statPtr, statPtr->portRegPtr->rte_prc_l2_trill_trap_eof_err, DRP_EOF, "PRC L2 Trill EOF err. ");
+    prcL2Ck(statPtr, L2_CK_TRILL_EOF);
 }
 
 // A customer-ID error that ends the parse: always 0.
@@ -55,19 +54,8 @@ static void ttlErr(CmRteStat *statPtr, uint32_t trap, const char *name) {
     }
 }
 
-// The outer header and the first word of the TRILL header against what the port expects. Returns 1 to go on.
-static uint32_t trillCkOuter(CmRteStat *statPtr, uint32_t offset) {
-    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
-
-    if (portRegPtr->rte_prc_l2_trill_ck_outer_sa &&
-        statPtr->l2OuterSa !=
-            prcMac(portRegPtr->rte_prc_l2_trill_exp_outer_sa_w0, portRegPtr->rte_prc_l2_trill_exp_outer_sa_w1)) {
-        prcL2Err(statPtr, portRegPtr->rte_prc_l2_trill_trap_outer_sa_err, DRP_TRILL_MAC_EXP,
-                 "PRC Trill Outer SA err. ");
-        return 0;
-    }
-
+// The first word of the TRILL header. Returns 1 to go on.
+static uint32_t trillGetWord(CmRteStat *statPtr, uint32_t offset) {
     const uint32_t hword = prcHword(statPtr, offset);
     detectFlexKey(statPtr, FLEX_KEY_TRILL, offset - 2);
     statPtr->l2TrillVer = bits(hword, 15, 14);
@@ -80,7 +68,19 @@ static uint32_t trillCkOuter(CmRteStat *statPtr, uint32_t offset) {
         PrcL2EofErr(statPtr, 1);
         return 0;
     }
+    return 1;
+}
 
+static uint32_t trillCkOuterSa(CmRteStat *statPtr) {
+    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
+    const uint64_t expSa =
+        prcMac(portRegPtr->rte_prc_l2_trill_exp_outer_sa_w0, portRegPtr->rte_prc_l2_trill_exp_outer_sa_w1);
+    return !(statPtr->l2OuterSa != expSa && prcL2Ck(statPtr, L2_CK_TRILL_OUTER_SA));
+}
+
+static uint32_t trillCkOuterDa(CmRteStat *statPtr) {
+    const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
+    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
     const uint32_t outerDaIsAllRbDa = prcL2OuterDaIsAllRb(statPtr);
     const uint32_t trillUcastExpOuterDa =
         statPtr->l2OuterDa ==
@@ -89,43 +89,46 @@ static uint32_t trillCkOuter(CmRteStat *statPtr, uint32_t offset) {
 
     if (!statPtr->l2TrillMc && !outerDaIsAllRbDa && !trillUcastExpOuterDa &&
         bit(portRegPtr->rte_prc_l2_trill_ck_outer_ucast_da, 0)) {
-        prcL2TrapOrDrop(statPtr, portRegPtr->rte_prc_l2_trill_trap_outer_ucast_da_err, DRP_TRILL_MAC_EXP);
+        prcL2Ck(statPtr, L2_CK_TRILL_OUTER_UCAST_DA);
         CM_TRACE(1, "PRC Trill, unexpected outer DA err. exp_outer_ucast_da = %8.8x-%8.8x. all_rb_da=%8.8x-%8.8x. %s\n",
                  portRegPtr->rte_prc_l2_trill_exp_outer_ucast_da_w0, portRegPtr->rte_prc_l2_trill_exp_outer_ucast_da_w1,
-                 comRegPtr->rte_l2_trill_all_rb_da_w0, comRegPtr->rte_l2_trill_all_rb_da_w1,
-                 portRegPtr->rte_prc_l2_trill_trap_outer_ucast_da_err ? "TRAP" : "DROP");
+                 comRegPtr->rte_l2_trill_all_rb_da_w0, comRegPtr->rte_l2_trill_all_rb_da_w1, prcL2VerdictWord(statPtr));
         return 0;
     }
+    return 1;
+}
 
+static uint32_t trillCkOuterVid(CmRteStat *statPtr) {
     // A multicast TRILL frame may come on any outer VLAN.
-    if (!statPtr->l2TrillMc && portRegPtr->rte_prc_l2_trill_ck_outer_vid &&
-        bits(statPtr->l2OuterRcvVid, 11, 0) != portRegPtr->rte_prc_l2_trill_exp_outer_vid) {
+    if (!statPtr->l2TrillMc && prcL2CkOn(statPtr, L2_CK_TRILL_OUTER_VID) &&
+        bits(statPtr->l2OuterRcvVid, 11, 0) != statPtr->portRegPtr->rte_prc_l2_trill_exp_outer_vid) {
         CM_TRACE(1, "PRC Trill outer VID (0x%x) mismatch.\n", statPtr->l2OuterRcvVid);
-        prcL2Err(statPtr, portRegPtr->rte_prc_l2_trill_trap_outer_vid_err, DRP_TRILL_MAC_EXP,
-                 "PRC Trill outer VID err. ");
+        prcL2Ck(statPtr, L2_CK_TRILL_OUTER_VID);
         return 0;
     }
+    return 1;
+}
 
-    if (statPtr->l2TrillVer > comRegPtr->rte_l2_trill_exp_ver && portRegPtr->rte_prc_l2_trill_ck_ver) {
-        prcL2TrapOrDrop(statPtr, portRegPtr->rte_prc_l2_trill_trap_ver_err, DRP_TRILL_HDR);
-        if (portRegPtr->rte_prc_l2_trill_trap_ver_err)
-            CM_TRACE(1, "PRC Trill version (v=%u, exp=%u) err. TRAP\n", statPtr->l2TrillVer,
-                     comRegPtr->rte_l2_trill_exp_ver);
+static uint32_t trillCkVerMc(CmRteStat *statPtr) {
+    const uint32_t expVer = statPtr->comRegPtr->rte_l2_trill_exp_ver;
+    if (statPtr->l2TrillVer > expVer && prcL2Ck(statPtr, L2_CK_TRILL_VER)) {
+        if (statPtr->l2PrcTrap)
+            CM_TRACE(1, "PRC Trill version (v=%u, exp=%u) err. TRAP\n", statPtr->l2TrillVer, expVer);
         else
-            CM_TRACE(1, "PRC Trill version (%u, exp=%u) err. DROP\n", statPtr->l2TrillVer,
-                     comRegPtr->rte_l2_trill_exp_ver);
+            CM_TRACE(1, "PRC Trill version (%u, exp=%u) err. DROP\n", statPtr->l2TrillVer, expVer);
         statPtr->l2Etyp = 0;
         return 0;
     }
-
     // The flag with a unicast outer DA is no error.
-    if (outerDaIsAllRbDa && !statPtr->l2TrillMc && portRegPtr->rte_prc_l2_trill_ck_mc) {
-        prcL2Err(statPtr, portRegPtr->rte_prc_l2_trill_trap_mc_err, DRP_TRILL_HDR,
-                 "PRC Trill DA-allrb, trill_mc expected err. ");
+    if (prcL2OuterDaIsAllRb(statPtr) && !statPtr->l2TrillMc && prcL2Ck(statPtr, L2_CK_TRILL_MC)) {
         statPtr->l2Etyp = 0;
         return 0;
     }
+    return 1;
+}
 
+static uint32_t trillCkTtl(CmRteStat *statPtr) {
+    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
     if (statPtr->l2TrillTtl == 0) {
         if (portRegPtr->rte_prc_l2_trill_ck_ttl0) {
             ttlErr(statPtr, portRegPtr->rte_prc_l2_trill_trap_ttl0_err, "0");
@@ -141,6 +144,12 @@ static uint32_t trillCkOuter(CmRteStat *statPtr, uint32_t offset) {
         CM_TRACE(1, "PRC Trill TTL==1 but prc_l2_trill_ck_ttl1==0\n");
     }
     return 1;
+}
+
+// The outer header and the first word of the TRILL header against what the port expects. Returns 1 to go on.
+static uint32_t trillCkOuter(CmRteStat *statPtr, uint32_t offset) {
+    return trillCkOuterSa(statPtr) && trillGetWord(statPtr, offset) && trillCkOuterDa(statPtr) &&
+           trillCkOuterVid(statPtr) && trillCkVerMc(statPtr) && trillCkTtl(statPtr);
 }
 
 // The customer-ID option of three words at `offset`. Returns 1 to go on behind it.
@@ -163,11 +172,8 @@ static uint32_t trillCustIdOpt(CmRteStat *statPtr, uint32_t &offset) {
         if (portRegPtr->rte_prc_l2_trill_exp_cust_id == 1 && portRegPtr->rte_prc_l2_trill_ck_cust_id_cfg)
             return custIdErr(statPtr);
         // The chip stops at an option that it does not know even when it is told not to mind it.
-        if (portRegPtr->rte_prc_l2_trill_ck_opt) {
-            prcL2Err(statPtr, portRegPtr->rte_prc_l2_trill_trap_opt_err, DRP_TRILL_HDR,
-                     "PRC Trill option word0/1 mismatch. ");
+        if (prcL2Ck(statPtr, L2_CK_TRILL_OPT_WORD))
             statPtr->l2Etyp = 0;
-        }
         return 0;
     }
 
@@ -210,18 +216,15 @@ static uint32_t trillHdr(CmRteStat *statPtr, uint32_t &offset) {
     if (!statPtr->l2TrillRcvChbhOption && opt != 0 && opt != 3 && custIdExpected)
         return custIdErr(statPtr);
 
-    if (statPtr->l2TrillSa == statPtr->comRegPtr->rte_l2_trill_addr && portRegPtr->rte_prc_l2_trill_ck_loop) {
-        prcL2Err(statPtr, portRegPtr->rte_prc_l2_trill_trap_loop_err, DRP_TRILL_LOOP, "PRC Trill loop err. ");
+    if (statPtr->l2TrillSa == statPtr->comRegPtr->rte_l2_trill_addr && prcL2Ck(statPtr, L2_CK_TRILL_LOOP))
         return 0;
-    }
     if (statPtr->l2TrillRcvChbhOption == 1) {
         prcL2HdrVioTrap(statPtr);
         CM_TRACE(1, "PRC Trill CHBH option. TRAP\n");
         return 0;
     }
     // With the check off, the inner header is read from the start of the options.
-    if (!statPtr->l2TrillRcvChbhOption && opt != 0 && opt != 3 && portRegPtr->rte_prc_l2_trill_ck_opt) {
-        prcL2Err(statPtr, portRegPtr->rte_prc_l2_trill_trap_opt_err, DRP_TRILL_HDR, "PRC Trill option. ");
+    if (!statPtr->l2TrillRcvChbhOption && opt != 0 && opt != 3 && prcL2Ck(statPtr, L2_CK_TRILL_OPT)) {
         statPtr->l2Etyp = 0;
         return 0;
     }
@@ -232,8 +235,6 @@ static uint32_t trillHdr(CmRteStat *statPtr, uint32_t &offset) {
 
 // The inner addresses. Returns 1 to go on with `offset` behind them.
 static uint32_t innerAddr(CmRteStat *statPtr, uint32_t &offset) {
-    const CmRteHsiPortReg *portRegPtr = statPtr->portRegPtr;
-
     statPtr->l2TrillInnerDa = prcQword(statPtr, offset, 6);
     detectFlexKey(statPtr, FLEX_KEY_INNER_MAC, offset);
     if (!insideFrame(offset, 9, statPtr->frmLen))
@@ -251,17 +252,14 @@ static uint32_t innerAddr(CmRteStat *statPtr, uint32_t &offset) {
     statPtr->l2MacClsDa = statPtr->l2TrillInnerDa;
     statPtr->l2MacClsSa = statPtr->l2TrillInnerSa;
 
-    if (prcMacIsGrp(statPtr->l2TrillInnerSa) && portRegPtr->rte_prc_l2_ck_sa_bmcast) {
-        prcL2TrapOrDrop(statPtr, portRegPtr->rte_prc_l2_trap_sa_bmcast, DRP_L2_SA);
-        CM_TRACE(1, "PRC Trill inner SA is mcast err. innerSA=%llx. %s\n", innerSa,
-                 portRegPtr->rte_prc_l2_trap_sa_bmcast ? "TRAP" : "DROP");
+    if (prcMacIsGrp(statPtr->l2TrillInnerSa) && prcL2Ck(statPtr, L2_CK_SA_BMCAST)) {
+        CM_TRACE(1, "PRC Trill inner SA is mcast err. innerSA=%llx. %s\n", innerSa, prcL2VerdictWord(statPtr));
         statPtr->l2Etyp = 0;
         statPtr->l2MacClsEn = 0;
         return 0;
     }
-    if (statPtr->l2TrillInnerSa == statPtr->l2TrillInnerDa && portRegPtr->rte_prc_l2_ck_addr_lpbk) {
-        prcL2TrapOrDrop(statPtr, portRegPtr->rte_prc_l2_trap_addr_lpbk_err, DRP_SRC);
-        if (portRegPtr->rte_prc_l2_trap_addr_lpbk_err)
+    if (statPtr->l2TrillInnerSa == statPtr->l2TrillInnerDa && prcL2Ck(statPtr, L2_CK_ADDR_LPBK)) {
+        if (statPtr->l2PrcTrap)
             CM_TRACE(1, "PRC Trill inner MacSA==MacDA err. TRAP que=%u\n", statPtr->comRegPtr->rte_l2_hdr_vio_trap_que);
         else
             CM_TRACE(1, "PRC Trill inner MacSA==MacDA err. DROP\n");
@@ -283,9 +281,7 @@ static uint32_t innerSTag(CmRteStat *statPtr, uint32_t &offset) {
     if (!statPtr->l2QinqEn || vlanLocHword != portRegPtr->rte_prc_stag_etyp) {
         ClsEtyp(statPtr, vlanLocHword, 0);
         // On a C-port the S-tag is excused here; the verdict comes with the final type word.
-        return !(etypIsMoreStag &&
-                 prcL2CkSTagOnCPort(statPtr, statPtr->l2QinqEn && portRegPtr->rte_prc_l2_ck_s_tagged_on_c_port,
-                                    "PRC S-TAG on a C-PORT excused\n"));
+        return !(etypIsMoreStag && prcL2CkSTagOnCPort(statPtr, statPtr->l2QinqEn, "PRC S-TAG on a C-PORT excused\n"));
     }
 
     etypIsStag = 1;
@@ -299,7 +295,7 @@ static uint32_t innerSTag(CmRteStat *statPtr, uint32_t &offset) {
     if (!insideFrame(offset, 5, statPtr->frmLen))
         return innerEofErr(statPtr);
     ClsEtyp(statPtr, vlanLocHword, 0);
-    return !(etypIsMoreStag && prcL2CkMultipleSTag(statPtr));
+    return !(etypIsMoreStag && prcL2Ck(statPtr, L2_CK_MULTIPLE_S_TAGS));
 }
 
 // The inner tags, up to the place of the final type word. Returns 1 to go on.
@@ -358,13 +354,12 @@ static uint32_t innerTypLen(CmRteStat *statPtr, uint32_t offset, uint32_t &typLe
     ClsEtyp(statPtr, typLen, 0);
     if (!insideFrame(offset, 5, statPtr->frmLen))
         return innerEofErr(statPtr);
-    if (statPtr->isCTagged && etypIsCtag && prcL2CkMultipleCTag(statPtr))
+    if (statPtr->isCTagged && etypIsCtag && prcL2Ck(statPtr, L2_CK_MULTIPLE_C_TAGS))
         return 0;
     if (etypIsMoreStag) {
-        if (statPtr->l2QinqEn && statPtr->isSTagged && prcL2CkMultipleSTag(statPtr))
+        if (statPtr->l2QinqEn && statPtr->isSTagged && prcL2Ck(statPtr, L2_CK_MULTIPLE_S_TAGS))
             return 0;
-        if (!statPtr->l2QinqEn && prcL2CkSTagOnCPort(statPtr, statPtr->portRegPtr->rte_prc_l2_ck_s_tagged_on_c_port,
-                                                     "S-TAG at the worng location. excused\n"))
+        if (!statPtr->l2QinqEn && prcL2CkSTagOnCPort(statPtr, 1, "S-TAG at the worng location. excused\n"))
             return 0;
     }
     if (!PrcL2CkTypLen(statPtr, typLen)) {

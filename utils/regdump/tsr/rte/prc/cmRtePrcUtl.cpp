@@ -3,8 +3,29 @@
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
 
+namespace {
+
 // The driver clears this many bytes behind the frame; the chip's parser sees nothing further on.
-static constexpr uint32_t kClearedTail = 28;
+constexpr uint32_t kClearedTail = 28;
+
+using PortReg = uint32_t CmRteHsiPortReg::*;
+
+struct CkRow {
+    PortReg ck; // null: nothing excuses the error
+    PortReg trap;
+    uint32_t dropRsn;
+    const char *text;
+    const char *excuse;
+};
+
+constexpr CkRow kCkRows[] = {
+#define L2_CK(name, ck, trap, dropRsn, text, excuse)                                                                   \
+    {&CmRteHsiPortReg::ck, &CmRteHsiPortReg::trap, dropRsn, text, excuse},
+#define L2_CK_NO_CK(name, trap, dropRsn, text) {nullptr, &CmRteHsiPortReg::trap, dropRsn, text, ""},
+#include "prc/cmRtePrcL2Ck.def"
+};
+
+} // namespace
 
 uint32_t prcByte(const CmRteStat *statPtr, uint32_t offset) {
     return offset < static_cast<uint64_t>(statPtr->frmLen) + kClearedTail ? statPtr->frm[offset] : 0;
@@ -36,24 +57,31 @@ void prcL2Drop(CmRteStat *statPtr, uint32_t rsn) {
     statPtr->l2PrcDropRsn = rsn;
 }
 
-void prcL2TrapOrDrop(CmRteStat *statPtr, uint32_t trap, uint32_t rsn) {
-    if (trap)
-        prcL2HdrVioTrap(statPtr);
-    else
-        prcL2Drop(statPtr, rsn);
-}
-
-void prcL2Err(CmRteStat *statPtr, uint32_t trap, uint32_t rsn, const char *text) {
-    prcL2TrapOrDrop(statPtr, trap, rsn);
-    CM_TRACE(1, "%s%s\n", text, trap ? "TRAP" : "DROP");
-}
-
-uint32_t prcL2CkErr(CmRteStat *statPtr, uint32_t ck, uint32_t trap, uint32_t rsn, const char *text,
-                    const char *excuse) {
-    if (!ck) {
-        CM_TRACE(3, "%s", excuse);
+uint32_t prcL2Ck(CmRteStat *statPtr, PRC_L2_CK ck) {
+    const CkRow &row = kCkRows[ck];
+    if (!prcL2CkOn(statPtr, ck)) {
+        if (*row.excuse)
+            CM_TRACE(3, "%s\n", row.excuse);
         return 0;
     }
-    prcL2Err(statPtr, trap, rsn, text);
+    if (prcL2CkTraps(statPtr, ck))
+        prcL2HdrVioTrap(statPtr);
+    else
+        prcL2Drop(statPtr, row.dropRsn);
+    if (*row.text)
+        CM_TRACE(1, "%s%s\n", row.text, prcL2VerdictWord(statPtr));
     return 1;
+}
+
+bool prcL2CkOn(const CmRteStat *statPtr, PRC_L2_CK ck) {
+    const PortReg reg = kCkRows[ck].ck;
+    return !reg || statPtr->portRegPtr->*reg;
+}
+
+bool prcL2CkTraps(const CmRteStat *statPtr, PRC_L2_CK ck) {
+    return statPtr->portRegPtr->*kCkRows[ck].trap;
+}
+
+const char *prcL2VerdictWord(const CmRteStat *statPtr) {
+    return statPtr->l2PrcTrap ? "TRAP" : "DROP";
 }
