@@ -138,7 +138,9 @@ TEST(HsiWord, CommonAndPortRegistersByName) {
 }
 
 /// Whether the word of register `Reg` has the field of `Other` at `field`.
-template <class Reg, class Field> constexpr bool kHasField = requires(RegWord<Reg> word, Field field) { word[field]; };
+template <class Reg, class Field> constexpr bool kHasField = requires(RegWord<Reg> word, Field field) {
+    word[field];
+};
 
 static_assert(kHasField<comReg::RTE_L2_TRILL_CFG_0, decltype(comReg::RTE_L2_TRILL_CFG_0::rte_l2_trill_etyp)>);
 static_assert(!kHasField<comReg::RTE_L2_TRILL_CFG_0, decltype(portReg::RTE_PRC_VLAN_ETYP::rte_prc_stag_etyp)>,

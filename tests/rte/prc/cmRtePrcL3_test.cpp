@@ -1,5 +1,5 @@
-// The layer-3 errors of the parser: for each, the registers that decide on it, what it stores, over which verdicts, what
-// it voids and latches, and its line.
+// The layer-3 errors of the parser: for each, the registers that decide on it, what it stores, over which verdicts,
+// what it voids and latches, and its line.
 
 #include "model_fixture.h"
 #include "prc/cmRtePrcL3.h"
@@ -183,8 +183,7 @@ TEST_F(PrcL3CkTest, AnErrorIsStoredAsATrap) {
                     port.*row.ckFld = 1;
                 if (row.trapFld)
                     port.*row.trapFld = 1;
-                const std::string line =
-                    row.trapLine.empty() ? "" : "CM port=0, frameIdx=17>> " + row.trapLine + "\n";
+                const std::string line = row.trapLine.empty() ? "" : "CM port=0, frameIdx=17>> " + row.trapLine + "\n";
                 EXPECT_EQ(printed([&] { EXPECT_EQ(prcL3Ck(&stat, row.ck, inner), L3_CK_STORED); }), line);
                 const bool latches = row.latch == ALWAYS || (row.latch == INNER && inner);
                 expect(33, row.trapRsn, row.voids == KEEPS ? prior.dropRsn : 0, latches ? row.trapRsn : prior.latched);
@@ -207,8 +206,7 @@ TEST_F(PrcL3CkTest, AnErrorIsStoredAsADrop) {
                 begin(row, prior);
                 if (row.ckFld)
                     port.*row.ckFld = 1;
-                const std::string line =
-                    row.dropLine.empty() ? "" : "CM port=0, frameIdx=17>> " + row.dropLine + "\n";
+                const std::string line = row.dropLine.empty() ? "" : "CM port=0, frameIdx=17>> " + row.dropLine + "\n";
                 EXPECT_EQ(printed([&] { EXPECT_EQ(prcL3Ck(&stat, row.ck, inner), L3_CK_STORED); }), line);
                 const bool latches = row.latch == ALWAYS || (row.latch == INNER && inner);
                 expect(row.voids == VOIDS_ALL ? 0 : prior.que, row.voids == KEEPS ? prior.trapRsn : 0, row.dropRsn,

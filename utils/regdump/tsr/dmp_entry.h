@@ -9,9 +9,7 @@
 /// Where an entry stands: kOffset is the byte offset of its row in `Dmp`, the record of the image or of a group.
 template <class Entry> struct DmpRow;
 #define DMP(Type, form, rowName, words, use, text, ...)                                                                \
-    template <> struct DmpRow<Type> {                                                                                  \
-        template <class Dmp> static constexpr size_t kOffset = offsetof(Dmp, rowName);                                 \
-    };
+    template <> struct DmpRow<Type> { template <class Dmp> static constexpr size_t kOffset = offsetof(Dmp, rowName); };
 #include "tbl/tsr_tbl.def"
 
 // The places of an entry's fields, `<Type>At`, for a value that keeps its place. Fields in pieces have none.

@@ -24,15 +24,11 @@ template <uint32_t N> uint32_t slotVld(const uint32_t *his, uint32_t vldPos) {
 }
 
 // The four slots of a history stand behind one another.
-#define SLOTS(name, suffix, words)                                                                                     \
-    static_assert(                                                                                                     \
-        offsetof(CmRteHsiComReg, rte_his_##name##_1##suffix) - offsetof(CmRteHsiComReg, rte_his_##name##_0##suffix) == \
-            (words) * sizeof(uint32_t) &&                                                                              \
-        offsetof(CmRteHsiComReg, rte_his_##name##_3##suffix) - offsetof(CmRteHsiComReg, rte_his_##name##_0##suffix) == \
-            3 * (words) * sizeof(uint32_t));
-#define HIS(name, range, width, vld) SLOTS(name, , 1)
-#define HIS_WORD(name, vld) SLOTS(name, , 1)
-#define HIS_KEY(name, words, vld) SLOTS(name, _w0, words)
+#define SLOTS(name, words)                                                                                             \
+    static_assert(sizeof(CmRteHsiComReg::rte_his_##name) == kSlotCnt * (words) * sizeof(uint32_t));
+#define HIS(name, range, width, vld) SLOTS(name, 1)
+#define HIS_WORD(name, vld) SLOTS(name, 1)
+#define HIS_KEY(name, words, vld) SLOTS(name, words)
 #include "base/cmRteHis.def"
 #undef SLOTS
 
@@ -48,6 +44,11 @@ template <uint32_t N> void push(const CmRteHisCtl &ctl, uint32_t slot0Vld, const
         his[i] = his[i + N];
     for (uint32_t i = 0; i < N; i++)
         his[(kSlotCnt - 1) * N + i] = words[i];
+}
+
+/// The first word of slot 0 of the history at byte `offset` of the register file.
+uint32_t *slots(CmRteHsiComReg *comRegPtr, size_t offset) {
+    return reinterpret_cast<uint32_t *>(comRegPtr) + offset / sizeof(uint32_t);
 }
 
 } // namespace
@@ -119,7 +120,7 @@ void RteHisUL3CtlMacTcam(const CmRteHisCtl &ctl, const uint32_t (&key)[14], uint
 void capture(const CmRteStat *statPtr, const CmRteHisAddr &his, uint32_t addr, uint32_t flags) {
     CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     CmRteHisU32(hisCtl(statPtr), flags << his.width | addr, comRegPtr->*his.rngHi, comRegPtr->*his.rngLo,
-                (1u << his.width) - 1, his.vldPos, &(comRegPtr->*his.first));
+                (1u << his.width) - 1, his.vldPos, slots(comRegPtr, his.offset));
 }
 
 void capture(const CmRteStat *statPtr, const CmRteHisKey &his, const uint32_t *key, uint32_t wordCnt) {
@@ -130,7 +131,7 @@ void capture(const CmRteStat *statPtr, const CmRteHisKey &his, const uint32_t *k
 
     const auto qword = [&](uint32_t first) { return uint64_t{words[first]} << 32 | words[first + 1]; };
     const CmRteHisCtl ctl = hisCtl(statPtr);
-    uint32_t *first = &(statPtr->comRegPtr->*his.first);
+    uint32_t *first = slots(statPtr->comRegPtr, his.offset);
     switch (his.words) {
     case 1:
         return CmRteHisU32NoRng(ctl, words[0], his.vldPos, first);

@@ -47,16 +47,17 @@ void CmRteHisU160NoRng(const CmRteHisCtl &ctl, uint64_t key0, uint64_t key1, uin
 /// Fourteen words a slot: the key of the layer-3 control TCAM, most significant word first.
 void RteHisUL3CtlMacTcam(const CmRteHisCtl &ctl, const uint32_t (&key)[14], uint32_t vldPos, uint32_t *his);
 
-/// The registers of a history of keys: the first word of slot 0, the words of a slot, the valid flag's position.
+/// The registers of a history of keys: the place of slot 0 in the register file, the words of a slot, the valid flag's
+/// position.
 struct CmRteHisKey {
-    uint32_t CmRteHsiComReg::*first;
+    size_t offset; // in bytes
     uint32_t words;
     uint32_t vldPos;
 };
 
 /// The registers of a history of addresses of `width` bits, and the bounds of what it keeps.
 struct CmRteHisAddr {
-    uint32_t CmRteHsiComReg::*first;
+    size_t offset; // of slot 0 in the register file, in bytes
     uint32_t CmRteHsiComReg::*rngHi;
     uint32_t CmRteHsiComReg::*rngLo;
     uint32_t width;
@@ -66,12 +67,12 @@ struct CmRteHisAddr {
 /// The histories by name.
 namespace his {
 #define HIS(name, range, width, vld)                                                                                   \
-    inline constexpr CmRteHisAddr name = {&CmRteHsiComReg::rte_his_##name##_0,                                         \
+    inline constexpr CmRteHisAddr name = {offsetof(CmRteHsiComReg, rte_his_##name),                                    \
                                           &CmRteHsiComReg::rte_lue_##range##_addr_hi,                                  \
                                           &CmRteHsiComReg::rte_lue_##range##_addr_lo, width, vld};
-#define HIS_WORD(name, vld) inline constexpr CmRteHisKey name = {&CmRteHsiComReg::rte_his_##name##_0, 1, vld};
+#define HIS_WORD(name, vld) inline constexpr CmRteHisKey name = {offsetof(CmRteHsiComReg, rte_his_##name), 1, vld};
 #define HIS_KEY(name, words, vld)                                                                                      \
-    inline constexpr CmRteHisKey name = {&CmRteHsiComReg::rte_his_##name##_0_w0, words, vld};
+    inline constexpr CmRteHisKey name = {offsetof(CmRteHsiComReg, rte_his_##name), words, vld};
 #include "base/cmRteHis.def"
 } // namespace his
 

@@ -231,9 +231,7 @@ void pickVpn(CmRteStat *statPtr, const CloudVpn &rslt, uint32_t iscvid) {
 
 void clsPolicy(CmRteStat *statPtr, const CloudLkup &lkup) {
     const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const uint32_t mask[4] = {comRegPtr->csc_policy_mask_0, comRegPtr->csc_policy_mask_1, comRegPtr->csc_policy_mask_2,
-                              comRegPtr->csc_policy_mask_3};
-    const ClsIdx policy = firstCloud(lkup, mask, comRegPtr->csc_unk_policy_rslt_addr);
+    const ClsIdx policy = firstCloud(lkup, comRegPtr->csc_policy_mask, comRegPtr->csc_unk_policy_rslt_addr);
     if (policy.hit)
         CM_TRACE(1, "[TCAM][Cloud][Hit] Policy HitIdx: 0x%x\n", policy.idx);
     statPtr->policyId = field<&CloudPolicy::policy_id>(statPtr->memPtr->RTE_CLOUD_RSLT_POLICY_SRAM, policy.idx);

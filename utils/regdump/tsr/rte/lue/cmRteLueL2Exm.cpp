@@ -23,12 +23,6 @@ constexpr uint32_t kVids = 0x2000;
 constexpr uint32_t kDbgCnts = 16;
 constexpr unsigned kMcastMacBit = 40;
 
-// The ranges of the chip's own addresses stand in a row, one field a register.
-static_assert(offsetof(CmRteHsiComReg, rte_l2_chs_mac_hi_127) ==
-              offsetof(CmRteHsiComReg, rte_l2_chs_mac_hi_0) + (MyDaLkup::kEntries - 1) * sizeof(uint32_t));
-static_assert(offsetof(CmRteHsiComReg, rte_l2_chs_mac_lo_127) ==
-              offsetof(CmRteHsiComReg, rte_l2_chs_mac_lo_0) + (MyDaLkup::kEntries - 1) * sizeof(uint32_t));
-
 unsigned long long mac(uint64_t addr) {
     return bits64(addr, 47, 0);
 }
@@ -282,8 +276,8 @@ bool findMyDaRange(const CmRteStat *statPtr, const MyDaLkup &lkup, uint64_t addr
     const CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
     const uint32_t low = static_cast<uint32_t>(bits64(addr, 23, 0));
     for (const uint32_t idx : lkup.hits()) {
-        const uint32_t rngLo = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_chs_mac_lo_0, idx);
-        const uint32_t rngHi = regElem(comRegPtr, &CmRteHsiComReg::rte_l2_chs_mac_hi_0, idx);
+        const uint32_t rngLo = comRegPtr->rte_l2_chs_mac_lo[idx];
+        const uint32_t rngHi = comRegPtr->rte_l2_chs_mac_hi[idx];
         if (rngLo <= low && low <= rngHi) {
             *idxPtr = idx;
             return true;

@@ -195,7 +195,7 @@ uint32_t L2PselLgid(uint32_t lgid, CmRteStat *statPtr) {
 void MctMpSts(uint32_t mct_addr, CmRteStat *statPtr) {
     CmRteHsiMem *memPtr = statPtr->memPtr;
     const uint32_t mctid = mct_addr % kPathRows / kPaths;
-    const uint32_t grp = findGrp(statPtr->comRegPtr, &CmRteHsiComReg::rte_l2_psel_sts_mctid_0, 32, mctid);
+    const uint32_t grp = findGrp(statPtr->comRegPtr->rte_l2_psel_sts_mctid, mctid);
     if (grp == kNoGrp)
         return;
     const uint32_t row = grp * kPaths + mct_addr % kPaths;
@@ -207,7 +207,7 @@ void MctMpSts(uint32_t mct_addr, CmRteStat *statPtr) {
 void L2MpidSts(uint32_t mp_addr, CmRteStat *statPtr) {
     CmRteHsiMem *memPtr = statPtr->memPtr;
     const uint32_t mpid = mp_addr % kPathRows / kPaths;
-    const uint32_t grp = findGrp(statPtr->comRegPtr, &CmRteHsiComReg::rte_l2_psel_sts_mpid_0, 32, mpid);
+    const uint32_t grp = findGrp(statPtr->comRegPtr->rte_l2_psel_sts_mpid, mpid);
     if (grp == kNoGrp)
         return;
     const uint32_t row = grp * kPaths + mp_addr % kPaths;
