@@ -372,6 +372,27 @@ TEST_F(EmbeddedMemoryTest, APackedWriteReadsAsItsUnpackedLine) {
     EXPECT_FALSE(mem.isWritten(1));
 }
 
+TEST_F(EmbeddedMemoryTest, APackedReadGivesTheFieldsOfTheEntry) {
+    const uint32_t written[3] = {0xabcdef12, 0x11111111, 0xffffff22};
+    mem.writeRaw(2, written);
+    mem.writeAt(1, aLine(0x1ff, 2), false, true);
+    for (const uint32_t addr : {0u, 1u, 2u}) {
+        M_T ln_;
+        ASSERT_EQ(mem.readEntry(addr, ln_), 0);
+        uint32_t expected[3] = {};
+        def.packBinaryKey(ln_, expected);
+        uint32_t words[3] = {~0u, ~0u, ~0u};
+        ASSERT_EQ(mem.readRaw(addr, words), 0);
+        for (int w = 0; w < 3; w++)
+            EXPECT_EQ(words[w], expected[w]) << addr << " word " << w;
+    }
+    uint32_t words[3] = {1, 2, 3};
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(mem.readRaw(mem.memSize(), words), -1);
+    EXPECT_NE(testing::internal::GetCapturedStdout().find("smaller than read address"), std::string::npos);
+    EXPECT_EQ(words[2], 3u);
+}
+
 TEST_F(EmbeddedMemoryTest, TheLaterOfTwoWritesCounts) {
     const uint32_t words[3] = {0x00070008, 0, 0};
     mem.writeAt(0, aLine(1, 2), false, true);

@@ -252,19 +252,27 @@ void Register::setWord(uint32_t word, bool dutWr, bool isPoke) {
 
 EmbeddedMemory::EmbeddedMemory(const MemoryDefinition *def, tDutWrPoke wrPoke, tDutRdPeek rdPeek)
     : MemOrRegBase(def, wrPoke, rdPeek), resetVal(def->numFields(), def->field_zero), size(def->memSize),
-      rawWords(def->keyWords()) {
+      rawWords(def->keyWords()), rawMask(rawWords) {
+    M_T ones = resetVal;
     for (const auto &[key, fld] : def->fieldDefinitions) {
         CM_ASSERT_TXT(fld.pos < resetVal.size(), "aFld.pos < ln_.size()");
         resetVal[fld.pos] = fld.resetValue;
+        ones[fld.pos] = fld.getMask();
     }
+    def->packBinaryKey(ones, rawMask.data());
+}
+
+bool EmbeddedMemory::isInside(uint32_t addr) const {
+    if (addr < size)
+        return true;
+    std::printf("Error: memory '%s', defined size (%u) smaller than read address (%u)\n", pMemRegDef->name.c_str(),
+                size, addr);
+    return false;
 }
 
 int EmbeddedMemory::readEntry(uint32_t addr, M_T &out, bool dutRd, bool isPeek) {
-    if (addr >= size) {
-        std::printf("Error: memory '%s', defined size (%u) smaller than read address (%u)\n", pMemRegDef->name.c_str(),
-                    size, addr);
+    if (!isInside(addr))
         return -1;
-    }
     if (!rawWritten.empty() && rawWritten[addr])
         pMemRegDef->unpackBinaryKey(&rawContent[static_cast<size_t>(addr) * rawWords], out);
     else if (const auto entry = memContent.find(addr); entry != memContent.end())
@@ -324,6 +332,21 @@ void EmbeddedMemory::writeRaw(uint32_t addr, const uint32_t *words) {
     rawWritten[addr] = true;
     if (!memContent.empty())
         memContent.erase(addr);
+}
+
+int EmbeddedMemory::readRaw(uint32_t addr, uint32_t *words) const {
+    if (!isInside(addr))
+        return -1;
+    if (!rawWritten.empty() && rawWritten[addr]) {
+        const uint32_t *raw = &rawContent[static_cast<size_t>(addr) * rawWords];
+        for (uint32_t w = 0; w < rawWords; w++)
+            words[w] = raw[w] & rawMask[w];
+        return 0;
+    }
+    const auto entry = memContent.find(addr);
+    std::fill_n(words, rawWords, 0u);
+    pMemRegDef->packBinaryKey(entry != memContent.end() ? entry->second : resetVal, words);
+    return 0;
 }
 
 bool EmbeddedMemory::isWritten(uint32_t addr) const {

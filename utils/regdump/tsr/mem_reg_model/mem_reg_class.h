@@ -161,6 +161,9 @@ public:
     /// Stores the keyWords() words of a packed entry, lowest bits first; it then reads as the line that unpackBinaryKey
     /// makes of them. An address beyond the memory is dropped.
     void writeRaw(uint32_t addr, const uint32_t *words);
+    /// The inverse: packs entry `addr` into keyWords() words, lowest bits first; bits without a field are 0. Returns 0,
+    /// or -1 after a message for an address beyond the memory.
+    int readRaw(uint32_t addr, uint32_t *words) const;
     /// Whether the entry was ever written.
     bool isWritten(uint32_t addr) const;
     uint32_t memSize() const { return size; }
@@ -169,8 +172,11 @@ public:
     M_T resetVal;
 
 private:
+    bool isInside(uint32_t addr) const;
+
     uint32_t size;
     uint32_t rawWords;
+    std::vector<uint32_t> rawMask;    // the bits of a packed word that have a field
     std::vector<uint32_t> rawContent; // entries that were written as packed words
     std::vector<bool> rawWritten;
 };
