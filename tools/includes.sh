@@ -10,15 +10,16 @@ image:
 mem_reg_model:
 base: tsr_reg.h
 tfe: base
-tae: base mem_reg_model
-tbl: base tfe tae
-prc: base tbl/tsr_tbl.h
-lue: base tfe tae cmAssert.h tbl/tsr_tbl.h
-roc: base lue/cmRteLueLrn.h cmAssert.h tbl/tsr_tbl.h
+layout:
+tae: base mem_reg_model layout
+tbl: base tfe tae layout
+prc: base layout
+lue: base tfe tae cmAssert.h layout
+roc: base lue/cmRteLueLrn.h cmAssert.h layout
 log: base
 hsi: base tfe tae log tsr_reg.h be_word.h
 engine: base tfe tae hsi log tsr_reg.h
-tsr: image base tfe tae hsi tbl
+tsr: image base tfe tae hsi layout tbl
 '
 
 # Sets roomOf to the room of the file at path $1.
@@ -30,7 +31,8 @@ setRoomOf() {
         ;;
     utils/regdump/tsr/rte/*) roomOf=engine ;;
     utils/regdump/tsr/mem_reg_model/*) roomOf=mem_reg_model ;;
-    utils/regdump/tsr/tbl/*) roomOf=tbl ;;
+    utils/regdump/tsr/tbl/tsr_tbl_desc.*) roomOf=tbl ;;
+    utils/regdump/tsr/tbl/*) roomOf=layout ;;
     utils/regdump/tsr/*) roomOf=tsr ;;
     *) roomOf=image ;;
     esac

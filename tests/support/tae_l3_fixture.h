@@ -71,6 +71,13 @@ inline Words wordsOf(const Fields &fields) {
     return words;
 }
 
+/// The words of a result.
+inline Words packed(const L3PselRslt &rslt) {
+    Words words = {};
+    pack(rslt, words.data());
+    return words;
+}
+
 constexpr uint32_t kAclDropPtr = 0x11111;
 constexpr uint32_t kDropPtr = 0x22222;
 constexpr uint32_t kIpv4Sel = 1;
@@ -184,10 +191,8 @@ protected:
     }
 
     uint32_t got(const std::string &field) {
-        Words words;
-        std::memcpy(words.data(), &rslt, sizeof words);
         const RsltField &f = rsltField(field);
-        return bits(words[f.word], f.hi, f.lo);
+        return bits(packed(rslt)[f.word], f.hi, f.lo);
     }
 
     /// Searches, and compares the whole result word: fields that are not named must be 0.
@@ -196,9 +201,7 @@ protected:
         const Words expected = wordsOf(fields);
         for (const RsltField &f : kRsltFields)
             EXPECT_EQ(got(f.name), bits(expected[f.word], f.hi, f.lo)) << f.name;
-        Words words;
-        std::memcpy(words.data(), &rslt, sizeof words);
-        EXPECT_EQ(words, expected);
+        EXPECT_EQ(packed(rslt), expected);
     }
 
     static std::string printed(const std::function<void()> &fn) {

@@ -567,7 +567,9 @@ TEST_F(TaeL2DeathTest, AGroupAbove29StopsTheRun) {
         "CM L2 TAE Error>> logical Groups \\(TAE_BANK_GRP_1_REG\\) is 30 \\(>=30\\)\n.*Assertion `logicalGroup<30'");
     // Also for a bank whose type is not searched.
     enable(7, ACLT_L3_IPV4, 31);
-    EXPECT_EXIT(lookup(), testing::KilledBySignal(SIGABRT), "logicalGroup<30");
+    EXPECT_EXIT(
+        lookup(), testing::KilledBySignal(SIGABRT),
+        "bool CmTaeLkup::lookupL2Acl\\(tL2AclInterface, M_T&, uint32_t&\\): Assertion `logicalGroup<30' failed");
     setReg("TAE_BANK_EN_REG", 0);
     EXPECT_FALSE(lookup());
 }

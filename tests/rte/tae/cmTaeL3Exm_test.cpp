@@ -58,6 +58,9 @@ TEST_F(TaeL3Exm, MissLeavesTheExactMatchResultAlone) {
     EXPECT_EQ(out.nxt_hop_rslt_idx, 0x777u);
 }
 
+// A result's word 0 has no field, nor have the six lowest bits of word 1.
+constexpr Words kBucketRslt = {0, 0x05060700, 0x090a0b0c, 0x0d0e0f10};
+
 // Every index word names the same bucket, so the bucket holds the key whatever its hash.
 TEST_F(TaeL3Exm, Ipv4ExactMatchInABucket) {
     clearExm();
@@ -72,9 +75,7 @@ TEST_F(TaeL3Exm, Ipv4ExactMatchInABucket) {
     std::copy(words.begin(), words.end(), tae.mem.TAE_IPV4_EXM_RSLT + 4 * (8 * bucket + pos));
     L3PselRslt out = {};
     EXPECT_EQ(tae.doIpv4ExmLu(exmKey, &out), 1u);
-    Words gotWords;
-    std::memcpy(gotWords.data(), &out, sizeof gotWords);
-    EXPECT_EQ(gotWords, words);
+    EXPECT_EQ(packed(out), kBucketRslt);
 }
 
 TEST_F(TaeL3Exm, Ipv6ExactMatchInABucket) {
@@ -89,9 +90,7 @@ TEST_F(TaeL3Exm, Ipv6ExactMatchInABucket) {
     std::copy(words.begin(), words.end(), tae.mem.TAE_IPV6_EXM_RSLT + 4 * (8 * bucket + pos));
     L3PselRslt out = {};
     EXPECT_EQ(tae.doIpv6ExmLu(exmKey, &out), 1u);
-    Words gotWords;
-    std::memcpy(gotWords.data(), &out, sizeof gotWords);
-    EXPECT_EQ(gotWords, words);
+    EXPECT_EQ(packed(out), kBucketRslt);
 }
 
 // The results of the last 256 and 128 entries belong to the overflow TCAM.
@@ -129,11 +128,11 @@ TEST_F(TaeL3Exm, SwapRegistersSteerTheSegmentsFromTheTop) {
         std::fill(std::begin(tae.mem.TAE_IPV4_EXM_BKT), std::end(tae.mem.TAE_IPV4_EXM_BKT), 0u);
         for (uint32_t bucket = 0; bucket < 4064; bucket++) {
             std::copy(key.begin(), key.end(), tae.mem.TAE_IPV4_EXM_BKT + 32 * bucket + 1);
-            tae.mem.TAE_IPV4_EXM_RSLT[32 * bucket] = bucket;
+            tae.mem.TAE_IPV4_EXM_RSLT[32 * bucket + 3] = bucket << 4; // nxt_hop_rslt_idx
         }
         L3PselRslt out = {};
         const uint32_t hit = tae.doIpv4ExmLu(key.data(), &out);
-        return std::pair(hit, static_cast<uint32_t>(out.does_not_exist_in_hw));
+        return std::pair(hit, out.nxt_hop_rslt_idx);
     };
     const std::pair<std::array<uint32_t, 3>, std::array<uint32_t, 3>> rows4[] = {
         {{0x10, 0, 0}, {0x20, 0, 0}},
@@ -154,11 +153,11 @@ TEST_F(TaeL3Exm, SwapRegistersSteerTheSegmentsFromTheTop) {
         std::fill(std::begin(tae.mem.TAE_IPV6_EXM_BKT), std::end(tae.mem.TAE_IPV6_EXM_BKT), 0u);
         for (uint32_t bucket = 0; bucket < 1008; bucket++) {
             std::copy(key.begin(), key.end(), tae.mem.TAE_IPV6_EXM_BKT + 128 * bucket + 7);
-            tae.mem.TAE_IPV6_EXM_RSLT[32 * bucket] = bucket;
+            tae.mem.TAE_IPV6_EXM_RSLT[32 * bucket + 3] = bucket << 4; // nxt_hop_rslt_idx
         }
         L3PselRslt out = {};
         const uint32_t hit = tae.doIpv6ExmLu(key.data(), &out);
-        return std::pair(hit, static_cast<uint32_t>(out.does_not_exist_in_hw));
+        return std::pair(hit, out.nxt_hop_rslt_idx);
     };
     for (uint32_t reg = 0; reg < 5; reg++) {
         const std::string name = "TAE_IPV6_EXM_KEY_SWAP_CTRL_" + std::to_string(reg) + "_REG";
@@ -220,6 +219,18 @@ TEST_F(TaeL3Exm, ExactMatchTakesThePlaceOfItsBank) {
     expectRslt({{"span_en", 1}, {"span_id", 7}});
     EXPECT_EQ(trace(), "CM port=3, frameIdx=7>> [L3Acl] IPv4 EXM result=0x00000000_00000000_00000000_3c000000\n"
                        "CM port=3, frameIdx=7>> [lookupL3Acl] ipv4 EXM result replaced TCAM bank 4\n");
+}
+
+TEST_F(TaeL3Exm, TheTraceShowsTheWholeWordsOfAResult) {
+    clearExm();
+    exmCfg(kExmCfg4 | 4u << 12);
+    ipv4ExmEntry(0, exmKey, {});
+    uint32_t *words = tae.mem.TAE_IPV4_EXM_RSLT + 4 * (32768 - 256);
+    words[0] = 0x12345678; // no field
+    words[1] = 0x0000003f; // nor here
+    EXPECT_EQ(trace(), "CM port=3, frameIdx=7>> [L3Acl] IPv4 EXM result=0x12345678_0000003f_00000000_00000000\n"
+                       "CM port=3, frameIdx=7>> [lookupL3Acl] ipv4 EXM result replaced TCAM bank 4\n");
+    expectRslt({});
 }
 
 TEST_F(TaeL3Exm, ExactMatchWorksInABankThatIsOff) {

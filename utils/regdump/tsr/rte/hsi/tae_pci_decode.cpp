@@ -46,7 +46,7 @@ struct TcamPlace {
 
 /// Bit n: the banks 2n and 2n + 1 are joined.
 uint32_t joinedPairs(const CmTaeLkup *taePtr) {
-    return taePtr->BLK_REG_GET_FLD("TAE_BANK_PRTCL_SEL_0_REG", "bank_prtcl_sel_0");
+    return taePtr->regs.bank_prtcl_sel_0();
 }
 
 /// Decodes `addr` by the layout of the bank `bank`. The result's bank is the one that the address names in that layout,

@@ -6,6 +6,7 @@
 #include "lue/cmRteLue.h"
 #include "tae/cmTae.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace {
@@ -68,17 +69,12 @@ uint32_t ckL3Configured(const CmRteStat *statPtr) {
     return !statPtr->l2ExmDaIsMgidOrig && CmRteCkRteRqdEgidL2(statPtr->comRegPtr, statPtr->l2ExmDaEgidOrig);
 }
 
-/// A key of the ACL under construction; fields are cut to their width when it is packed.
-class AclKey {
-public:
-    explicit AclKey(const RegMemDefinition &def_) : def(def_), ln_(def_.numFields()) {}
-    void set(const char *name, uint64_t value) { def.setField2(name, ln_, {static_cast<uint32_t>(value), value}); }
-    void pack(uint32_t (&key)[8]) const { def.packBinaryKey(ln_, key); }
-
-private:
-    const RegMemDefinition &def;
-    M_T ln_;
-};
+/// Writes a key as the ACL searches it, lowest bits first; fields are cut to their width.
+template <class Key> void putAclKey(const Key &acl, uint32_t (&key)[8]) {
+    std::fill(std::begin(key), std::end(key), 0u);
+    pack(acl, key);
+    reverseKey(key, Key::kWords);
+}
 
 void buildAclKey(const CmRteStat *statPtr, uint32_t isDaLu, const FcoeRouted &routed, uint32_t (&key)[8]) {
     const AclPorts ports = pickPorts(statPtr, isDaLu, routed);
@@ -96,42 +92,42 @@ void buildAclKey(const CmRteStat *statPtr, uint32_t isDaLu, const FcoeRouted &ro
         trillDrbridge = statPtr->comRegPtr->trill_res_rb;
     }
 
-    AclKey acl(CmTaeLkup::l2AclTcamFieldDef());
-    acl.set("is_stagged", statPtr->isSTagged);
-    acl.set("is_cn_tagged", statPtr->isCnTagged);
-    acl.set("tcp_psh", bit(flags, 3));
-    acl.set("tcp_urg_o_fip_f", isFip ? statPtr->l2FipBitF : bit(flags, 5));
-    acl.set("l3_configured", ckL3Configured(statPtr));
-    acl.set("l3_rte_en", statPtr->l2PselRteEn);
-    acl.set("has_non_snap_llc", statPtr->l2LlcDet);
-    acl.set("trill_encap", statPtr->l2TrillFound);
-    acl.set("trill_vld", trillVld);
-    acl.set("l2_unknown_sa", !statPtr->l2ExmSaHit);
-    acl.set("is_tagged", statPtr->ctagNz);
-    acl.set("is_priority_tagged", isPrioTagged);
-    acl.set("ipv4_frag", statPtr->l3Ipv4MorFrg || statPtr->l3Ipv4FrgOffset != 0);
-    acl.set("trill_drbridge", trillDrbridge);
-    acl.set("trill_mc", trillMc);
-    acl.set("l2_policy_id_11_1", statPtr->policyId >> 1);
-    acl.set("l2_policy_id_0", statPtr->policyId & 1);
-    acl.set("l2_unknown_da", statPtr->l2ExmDaLuMiss || statPtr->l2ExmDaIsPthEgid);
-    acl.set("l2_acl_lgc_port", statPtr->portRegPtr->rte_prc_l2_psel_port);
-    acl.set("l2_mda_id", statPtr->myDaId);
-    acl.set("l2_ip_tos", statPtr->l3PrcHdrUnk ? 0 : statPtr->IpDscpForPsel);
-    acl.set("l2_sa", isDaLu ? statPtr->l2Sa : statPtr->l2Da);
-    acl.set("l2_da", isDaLu ? statPtr->l2Da : statPtr->l2Sa);
-    acl.set("iwpri", statPtr->igPriMapIwpri);
-    acl.set("l2_iivid", statPtr->iivid);
-    acl.set("ethertype", statPtr->l2Etyp);
-    acl.set("ip_protocol", statPtr->l3IpUlp);
-    acl.set("vpn_id", statPtr->vpn_id);
-    acl.set("tcp_ack_o_fip_a", isFip ? statPtr->l2FipBitA : bit(flags, 4));
-    acl.set("tcp_rst_o_fip_s", isFip ? statPtr->l2FipBitS : bit(flags, 2));
-    acl.set("tcp_syn_o_fip_sp", isFip ? statPtr->l2FipBitSP : bit(flags, 1));
-    acl.set("tcp_fin_o_fip_fp", isFip ? statPtr->l2FipBitFP : bit(flags, 0));
-    acl.set("l4_src_port", ports.sprt);
-    acl.set("l4_dst_port_o_fip_proto_codet", ports.dprt);
-    acl.pack(key);
+    TaeL2Ip acl{};
+    acl.is_stagged = statPtr->isSTagged;
+    acl.is_cn_tagged = statPtr->isCnTagged;
+    acl.tcp_psh = bit(flags, 3);
+    acl.tcp_urg_o_fip_f = isFip ? statPtr->l2FipBitF : bit(flags, 5);
+    acl.l3_configured = ckL3Configured(statPtr);
+    acl.l3_rte_en = statPtr->l2PselRteEn;
+    acl.has_non_snap_llc = statPtr->l2LlcDet;
+    acl.trill_encap = statPtr->l2TrillFound;
+    acl.trill_vld = trillVld;
+    acl.l2_unknown_sa = !statPtr->l2ExmSaHit;
+    acl.is_tagged = statPtr->ctagNz;
+    acl.is_priority_tagged = isPrioTagged;
+    acl.ipv4_frag = statPtr->l3Ipv4MorFrg || statPtr->l3Ipv4FrgOffset != 0;
+    acl.trill_drbridge = trillDrbridge;
+    acl.trill_mc = trillMc;
+    acl.l2_policy_id_11_1 = statPtr->policyId >> 1;
+    acl.l2_policy_id_0 = statPtr->policyId & 1;
+    acl.l2_unknown_da = statPtr->l2ExmDaLuMiss || statPtr->l2ExmDaIsPthEgid;
+    acl.l2_acl_lgc_port = statPtr->portRegPtr->rte_prc_l2_psel_port;
+    acl.l2_mda_id = statPtr->myDaId;
+    acl.l2_ip_tos = statPtr->l3PrcHdrUnk ? 0 : statPtr->IpDscpForPsel;
+    acl.l2_sa = isDaLu ? statPtr->l2Sa : statPtr->l2Da;
+    acl.l2_da = isDaLu ? statPtr->l2Da : statPtr->l2Sa;
+    acl.iwpri = statPtr->igPriMapIwpri;
+    acl.l2_iivid = statPtr->iivid;
+    acl.ethertype = statPtr->l2Etyp;
+    acl.ip_protocol = statPtr->l3IpUlp;
+    acl.vpn_id = statPtr->vpn_id;
+    acl.tcp_ack_o_fip_a = isFip ? statPtr->l2FipBitA : bit(flags, 4);
+    acl.tcp_rst_o_fip_s = isFip ? statPtr->l2FipBitS : bit(flags, 2);
+    acl.tcp_syn_o_fip_sp = isFip ? statPtr->l2FipBitSP : bit(flags, 1);
+    acl.tcp_fin_o_fip_fp = isFip ? statPtr->l2FipBitFP : bit(flags, 0);
+    acl.l4_src_port = ports.sprt;
+    acl.l4_dst_port_o_fip_proto_codet = ports.dprt;
+    putAclKey(acl, key);
 }
 
 /// Whether the frame is looked up with the FCoE key too.
@@ -144,32 +140,30 @@ bool needsFcoeKey(const CmRteStat *statPtr, uint32_t isDaLu) {
 }
 
 void buildFcoeAclKey(const CmRteStat *statPtr, const FcoeRouted &routed, uint32_t (&key)[8]) {
-    AclKey acl(CmTaeLkup::l2FcoeAclTcamFieldDef());
-    acl.set("l2_sa", statPtr->l2Sa);
-    acl.set("l2_da", statPtr->l2Da);
-    acl.set("fcoe_ve_routed", routed.ve);
-    acl.set("fcoe_vf_routed", routed.vf);
-    acl.set("l2_mda_id_6_1", statPtr->myDaId >> 1);
-    acl.set("fc_r_ctl", statPtr->l2FcoeFcRctl);
-    acl.set("l2_policy_id", statPtr->policyId);
-    acl.set("vpn_id", statPtr->vpn_id);
-    acl.set("fc_oxid", statPtr->l2FcoeFcOxid);
-    acl.set("fc_did", statPtr->l2FcoeFcDid);
-    acl.set("fc_type", statPtr->l2FcoeFcType);
-    acl.set("fc_sid", statPtr->l2FcoeFcSid);
-    acl.set("fc_payload_0", statPtr->l2FcoeFcPld0);
-    acl.set("fc_vfid", statPtr->l2FcoeClsVfid);
-    acl.set("fpma_chk_ok", statPtr->fpmaChkOk);
-    acl.set("l2_iivid", statPtr->iivid);
-    acl.set("l2_mda_id_0", statPtr->myDaId & 1);
-    acl.set("l2_acl_lgc_port", statPtr->portRegPtr->rte_prc_l2_psel_port);
-    acl.pack(key);
+    TaeL2Fcoe acl{};
+    acl.l2_sa = statPtr->l2Sa;
+    acl.l2_da = statPtr->l2Da;
+    acl.fcoe_ve_routed = routed.ve;
+    acl.fcoe_vf_routed = routed.vf;
+    acl.l2_mda_id_6_1 = statPtr->myDaId >> 1;
+    acl.fc_r_ctl = statPtr->l2FcoeFcRctl;
+    acl.l2_policy_id = statPtr->policyId;
+    acl.vpn_id = statPtr->vpn_id;
+    acl.fc_oxid = statPtr->l2FcoeFcOxid;
+    acl.fc_did = statPtr->l2FcoeFcDid;
+    acl.fc_type = statPtr->l2FcoeFcType;
+    acl.fc_sid = statPtr->l2FcoeFcSid;
+    acl.fc_payload_0 = statPtr->l2FcoeFcPld0;
+    acl.fc_vfid = statPtr->l2FcoeClsVfid;
+    acl.fpma_chk_ok = statPtr->fpmaChkOk;
+    acl.l2_iivid = statPtr->iivid;
+    acl.l2_mda_id_0 = statPtr->myDaId & 1;
+    acl.l2_acl_lgc_port = statPtr->portRegPtr->rte_prc_l2_psel_port;
+    putAclKey(acl, key);
 }
 
 /// What the ACL says.
-struct AclRslt {
-#define FLD(name, width, low) uint32_t name = 0;
-#include "tae/cmTaeL2Rslt.def"
+struct AclRslt : TaeL2Rslt {
     uint32_t trap_rsn = kNoRsn;
 };
 
@@ -196,15 +190,11 @@ AclRslt searchAcl(CmRteStat *statPtr, uint32_t isDaLu) {
         buildFcoeAclKey(statPtr, routed, intf.l2FcoeAclKey);
     }
 
-    const RegMemDefinition &def = CmTaeLkup::l2AclRsltFieldDef();
-    M_T ln_(def.numFields());
-    AclRslt acl;
-    if (statPtr->taePtr->lookupL2Acl(intf, ln_, acl.trap_rsn))
+    AclRslt acl{};
+    if (statPtr->taePtr->lookupL2Acl(intf, acl, acl.trap_rsn))
         CM_TRACE(1, "L2ACL lookup hit\n");
     else
         CM_TRACE(1, "L2ACL lookup miss\n");
-#define FLD(name, width, low) acl.name = def.getField(#name, ln_);
-#include "tae/cmTaeL2Rslt.def"
     return acl;
 }
 

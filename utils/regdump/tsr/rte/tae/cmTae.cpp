@@ -4,65 +4,112 @@
 
 #include "base/tbMsg.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <iterator>
 
 double acl_cpu_time = 0;
 
 namespace {
 
-struct NamedField {
-    const char *reg;
-    const char *field;
-};
-
-constexpr NamedField kBankGrp[] = {
-    {"TAE_BANK_GRP_0_REG", "bank_grp_0"}, {"TAE_BANK_GRP_1_REG", "bank_grp_1"}, {"TAE_BANK_GRP_2_REG", "bank_grp_2"},
-    {"TAE_BANK_GRP_3_REG", "bank_grp_3"}, {"TAE_BANK_GRP_4_REG", "bank_grp_4"},
+constexpr TaeRegField TaeRegs::*kBankGrp[] = {
+    &TaeRegs::bank_grp_0, &TaeRegs::bank_grp_1, &TaeRegs::bank_grp_2, &TaeRegs::bank_grp_3, &TaeRegs::bank_grp_4,
 };
 
 // Protocols of banks 0 to 7, 8 to 15, 16 to 23 and 24 to 29: the chip counts these registers downwards.
-constexpr NamedField kBankPrtclSel[] = {
-    {"TAE_BANK_PRTCL_SEL_4_REG", "bank_prtcl_sel_4"},
-    {"TAE_BANK_PRTCL_SEL_3_REG", "bank_prtcl_sel_3"},
-    {"TAE_BANK_PRTCL_SEL_2_REG", "bank_prtcl_sel_2"},
-    {"TAE_BANK_PRTCL_SEL_1_REG", "bank_prtcl_sel_1"},
+constexpr TaeRegField TaeRegs::*kBankPrtclSel[] = {
+    &TaeRegs::bank_prtcl_sel_4,
+    &TaeRegs::bank_prtcl_sel_3,
+    &TaeRegs::bank_prtcl_sel_2,
+    &TaeRegs::bank_prtcl_sel_1,
 };
 
-constexpr NamedField kBankTrapRsn[] = {
-    {"TAE_BANK_TRAP_RSN_0_REG", "bank_trap_rsn_0"}, {"TAE_BANK_TRAP_RSN_1_REG", "bank_trap_rsn_1"},
-    {"TAE_BANK_TRAP_RSN_2_REG", "bank_trap_rsn_2"}, {"TAE_BANK_TRAP_RSN_3_REG", "bank_trap_rsn_3"},
-    {"TAE_BANK_TRAP_RSN_4_REG", "bank_trap_rsn_4"}, {"TAE_BANK_TRAP_RSN_5_REG", "bank_trap_rsn_5"},
+constexpr TaeRegField TaeRegs::*kBankTrapRsn[] = {
+    &TaeRegs::bank_trap_rsn_0, &TaeRegs::bank_trap_rsn_1, &TaeRegs::bank_trap_rsn_2,
+    &TaeRegs::bank_trap_rsn_3, &TaeRegs::bank_trap_rsn_4, &TaeRegs::bank_trap_rsn_5,
 };
+
+/// The object of a collection, or null.
+template <class Map> typename Map::mapped_type find(const Map &map, const char *name) {
+    const auto object = map.find(name);
+    return object == map.end() ? nullptr : object->second;
+}
+
+void tcamName(char (&name)[40], int bank, int block) {
+    if (bank < static_cast<int>(TAE_FIRST_SMALL_BANK))
+        std::snprintf(name, sizeof name, "TAE_TCAM_%d_%d", bank, block);
+    else
+        std::snprintf(name, sizeof name, "TAE_TCAM_%d", bank);
+}
+
+void rsltMemName(char (&name)[40], int bank) {
+    std::snprintf(name, sizeof name, "TAE_RSLT_MEM_%u", static_cast<unsigned>(bank));
+}
 
 } // namespace
+
+void TaeRegField::bind(const Register &reg, const char *field) {
+    const auto fld = reg.pMemRegDef->fieldDefinitions.find(field);
+    if (fld == reg.pMemRegDef->fieldDefinitions.end())
+        return;
+    from = &reg;
+    pos = fld->second.pos;
+    mask = fld->second.getMask().u32;
+}
+
+void TaeRegs::bind(const tRegPtrMap &map) {
+#define FLD(name, hi, lo) name.bind(*reg, #name);
+#define REG(offset, name, ...)                                                                                         \
+    if (const Register *reg = find(map, #name)) {                                                                      \
+        __VA_ARGS__                                                                                                    \
+    }
+#include "tae/cmTaeHsiReg.def"
+}
 
 CmTaeLkup::CmTaeLkup(uint32_t dbgLvl_, tInitRegDef regDefs, tInitRamDef ramDefs, tInitTcamDef tcamDefs)
     : CmChipBlock(regDefs, ramDefs, tcamDefs), dbgLvl(dbgLvl_), memPtr(&mem) {}
 
+int CmTaeLkup::configure() {
+    const int rc = CmChipBlock::configure();
+    if (rc < 0)
+        return rc;
+    regs.bind(RegCollection);
+    for (int bank = 0; bank < static_cast<int>(TAE_BANKS); bank++) {
+        char name[40];
+        for (int block = 0; block < 2; block++) {
+            tcamName(name, bank, block);
+            tcamBlk[bank][block] = find(TcamCollection, name);
+        }
+        rsltMemName(name, bank);
+        rsltMem[bank] = find(RamCollection, name);
+    }
+    for (size_t i = 0; i < std::size(kL2ActvMems); i++)
+        l2ActvMem[i] = find(RamCollection, kL2ActvMems[i].mem);
+    return rc;
+}
+
 uint32_t CmTaeLkup::bankEnabled(uint32_t bank) const {
-    return BLK_REG_GET_FLD("TAE_BANK_EN_REG", "tae_bank_en") >> (bank % TAE_BANKS) & 1;
+    return regs.tae_bank_en() >> (bank % TAE_BANKS) & 1;
 }
 
 uint32_t CmTaeLkup::getLogicalGroupId(uint32_t bank) const {
     if (bank >= TAE_BANKS)
         return 0;
-    const NamedField &grp = kBankGrp[bank / 6];
-    return BLK_REG_GET_FLD(grp.reg, grp.field) >> (25 - 5 * (bank % 6)) & 0x1f;
+    return (regs.*kBankGrp[bank / 6])() >> (25 - 5 * (bank % 6)) & 0x1f;
 }
 
 enumBankType CmTaeLkup::figureBankType(uint32_t bank) const {
     if (bank >= TAE_BANKS)
         return ACLT_L2_IP;
-    if (BLK_REG_GET_FLD("TAE_BANK_PRTCL_SEL_0_REG", "bank_prtcl_sel_0") >> (bank / 2) & 1)
+    if (regs.bank_prtcl_sel_0() >> (bank / 2) & 1)
         return ACLT_L3_IPV6;
-    const NamedField &sel = kBankPrtclSel[bank / 8];
-    return static_cast<enumBankType>(BLK_REG_GET_FLD(sel.reg, sel.field) >> (4 * (bank % 8)) & 0xf);
+    return static_cast<enumBankType>((regs.*kBankPrtclSel[bank / 8])() >> (4 * (bank % 8)) & 0xf);
 }
 
 void CmTaeLkup::loadRegisterSettings() {
     for (uint32_t r = 0; r < 6; r++) {
-        const uint32_t rsns = BLK_REG_GET_FLD(kBankTrapRsn[r].reg, kBankTrapRsn[r].field);
+        const uint32_t rsns = (regs.*kBankTrapRsn[r])();
         for (uint32_t i = 0; i < 5; i++)
             bnkTrapRsnLst[5 * r + i] = rsns >> (24 - 6 * i) & 0x3f;
     }
@@ -85,22 +132,28 @@ void CmTaeLkup::bankLookup(const uint32_t *key, std::vector<int> &hits, int bank
 }
 
 EmbeddedTcam *CmTaeLkup::getAclTcamBlockPointer(int bank, int block) const {
-    char name[40];
-    if (bank < static_cast<int>(TAE_FIRST_SMALL_BANK))
-        std::snprintf(name, sizeof name, "TAE_TCAM_%d_%d", bank, block);
-    else
-        std::snprintf(name, sizeof name, "TAE_TCAM_%d", bank);
-    const auto tcam = TcamCollection.find(name);
-    return tcam == TcamCollection.end() ? nullptr : tcam->second;
+    if (bank < 0 || bank >= static_cast<int>(TAE_BANKS))
+        return nullptr;
+    if (bank >= static_cast<int>(TAE_FIRST_SMALL_BANK))
+        return tcamBlk[bank][0];
+    return block == 0 || block == 1 ? tcamBlk[bank][block] : nullptr;
 }
 
 EmbeddedMemory *CmTaeLkup::getAclRsltBlockPointer(int bank) const {
+    if (bank >= 0 && bank < static_cast<int>(TAE_BANKS) && rsltMem[bank])
+        return rsltMem[bank];
     char name[40];
-    std::snprintf(name, sizeof name, "TAE_RSLT_MEM_%u", static_cast<unsigned>(bank));
-    const auto ram = RamCollection.find(name);
-    if (ram != RamCollection.end())
-        return ram->second;
+    rsltMemName(name, bank);
     TbMsg(TB_MSG_ERROR, __func__, __FILE_NAME__, __LINE__, "CM TAE error>> pointer to result memory %s not found!!!",
           name);
     return nullptr;
+}
+
+bool CmTaeLkup::readRsltWords(int idx, uint32_t bank, uint32_t (&words)[4]) const {
+    const EmbeddedMemory *bankMem = getAclRsltBlockPointer(static_cast<int>(bank));
+    M_T_u packed = {};
+    if (!bankMem || bankMem->readRaw(static_cast<uint32_t>(idx), packed) < 0)
+        return false;
+    std::reverse_copy(packed, packed + 4, words);
+    return true;
 }

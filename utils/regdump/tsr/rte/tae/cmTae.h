@@ -3,8 +3,12 @@
 
 #include "mem_reg_class.h"
 #include "tae/cmTaeHsi.h"
+#include "tae/cmTaeReg.h"
+#include "tbl/tsr_tbl.h"
 
+#include <array>
 #include <cstdint>
+#include <iterator>
 #include <vector>
 
 constexpr uint32_t TAE_BANKS = 30;
@@ -68,50 +72,56 @@ struct tL3AclInterface {
     uint32_t trap_rsn : 6;
 };
 
-/// The 128-bit result word of the layer-3 ACL: four words, each given from its lowest bit up.
-struct L3PselRslt {
-    // word 0
-    uint32_t does_not_exist_in_hw : 29;
-    uint32_t reserved0 : 3;
-    // word 1
-    uint32_t reserved1 : 6;
-    uint32_t sflow_profile : 4;
-    uint32_t l3_trap_en_override : 1;
-    uint32_t l3_pol_override : 1;
-    uint32_t l3_acl_log_override : 1;
-    uint32_t bypass_eacl : 1;
-    uint32_t l3_dscp_override : 1;
-    uint32_t dscp_en : 1;
-    uint32_t dscp : 6;
-    uint32_t drop_prcd : 2;
-    uint32_t trap_que : 4;
-    uint32_t qmg_prio : 3;
-    uint32_t prio_pth : 1;
-    // word 2
-    uint32_t sts_sflow_en : 1;
-    uint32_t fwd_en : 1;
-    uint32_t pol_id : 14;
-    uint32_t pol_en : 1;
-    uint32_t sts_sflow_idx : 15;
-    // word 3
-    uint32_t l2_egr_prio : 3;
-    uint32_t sflow_en : 1;
-    uint32_t nxt_hop_rslt_idx : 18;
-    uint32_t l3_span_override : 1;
-    uint32_t l3_prio_override : 1;
-    uint32_t l3_fwd_override : 1;
-    uint32_t acl_log : 1;
-    uint32_t span_en : 1;
-    uint32_t span_id : 3;
-    uint32_t prio_en : 1;
-    uint32_t trap_en : 1;
-};
-static_assert(sizeof(L3PselRslt) == 16);
+/// The result of the layer-3 ACL.
+using L3PselRslt = TaeL3Rslt;
 
 /// A hit: entry `idx` (-1 for none) of `bank`.
 struct tBnkIdxPair {
     int32_t idx;
     uint32_t bank;
+};
+
+/// What a bank of the layer-2 search says: the entry that won its group (-1 for none), and its result.
+struct TaeL2Hit {
+    int32_t idx = -1;
+    enumBankType type = ACLT_L2_IP;
+    TaeL2Rslt rslt{};
+};
+
+/// A trap's CPU queue and reason.
+struct TaeTrap {
+    uint32_t que = 0;
+    uint32_t rsn = 0;
+};
+
+struct TaeL2Egids;
+
+/// Banks and groups as a layer-3 search sees them, with the winner of each group. A bank that is off may name a group
+/// that no bank in use has; an odd IPv6 bank is in the group of its even one.
+struct TaeL3Banks {
+    static constexpr uint32_t kGroups = 32;
+
+    enumBankType type[TAE_BANKS];
+    uint32_t group[TAE_BANKS];
+    tBnkIdxPair winner[kGroups];
+};
+
+/// The four words of an exact match's result, highest first; 0 without a hit.
+struct TaeExmHit {
+    bool hit = false;
+    std::array<uint32_t, 4> words{};
+};
+
+/// The activity memories of layer 2, each with its field.
+struct TaeActvMem {
+    const char *mem;
+    const char *field;
+};
+inline constexpr TaeActvMem kL2ActvMems[] = {
+    {"TAE_L2_TRAP_ACTV_MEM", "u_actv_mem_l2_trap"},
+    {"TAE_L2_FWD_ACTV_MEM", "u_actv_mem_l2_fwd"},
+    {"TAE_L2_SPAN_ACTV_MEM", "u_actv_mem_l2_span"},
+    {"TAE_L2_PRIO_ACTV_MEM", "u_actv_mem_l2_prio"},
 };
 
 /// Seconds of process time spent in TCAM searches.
@@ -121,6 +131,10 @@ class CmTaeLkup : public CmChipBlock {
 public:
     /// Stores the three definition functions; configure() runs them.
     CmTaeLkup(uint32_t dbgLvl_, tInitRegDef regDefs, tInitRamDef ramDefs, tInitTcamDef tcamDefs);
+
+    /// Fills the three collections as CmChipBlock::configure() does, and binds the searches to their objects: what is
+    /// put into the collections later is found by name only.
+    int configure();
 
     /// Field lists of the layer-2 result word (104 bits) and of the two layer-2 keys (256 bits).
     static const RegMemDefinition &l2AclRsltFieldDef();
@@ -132,6 +146,7 @@ public:
     /// The layer-2 ACL search. `rslt` becomes the merged result, a line of l2AclRsltFieldDef(); `trapRsn` takes a
     /// reason that is not 0. Returns whether a bank hit. With `aclL2Srch` clear nothing changes.
     bool lookupL2Acl(tL2AclInterface intf, M_T &rslt, uint32_t &trapRsn);
+    bool lookupL2Acl(const tL2AclInterface &intf, TaeL2Rslt &rslt, uint32_t &trapRsn);
     /// The layer-3 ACL search; `out` takes the merged result. Returns 0.
     int32_t lookupL3Acl(tL3AclInterface &intf, L3PselRslt *out);
 
@@ -154,13 +169,14 @@ public:
 
     // Layer 2.
 
-    /// Makes `out` the result word `idx` of `bank`, a line of l2AclRsltFieldDef(). Returns 0, or -1 without memory.
+    /// Makes `out` the result word `idx` of `bank`, as a record or as a line of l2AclRsltFieldDef(). Returns 0, or -1
+    /// without memory.
     int readAclResultBank(int idx, uint32_t bank, M_T &out) const;
+    int readAclResultBank(int idx, uint32_t bank, TaeL2Rslt &out) const;
     /// The block that holds entry `idx` of `bank`; cuts `idx` to the bank and sets `offset`, the entry in the block.
     EmbeddedTcam *getL2AclTcamPtr(uint32_t bank, uint32_t &idx, uint32_t &offset) const;
-    /// Merges the winners, given by bank: `hitIdxByBank` -1 for none, the bank's type, and its result line.
-    void mergeL2AclResults(const int *hitIdxByBank, const enumBankType *typeByBank, const M_T *resultsByBank,
-                           uint32_t isDaLkup, uint32_t dropEgid, uint32_t aclDropEgid, uint32_t trapEgid, M_T &rslt,
+    /// Merges the winners, given by bank. `trapRsn` takes a reason that is not 0.
+    void mergeL2AclResults(const TaeL2Hit (&byBank)[TAE_BANKS], const tL2AclInterface &intf, TaeL2Rslt &rslt,
                            uint32_t &trapRsn);
     void setL2AclActivityMemories(tBnkIdxPair trap, tBnkIdxPair fwd, tBnkIdxPair span, tBnkIdxPair prio);
     /// Sets bit `addr` of an activity memory.
@@ -197,6 +213,30 @@ public:
     uint32_t frmIdx = 0;
     CmTaeHsiMem *memPtr;
     CmTaeHsiMem mem = {};
+    TaeRegs regs; // bound by configure()
+
+private:
+    /// Searches the layer-2 banks; the winner of each group gives its result to its bank. Returns whether a bank hit.
+    bool searchL2Banks(const tL2AclInterface &intf, TaeL2Hit (&byBank)[TAE_BANKS]);
+    /// Lets the special egid that the banks named take the place of the group; `fwdTrap` is the forward's own trap.
+    void overrideL2Egid(const TaeL2Egids &egids, const tL2AclInterface &intf, TaeL2Rslt &merged,
+                        TaeTrap &fwdTrap) const;
+    TaeL3Banks l3Banks() const;
+    /// Searches a layer-3 bank with `key` and makes its hit the group's winner, unless the group has one.
+    void searchL3Bank(const tL3AclInterface &intf, uint32_t bank, const uint32_t *key, TaeL3Banks &banks);
+    TaeExmHit searchIpv4Exm(const uint32_t *key);
+    TaeExmHit searchIpv6Exm(const uint32_t *key);
+    /// Searches the exact-match tables of the frame's protocol with its key.
+    TaeExmHit ipv4Exm(const tL3AclInterface &intf);
+    TaeExmHit ipv6Exm(const tL3AclInterface &intf);
+    /// Which user id a bank (of a TCAM) or an exact match puts in place of the VLAN: 0 none, 1 customer, 2 multicast.
+    uint32_t iividSel(int bank, enumBankType type, int isTcam, int isIpv4, int isIpv6);
+    /// Reads the four words of result `idx` of `bank`, the highest first. Returns false without memory.
+    bool readRsltWords(int idx, uint32_t bank, uint32_t (&words)[4]) const;
+
+    EmbeddedTcam *tcamBlk[TAE_BANKS][2] = {}; // of a bank with one block both are the same
+    EmbeddedMemory *rsltMem[TAE_BANKS] = {};
+    EmbeddedMemory *l2ActvMem[std::size(kL2ActvMems)] = {};
 };
 
 // The block's registers, memories and TCAMs. Their objects stay until the process ends.

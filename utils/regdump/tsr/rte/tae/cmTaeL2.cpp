@@ -5,6 +5,8 @@
 #include "base/tbMsg.h"
 #include "cmAssert.h"
 #include "tae/cmTae.h"
+#include "tae/cmTaeMerge.h"
+#include "tbl/tsr_tbl_visit.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -18,73 +20,55 @@
 
 namespace {
 
-struct FieldRow {
-    const char *name;
-    unsigned width;
-    unsigned low;
-};
-
-constexpr FieldRow kL2RsltFields[] = {
-#define FLD(name, width, low) {#name, width, low},
-#include "tae/cmTaeL2Rslt.def"
-};
-constexpr FieldRow kL2TcamFields[] = {
-#define FLD(name, width, low) {#name, width, low},
-#include "tae/cmTaeL2Tcam.def"
-};
-constexpr FieldRow kL2FcoeTcamFields[] = {
-#define FLD(name, width, low) {#name, width, low},
-#include "tae/cmTaeL2FcoeTcam.def"
-};
-
-template <size_t N> RegMemDefinition fieldList(const char *name, const FieldRow (&rows)[N]) {
+/// The list of a record's fields by name, from the top; a field's bits follow each other.
+template <class Entry> RegMemDefinition fieldList(const char *name) {
     RegMemDefinition def;
     def.name = name;
-    for (const FieldRow &row : rows)
-        def.addField(row.name, row.width, row.low, def.numFields());
+    forEachField(Entry{}, [&](const char *field, const auto &, unsigned width, const TblPiece &lowest) {
+        def.addField(field, width, 32 * (Entry::kWords - 1 - lowest.word) + lowest.lo, def.numFields());
+    });
     return def;
 }
 
-/// One result word, field by field.
-struct L2AclRslt {
-#define FLD(name, width, low) uint32_t name = 0;
-#include "tae/cmTaeL2Rslt.def"
-};
-
-L2AclRslt readFields(const M_T &ln_) {
-    const RegMemDefinition &def = CmTaeLkup::l2AclRsltFieldDef();
-    L2AclRslt rslt;
-#define FLD(name, width, low) rslt.name = def.getField(#name, ln_);
-#include "tae/cmTaeL2Rslt.def"
-    return rslt;
+/// A result as a line of l2AclRsltFieldDef().
+M_T lineOf(const TaeL2Rslt &rslt) {
+    uint32_t words[TaeL2Rslt::kWords] = {};
+    pack(rslt, words);
+    reverseKey(words, TaeL2Rslt::kWords);
+    M_T ln_;
+    CmTaeLkup::l2AclRsltFieldDef().unpackBinaryKey(words, ln_);
+    return ln_;
 }
 
-void writeFields(const L2AclRslt &rslt, M_T &ln_) {
-    const RegMemDefinition &def = CmTaeLkup::l2AclRsltFieldDef();
-#define FLD(name, width, low) def.setField(#name, ln_, rslt.name);
-#include "tae/cmTaeL2Rslt.def"
-}
+/// The function that hosts call names a failed assertion of the search.
+constexpr char kSearchName[] = "bool CmTaeLkup::lookupL2Acl(tL2AclInterface, M_T&, uint32_t&)";
 
 } // namespace
 
 const RegMemDefinition &CmTaeLkup::l2AclRsltFieldDef() {
-    static const RegMemDefinition def = fieldList("l2AclRsltFieldDef", kL2RsltFields);
+    static const RegMemDefinition def = fieldList<TaeL2Rslt>("l2AclRsltFieldDef");
     return def;
 }
 
 const RegMemDefinition &CmTaeLkup::l2AclTcamFieldDef() {
-    static const RegMemDefinition def = fieldList("l2AclTcamFieldDef", kL2TcamFields);
+    static const RegMemDefinition def = fieldList<TaeL2Ip>("l2AclTcamFieldDef");
     return def;
 }
 
 const RegMemDefinition &CmTaeLkup::l2FcoeAclTcamFieldDef() {
-    static const RegMemDefinition def = fieldList("l2FcoeAclTcamFieldDef", kL2FcoeTcamFields);
+    static const RegMemDefinition def = fieldList<TaeL2Fcoe>("l2FcoeAclTcamFieldDef");
     return def;
 }
 
 bool CmTaeLkup::lookupL2Acl(tL2AclInterface intf, M_T &rslt, uint32_t &trapRsn) {
-    static std::vector<int> hits; // kept between searches so that a search need not allocate
+    TaeL2Rslt merged{};
+    const bool hit = lookupL2Acl(intf, merged, trapRsn);
+    if (intf.aclL2Srch)
+        rslt = lineOf(merged);
+    return hit;
+}
 
+bool CmTaeLkup::lookupL2Acl(const tL2AclInterface &intf, TaeL2Rslt &rslt, uint32_t &trapRsn) {
     igPort = intf.igPort;
     frmIdx = intf.frmIdx;
     if (!intf.aclL2Srch)
@@ -93,22 +77,31 @@ bool CmTaeLkup::lookupL2Acl(tL2AclInterface intf, M_T &rslt, uint32_t &trapRsn) 
     TAE_TRACE(2, "[TAE-L2LU] aclDropEgid=%x, trapEgid=%x, dropEgid=%x\n", intf.aclDropEgid, intf.trapEgid,
               intf.dropEgid);
 
+    TaeL2Hit byBank[TAE_BANKS];
+    const bool anyHit = searchL2Banks(intf, byBank);
+    mergeL2AclResults(byBank, intf, rslt, trapRsn);
+    return anyHit;
+}
+
+bool CmTaeLkup::searchL2Banks(const tL2AclInterface &intf, TaeL2Hit (&byBank)[TAE_BANKS]) {
+    static std::vector<int> hits; // kept between searches so that a search need not allocate
+
     tBnkIdxPair winnerByGroup[TAE_BANKS];
     std::fill_n(winnerByGroup, TAE_BANKS, tBnkIdxPair{-1, 0});
-    enumBankType typeByBank[TAE_BANKS] = {};
     bool anyHit = false;
     for (uint32_t bank = 0; bank < TAE_BANKS; bank++) {
         if (!bankEnabled(bank))
             continue;
         const uint32_t logicalGroup = getLogicalGroupId(bank);
-        if (logicalGroup >= 30)
-            TbMsg(TB_MSG_ERROR, __func__, __FILE_NAME__, __LINE__,
+        if (logicalGroup >= 30) {
+            TbMsg(TB_MSG_ERROR, "lookupL2Acl", __FILE_NAME__, __LINE__,
                   "CM L2 TAE Error>> logical Groups (TAE_BANK_GRP_%d_REG) is %d (>=30)", static_cast<int>(bank / 6),
                   static_cast<int>(logicalGroup));
-        CM_ASSERT_TXT(logicalGroup < 30, "logicalGroup<30");
+            CmAssertFail("logicalGroup<30", __FILE_NAME__, __LINE__, kSearchName);
+        }
 
         const enumBankType type = figureBankType(bank);
-        typeByBank[bank] = type;
+        byBank[bank].type = type;
         if (type > ACLT_L2_FLEX3)
             continue;
         if (type == ACLT_L2_FCOE && !intf.isFcoe)
@@ -129,35 +122,32 @@ bool CmTaeLkup::lookupL2Acl(tL2AclInterface intf, M_T &rslt, uint32_t &trapRsn) 
             winner = {hits.front(), bank};
     }
 
-    int hitIdxByBank[TAE_BANKS];
-    std::fill_n(hitIdxByBank, TAE_BANKS, -1);
-    M_T resultsByBank[TAE_BANKS];
     for (const tBnkIdxPair &winner : winnerByGroup) {
         if (winner.idx < 0)
             continue;
-        hitIdxByBank[winner.bank] = winner.idx;
-        readAclResultBank(winner.idx, winner.bank, resultsByBank[winner.bank]);
+        byBank[winner.bank].idx = winner.idx;
+        readAclResultBank(winner.idx, winner.bank, byBank[winner.bank].rslt);
     }
-
-    rslt.assign(l2AclRsltFieldDef().numFields(), tFldVal());
-    mergeL2AclResults(hitIdxByBank, typeByBank, resultsByBank, intf.isDaLkup, intf.dropEgid, intf.aclDropEgid,
-                      intf.trapEgid, rslt, trapRsn);
     return anyHit;
 }
 
 int CmTaeLkup::readAclResultBank(int idx, uint32_t bank, M_T &out) const {
-    out.assign(l2AclRsltFieldDef().numFields(), tFldVal());
-    EmbeddedMemory *rsltMem = getAclRsltBlockPointer(static_cast<int>(bank));
-    M_T ln_;
-    if (!rsltMem || rsltMem->readEntry(static_cast<uint32_t>(idx), ln_) < 0)
+    TaeL2Rslt rslt;
+    const int rc = readAclResultBank(idx, bank, rslt);
+    out = lineOf(rslt);
+    return rc;
+}
+
+int CmTaeLkup::readAclResultBank(int idx, uint32_t bank, TaeL2Rslt &out) const {
+    out = {};
+    uint32_t words[TaeL2Rslt::kWords];
+    if (!readRsltWords(idx, bank, words))
         return -1;
-    M_T_u words = {};
-    rsltMem->pMemRegDef->packBinaryKey(ln_, words);
-    l2AclRsltFieldDef().unpackBinaryKey(words, out);
+    out = entryAt<TaeL2Rslt>(words);
     if (dbgLvl > 3) {
         char title[64];
         std::snprintf(title, sizeof title, "p%u-f%u-L2ACL-RSLT-bank%u", igPort, frmIdx, bank);
-        DBG_PRNT_MEM_FLDS(&l2AclRsltFieldDef(), out, title);
+        DBG_PRNT_MEM_FLDS(&l2AclRsltFieldDef(), lineOf(out), title);
     }
     return 0;
 }
@@ -178,211 +168,132 @@ EmbeddedTcam *CmTaeLkup::getL2AclTcamPtr(uint32_t bank, uint32_t &idx, uint32_t 
     return getAclTcamBlockPointer(static_cast<int>(bank), block);
 }
 
-void CmTaeLkup::mergeL2AclResults(const int *hitIdxByBank, const enumBankType *typeByBank, const M_T *resultsByBank,
-                                  uint32_t, uint32_t dropEgid, uint32_t aclDropEgid, uint32_t trapEgid, M_T &rslt,
+/// The special egids that the forwarding banks name, and the trap of the bank that names the trap egid.
+struct TaeL2Egids {
+    bool aclDrop = false;
+    bool trap = false;
+    bool drop = false;
+    TaeTrap trapOf;
+
+    /// Adds what a bank says; every forwarding bank counts, also one whose group lost to an earlier bank.
+    void take(const TaeL2Rslt &cur, uint32_t trapRsn, const tL2AclInterface &intf) {
+        if (!cur.fwd_en || cur.is_mgid || !isEgidFormOfAcl(cur.lgid_egid_mgid))
+            return;
+        const uint32_t egid = egidOf(cur.lgid_egid_mgid);
+        if (egid == intf.aclDropEgid) {
+            aclDrop = true;
+        } else if (egid == intf.trapEgid && !aclDrop) {
+            trap = true;
+            trapOf = {cur.trap_que, trapRsn};
+        } else if (egid == intf.dropEgid && !aclDrop && !trap) {
+            drop = true;
+        }
+    }
+};
+
+void CmTaeLkup::overrideL2Egid(const TaeL2Egids &egids, const tL2AclInterface &intf, TaeL2Rslt &merged,
+                               TaeTrap &fwdTrap) const {
+    if (egids.aclDrop) {
+        merged.is_mgid = 0;
+        merged.lgid_egid_mgid = gidOfEgid(intf.aclDropEgid);
+        merged.trap_en = 0;
+        fwdTrap = {};
+        TAE_TRACE(1, "[TAE-L2LU] merging: gid (0x%x) = acl_drop_gid\n", merged.lgid_egid_mgid);
+    } else if (egids.trap) {
+        merged.is_mgid = 0;
+        merged.lgid_egid_mgid = gidOfEgid(intf.trapEgid);
+        fwdTrap = egids.trapOf;
+        TAE_TRACE(1, "[TAE-L2LU] merging: gid (0x%x)  = trap_gid\n", merged.lgid_egid_mgid);
+    } else if (egids.drop) {
+        merged.is_mgid = 0;
+        merged.lgid_egid_mgid = gidOfEgid(intf.dropEgid);
+        fwdTrap = {};
+        TAE_TRACE(1, "[TAE-L2LU] merging: gid (0x%x) = drop_gid\n", merged.lgid_egid_mgid);
+    }
+}
+
+/// Whose trap counts in the end. The group may have come from the default, so it is compared once more.
+static TaeTrap finalL2Trap(const TaeL2Rslt &merged, const tL2AclInterface &intf, const TaeTrap &bankTrap,
+                           const TaeTrap &fwdTrap) {
+    if (!merged.is_mgid && isEgidForm(merged.lgid_egid_mgid)) {
+        const uint32_t egid = egidOf(merged.lgid_egid_mgid);
+        if (egid == intf.aclDropEgid)
+            return {};
+        if (egid == intf.trapEgid)
+            return fwdTrap;
+    }
+    return merged.trap_en ? bankTrap : TaeTrap{};
+}
+
+void CmTaeLkup::mergeL2AclResults(const TaeL2Hit (&byBank)[TAE_BANKS], const tL2AclInterface &intf, TaeL2Rslt &rslt,
                                   uint32_t &trapRsn) {
     loadRegisterSettings();
 
-    L2AclRslt merged;
-    for (uint32_t bank = 0; bank < TAE_BANKS && !merged.ign_fcoe; bank++) {
-        if (hitIdxByBank[bank] >= 0)
-            merged.ign_fcoe = l2AclRsltFieldDef().getField("ign_fcoe", resultsByBank[bank]);
-    }
-
-    tBnkIdxPair trapPair = {-1, 0};
-    tBnkIdxPair fwdPair = {-1, 0};
-    tBnkIdxPair spanPair = {-1, 0};
-    tBnkIdxPair prioPair = {-1, 0};
-    uint32_t bankTrapRsn = kNoRsn; // of the trap bank
-    uint32_t fwdTrapQue = 0;       // of the forward's own trap
-    uint32_t fwdTrapRsn = kNoRsn;
-    uint32_t egidTrapQue = 0; // of the bank that names the trap egid
-    uint32_t egidTrapRsn = kNoRsn;
-    bool aclDropHit = false;
-    bool trapHit = false;
-    bool dropHit = false;
-    bool anyBank = false;
-
+    TaeMerge<TaeL2Rslt> merge(kTaeL2Grps);
+    TaeL2Rslt &merged = merge.rslt;
+    merged.ign_fcoe = std::any_of(std::begin(byBank), std::end(byBank),
+                                  [](const TaeL2Hit &hit) { return hit.idx >= 0 && hit.rslt.ign_fcoe; });
+    TaeL2Egids egids;
     for (uint32_t bank = 0; bank < TAE_BANKS; bank++) {
-        if (hitIdxByBank[bank] < 0)
+        const TaeL2Hit &hit = byBank[bank];
+        if (hit.idx < 0)
             continue;
-        if (typeByBank[bank] == ACLT_L2_FCOE && merged.ign_fcoe) {
+        if (hit.type == ACLT_L2_FCOE && merged.ign_fcoe) {
             TAE_TRACE(1, "TAE-L2LU>> bank %u ignored because ign_fcoe=1\n", bank);
             continue;
         }
-        anyBank = true;
-        const L2AclRslt cur = readFields(resultsByBank[bank]);
-        const tBnkIdxPair hit = {hitIdxByBank[bank], bank};
-
-        if (cur.dscp_en && !merged.dscp_en) {
-            merged.dscp_en = 1;
-            merged.dscp = cur.dscp;
-            merged.drop_prcd = cur.drop_prcd;
-        }
-        if (cur.pol_en && !merged.pol_en) {
-            merged.pol_en = 1;
-            merged.pol_id = cur.pol_id;
-        }
-        if (cur.trap_en && !merged.trap_en) {
-            merged.trap_en = 1;
-            merged.trap_que = cur.trap_que;
-            bankTrapRsn = bnkTrapRsnLst[bank];
-            trapPair = hit;
-        }
-        if (cur.span_en && !merged.span_en) {
-            merged.span_en = 1;
-            merged.span_id = cur.span_id;
-            spanPair = hit;
-        }
-        if (cur.fwd_en && !merged.fwd_en) {
-            merged.fwd_en = 1;
-            merged.is_mgid = cur.is_mgid;
-            merged.lgid_egid_mgid = cur.lgid_egid_mgid;
-            merged.trill_cmd = cur.trill_cmd;
-            merged.trill_mc = cur.trill_mc;
-            merged.mctid_trill_da = cur.mctid_trill_da;
-            fwdTrapQue = cur.trap_que;
-            fwdTrapRsn = bnkTrapRsnLst[bank];
-            fwdPair = hit;
-            TAE_TRACE(1, "TAE-L2LU>> merging: fwd_en=1, highest priority gidVal=%x\n", cur.lgid_egid_mgid);
-        }
-        if (cur.prio_en && !merged.prio_en) {
-            merged.prio_en = 1;
-            merged.prio_pth = cur.prio_pth;
-            merged.qmg_prio = cur.qmg_prio;
-            merged.l2_ing_prio = cur.l2_ing_prio;
-            prioPair = hit;
-        }
-        if (cur.sts_sflow_en && !merged.sts_sflow_en) {
-            merged.sts_sflow_en = 1;
-            merged.sts_sflow_idx = cur.sts_sflow_idx;
-            merged.sflow_en = cur.sflow_en;
-        }
-        merged.acl_log |= cur.acl_log;
-        merged.mct_srbridge_vld |= cur.mct_srbridge_vld;
-        merged.bypass_eacl |= cur.bypass_eacl;
-
-        // Every forwarding bank is tested, also one whose group lost to an earlier bank.
-        if (cur.fwd_en && !cur.is_mgid && isEgidFormOfAcl(cur.lgid_egid_mgid)) {
-            const uint32_t egid = egidOf(cur.lgid_egid_mgid);
-            if (egid == aclDropEgid) {
-                aclDropHit = true;
-                merged.is_mgid = 0;
-            } else if (egid == trapEgid && !aclDropHit) {
-                trapHit = true;
-                egidTrapQue = cur.trap_que;
-                egidTrapRsn = bnkTrapRsnLst[bank];
-                merged.is_mgid = 0;
-            } else if (egid == dropEgid && !aclDropHit && !trapHit) {
-                dropHit = true;
-                merged.is_mgid = 0;
-            }
-        }
+        merge.take(bank, hit.rslt);
+        merged.mct_srbridge_vld |= hit.rslt.mct_srbridge_vld;
+        if (merge.winner(GRP_fwd_en) == bank)
+            TAE_TRACE(1, "TAE-L2LU>> merging: fwd_en=1, highest priority gidVal=%x\n", hit.rslt.lgid_egid_mgid);
+        egids.take(hit.rslt, bnkTrapRsnLst[bank], intf);
     }
 
-    const uint32_t defWords[4] = {
-        BLK_REG_GET_FLD("TAE_L2_SRCH_DEF_RSLT_0_REG", "l2_srch_def_rslt_0"),
-        BLK_REG_GET_FLD("TAE_L2_SRCH_DEF_RSLT_1_REG", "l2_srch_def_rslt_1"),
-        BLK_REG_GET_FLD("TAE_L2_SRCH_DEF_RSLT_2_REG", "l2_srch_def_rslt_2"),
-        BLK_REG_GET_FLD("TAE_L2_SRCH_DEF_RSLT_3_REG", "l2_srch_def_rslt_3"),
+    const uint32_t defWords[] = {regs.l2_srch_def_rslt_3(), regs.l2_srch_def_rslt_2(), regs.l2_srch_def_rslt_1(),
+                                 regs.l2_srch_def_rslt_0()};
+    const auto def = entryAt<TaeL2Rslt>(defWords);
+    merge.takeDefault(def);
+
+    const auto trapOf = [&](TaeGrp grp) {
+        const uint32_t bank = merge.winner(grp);
+        return bank == merge.kNoBank ? TaeTrap{} : TaeTrap{byBank[bank].rslt.trap_que, bnkTrapRsnLst[bank]};
     };
-    M_T defLine;
-    l2AclRsltFieldDef().unpackBinaryKey(defWords, defLine);
-    const L2AclRslt def = readFields(defLine);
-    if (!anyBank)
-        merged.bypass_eacl = def.bypass_eacl;
-    if (!merged.dscp_en) {
-        merged.dscp = def.dscp;
-        merged.dscp_en = def.dscp_en;
-        merged.drop_prcd = def.drop_prcd;
-    }
-    if (!merged.span_en)
-        merged.span_id = def.span_id;
-    if (!merged.fwd_en) {
-        merged.is_mgid = def.is_mgid;
-        merged.lgid_egid_mgid = def.lgid_egid_mgid;
-        merged.trill_cmd = def.trill_cmd;
-        merged.trill_mc = def.trill_mc;
-        merged.mctid_trill_da = def.mctid_trill_da;
-        fwdTrapQue = def.trap_que;
-        fwdTrapRsn = kNoRsn;
-    }
-    if (!merged.sts_sflow_en)
-        merged.sts_sflow_idx = def.sts_sflow_idx;
-    if (!merged.prio_en) {
-        merged.prio_pth = def.prio_pth;
-        merged.l2_ing_prio = def.l2_ing_prio;
-        merged.qmg_prio = def.qmg_prio;
-    }
+    TaeTrap fwdTrap = merged.fwd_en ? trapOf(GRP_fwd_en) : TaeTrap{def.trap_que, kNoRsn};
+    overrideL2Egid(egids, intf, merged, fwdTrap);
+    const TaeTrap trap = finalL2Trap(merged, intf, trapOf(GRP_trap_en), fwdTrap);
+    merged.trap_que = trap.que;
+    rslt = merged;
+    if (trap.rsn != kNoRsn)
+        trapRsn = trap.rsn;
 
-    if (aclDropHit) {
-        merged.is_mgid = 0;
-        merged.lgid_egid_mgid = gidOfEgid(aclDropEgid);
-        merged.trap_en = 0;
-        fwdTrapQue = 0;
-        fwdTrapRsn = kNoRsn;
-        TAE_TRACE(1, "[TAE-L2LU] merging: gid (0x%x) = acl_drop_gid\n", merged.lgid_egid_mgid);
-    } else if (trapHit) {
-        merged.is_mgid = 0;
-        merged.lgid_egid_mgid = gidOfEgid(trapEgid);
-        fwdTrapQue = egidTrapQue;
-        fwdTrapRsn = egidTrapRsn;
-        TAE_TRACE(1, "[TAE-L2LU] merging: gid (0x%x)  = trap_gid\n", merged.lgid_egid_mgid);
-    } else if (dropHit) {
-        merged.is_mgid = 0;
-        merged.lgid_egid_mgid = gidOfEgid(dropEgid);
-        fwdTrapQue = 0;
-        fwdTrapRsn = kNoRsn;
-        TAE_TRACE(1, "[TAE-L2LU] merging: gid (0x%x) = drop_gid\n", merged.lgid_egid_mgid);
-    }
-
-    // The final trap. The group may have come from the default, so it is compared once more.
-    const bool isEgid = !merged.is_mgid && isEgidForm(merged.lgid_egid_mgid);
-    const uint32_t egid = egidOf(merged.lgid_egid_mgid);
-    uint32_t finalTrapRsn;
-    if (isEgid && egid == aclDropEgid) {
-        merged.trap_que = 0;
-        finalTrapRsn = kNoRsn;
-        merged.is_mgid = 0;
-    } else if (isEgid && egid == trapEgid) {
-        merged.trap_que = fwdTrapQue;
-        finalTrapRsn = fwdTrapRsn;
-        merged.is_mgid = 0;
-    } else {
-        // Also for the drop egid, which has `is_mgid` clear by itself.
-        if (!merged.trap_en)
-            merged.trap_que = 0;
-        finalTrapRsn = merged.trap_en ? bankTrapRsn : kNoRsn;
-    }
-
-    merged.sflow_profile = 0;
-    writeFields(merged, rslt);
-    if (finalTrapRsn != kNoRsn)
-        trapRsn = finalTrapRsn;
-
-    setL2AclActivityMemories(trapPair, fwdPair, spanPair, prioPair);
+    const auto pairOf = [&](TaeGrp grp) {
+        const uint32_t bank = merge.winner(grp);
+        return bank == merge.kNoBank ? tBnkIdxPair{-1, 0} : tBnkIdxPair{byBank[bank].idx, bank};
+    };
+    setL2AclActivityMemories(pairOf(GRP_trap_en), pairOf(GRP_fwd_en), pairOf(GRP_span_en), pairOf(GRP_prio_en));
 }
 
 void CmTaeLkup::setL2AclActivityMemories(tBnkIdxPair trap, tBnkIdxPair fwd, tBnkIdxPair span, tBnkIdxPair prio) {
-    const struct {
-        tBnkIdxPair pair;
-        const char *mem_;
-        const char *field;
-    } rows[] = {
-        {trap, "TAE_L2_TRAP_ACTV_MEM", "u_actv_mem_l2_trap"},
-        {fwd, "TAE_L2_FWD_ACTV_MEM", "u_actv_mem_l2_fwd"},
-        {span, "TAE_L2_SPAN_ACTV_MEM", "u_actv_mem_l2_span"},
-        {prio, "TAE_L2_PRIO_ACTV_MEM", "u_actv_mem_l2_prio"},
-    };
-    for (const auto &row : rows) {
-        if (row.pair.idx < 0)
+    const tBnkIdxPair pairs[std::size(kL2ActvMems)] = {trap, fwd, span, prio};
+    for (size_t i = 0; i < std::size(pairs); i++) {
+        if (pairs[i].idx < 0)
             continue;
-        const EmbeddedMemory *bankMem = getAclRsltBlockPointer(static_cast<int>(row.pair.bank));
+        const EmbeddedMemory *bankMem = getAclRsltBlockPointer(static_cast<int>(pairs[i].bank));
         const EmbeddedMemory *bank0Mem = getAclRsltBlockPointer(0);
         if (!bankMem || !bank0Mem)
             continue;
         const uint32_t byteBase = bankMem->pMemRegDef->memBase - bank0Mem->pMemRegDef->memBase;
-        updateActivityMemory(row.mem_, row.field, byteBase / 16 + static_cast<uint32_t>(row.pair.idx));
+        const uint32_t addr = byteBase / 16 + static_cast<uint32_t>(pairs[i].idx);
+        EmbeddedMemory *actvMem = l2ActvMem[i];
+        if (!actvMem) {
+            updateActivityMemory(kL2ActvMems[i].mem, kL2ActvMems[i].field, addr); // says that there is none
+            continue;
+        }
+        M_T ln_; // one field: the word
+        if (actvMem->readEntry(addr / 32, ln_) < 0)
+            continue;
+        ln_.front().u32 |= 1u << (addr % 32);
+        actvMem->writeAt(addr / 32, ln_, false, true);
     }
 }
 
