@@ -22,7 +22,6 @@ static_assert(L2DaLrnInf::kWords == kInfWords);
 /// What differs between the two FIFOs.
 struct LrnFifo {
     using Reg = uint32_t CmRteHsiComReg::*;
-    using Slots = uint32_t (CmRteHsiComReg::*)[4];
     using Stat = uint32_t CmRteStat::*;
 
     Reg swpCtlW0;
