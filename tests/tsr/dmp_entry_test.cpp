@@ -109,10 +109,10 @@ TEST(DmpEntry, AFieldMayKeepItsPlace) {
     ChipImage chip;
     chip.set(DMP(iqs_span_edit), 0, 0xffff'ffff);
     const auto words = dmpEntryWords<IqsSpanEdit>(chip.get());
-    EXPECT_EQ(inPlace(words, IqsSpanEditAt::rcv_trill), 0x2000'0000u);
-    EXPECT_EQ(inPlace(words, IqsSpanEditAt::dont_touch_en), 1u);
-    EXPECT_EQ(inPlace(words, IqsSpanEditAt::routed), 7u << 7);
-    EXPECT_EQ(inPlace(words, IqsSpanEditAt::vpnid_en), 0u);
+    EXPECT_EQ(inPlace<&IqsSpanEdit::rcv_trill>(words), 0x2000'0000u);
+    EXPECT_EQ(inPlace<&IqsSpanEdit::dont_touch_en>(words), 1u);
+    EXPECT_EQ(inPlace<&IqsSpanEdit::routed>(words), 7u << 7);
+    EXPECT_EQ(inPlace<&IqsSpanEdit::vpnid_en>(words), 0u);
 }
 
 TEST(DmpEntry, NoElementBehindTheLast) {

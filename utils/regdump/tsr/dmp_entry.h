@@ -12,15 +12,6 @@ template <class Entry> struct DmpRow;
     template <> struct DmpRow<Type> { template <class Dmp> static constexpr size_t kOffset = offsetof(Dmp, rowName); };
 #include "tbl/tsr_tbl.def"
 
-// The places of an entry's fields, `<Type>At`, for a value that keeps its place. Fields in pieces have none.
-#define DMP(Type, form, rowName, words, use, text, ...)                                                                \
-    struct Type##At {                                                                                                  \
-        __VA_ARGS__                                                                                                    \
-    };
-#define FLD(name, word, hi, lo, kind, text) static constexpr TblPiece name = tblPiece((hi) - (lo), 0, word, hi);
-#define ALT(name, word, hi, lo, kind, text) FLD(name, word, hi, lo, kind, text)
-#include "tbl/tsr_tbl.def"
-
 template <class Entry> using EntryWords = std::array<uint32_t, Entry::kWords>;
 
 /// The words of an entry that starts at word `idx` of the image, counted flat from byte offset `base`. As the chip's
@@ -67,8 +58,10 @@ template <class Entry> void setDmpEntry(tsr_dmp_t *tsr_reg, uint64_t idx, const 
         setDmpWord(tsr_reg, DmpRow<Entry>::template kOffset<tsr_dmp_t>, idx * Entry::kWords + i, words[i]);
 }
 
-/// The field at `piece` where it stands in its word; the word's other bits are 0.
-template <size_t N> constexpr uint32_t inPlace(const std::array<uint32_t, N> &words, const TblPiece &piece) {
+/// The field `Member` of an entry, which must stand in one piece, where it stands in its word; the other bits are 0.
+template <auto Member> constexpr uint32_t inPlace(const EntryWords<TblRecordOf<Member>> &words) {
+    static_assert(tblPlace<Member>.size() == 1);
+    constexpr TblPiece piece = tblPlace<Member>[0];
     return tblPieceBits(words.data(), piece) << piece.lo;
 }
 

@@ -23,32 +23,32 @@ static void fillSpanEdit(hmc_hdr_t &hdr, uint32_t k, const tsr_dmp_t *tsr_reg) {
     const IqsSpanEdit edit = entryAt<IqsSpanEdit>(words.data());
     const IqsSpanDest dest = dmpEntry<IqsSpanDest>(tsr_reg, k);
 
-    hdr.rcv_trill = inPlace(words, IqsSpanEditAt::rcv_trill);
-    hdr.rcv_trill_en = inPlace(words, IqsSpanEditAt::rcv_trill_en);
-    hdr.trill_mc = inPlace(words, IqsSpanEditAt::trill_mc);
-    hdr.trill_mc_en = inPlace(words, IqsSpanEditAt::trill_mc_en);
+    hdr.rcv_trill = inPlace<&IqsSpanEdit::rcv_trill>(words);
+    hdr.rcv_trill_en = inPlace<&IqsSpanEdit::rcv_trill_en>(words);
+    hdr.trill_mc = inPlace<&IqsSpanEdit::trill_mc>(words);
+    hdr.trill_mc_en = inPlace<&IqsSpanEdit::trill_mc_en>(words);
     hdr.drop_prcd = edit.drop_prcd;
-    hdr.drop_prcd_en = inPlace(words, IqsSpanEditAt::drop_prcd_en);
-    hdr.mct_sbr_vld = inPlace(words, IqsSpanEditAt::mct_sbr_vld);
-    hdr.mct_sbr_vld_en = inPlace(words, IqsSpanEditAt::mct_sbr_vld_en);
+    hdr.drop_prcd_en = inPlace<&IqsSpanEdit::drop_prcd_en>(words);
+    hdr.mct_sbr_vld = inPlace<&IqsSpanEdit::mct_sbr_vld>(words);
+    hdr.mct_sbr_vld_en = inPlace<&IqsSpanEdit::mct_sbr_vld_en>(words);
     hdr.ecn = edit.ecn;
-    hdr.ecn_en = inPlace(words, IqsSpanEditAt::ecn_en);
-    hdr.is_cn_tag = inPlace(words, IqsSpanEditAt::is_cn_tag);
-    hdr.is_cn_tag_en = inPlace(words, IqsSpanEditAt::is_cn_tag_en);
-    hdr.is_stag = inPlace(words, IqsSpanEditAt::is_stag);
-    hdr.is_stag_en = inPlace(words, IqsSpanEditAt::is_stag_en);
-    hdr.is_ctag = inPlace(words, IqsSpanEditAt::is_ctag);
-    hdr.is_ctag_en = inPlace(words, IqsSpanEditAt::is_ctag_en);
-    hdr.byps_eacl = inPlace(words, IqsSpanEditAt::byps_eacl);
-    hdr.byps_eacl_en = inPlace(words, IqsSpanEditAt::byps_eacl_en);
+    hdr.ecn_en = inPlace<&IqsSpanEdit::ecn_en>(words);
+    hdr.is_cn_tag = inPlace<&IqsSpanEdit::is_cn_tag>(words);
+    hdr.is_cn_tag_en = inPlace<&IqsSpanEdit::is_cn_tag_en>(words);
+    hdr.is_stag = inPlace<&IqsSpanEdit::is_stag>(words);
+    hdr.is_stag_en = inPlace<&IqsSpanEdit::is_stag_en>(words);
+    hdr.is_ctag = inPlace<&IqsSpanEdit::is_ctag>(words);
+    hdr.is_ctag_en = inPlace<&IqsSpanEdit::is_ctag_en>(words);
+    hdr.byps_eacl = inPlace<&IqsSpanEdit::byps_eacl>(words);
+    hdr.byps_eacl_en = inPlace<&IqsSpanEdit::byps_eacl_en>(words);
     hdr.routed = edit.routed;
-    hdr.routed_en = inPlace(words, IqsSpanEditAt::routed_en);
-    hdr.lossless_to = inPlace(words, IqsSpanEditAt::lossless_to);
-    hdr.lossless_to_en = inPlace(words, IqsSpanEditAt::lossless_to_en);
-    hdr.pim_decap = inPlace(words, IqsSpanEditAt::pim_decap);
-    hdr.pim_decap_en = inPlace(words, IqsSpanEditAt::pim_decap_en);
-    hdr.dont_touch = inPlace(words, IqsSpanEditAt::dont_touch);
-    hdr.dont_touch_en = inPlace(words, IqsSpanEditAt::dont_touch_en);
+    hdr.routed_en = inPlace<&IqsSpanEdit::routed_en>(words);
+    hdr.lossless_to = inPlace<&IqsSpanEdit::lossless_to>(words);
+    hdr.lossless_to_en = inPlace<&IqsSpanEdit::lossless_to_en>(words);
+    hdr.pim_decap = inPlace<&IqsSpanEdit::pim_decap>(words);
+    hdr.pim_decap_en = inPlace<&IqsSpanEdit::pim_decap_en>(words);
+    hdr.dont_touch = inPlace<&IqsSpanEdit::dont_touch>(words);
+    hdr.dont_touch_en = inPlace<&IqsSpanEdit::dont_touch_en>(words);
     hdr.egr_ivid = edit.egr_ivid;
     hdr.egr_ivid_en = edit.egr_ivid_en;
     hdr.vpnid = edit.vpnid;
@@ -56,7 +56,7 @@ static void fillSpanEdit(hmc_hdr_t &hdr, uint32_t k, const tsr_dmp_t *tsr_reg) {
     hdr.priority = dest.priority;
     hdr.mgid = dest.mgid;
     hdr.egid = dest.egid;
-    hdr.mcast = inPlace(dmpEntryWords<IqsSpanDest>(tsr_reg, k), IqsSpanDestAt::mcast);
+    hdr.mcast = inPlace<&IqsSpanDest::mcast>(dmpEntryWords<IqsSpanDest>(tsr_reg, k));
 }
 
 /// New VLAN and addresses of a frame that is no span copy. Both position formulas are the chip's; large indices read on
