@@ -1,0 +1,62 @@
+// The generated pages of docs/ are those that the lists give today, and the lists name nothing that is not there.
+
+#include "doc_pages.h"
+#include "hsi/cmRteHsiReg.h"
+#include "hsi/cmRteHsiText.h"
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <set>
+#include <string>
+
+namespace {
+
+TEST(Docs, GeneratedPagesAreCurrent) {
+    for (const DocPage &page : docPages()) {
+        std::ifstream in(std::string(TSR_SOURCE_DIR) + "/docs/" + page.file, std::ios::binary);
+        const std::string stored{std::istreambuf_iterator<char>(in), {}};
+        EXPECT_TRUE(stored == page.text) << page.file << " is old: run build/<preset>/tests/make_docs docs";
+    }
+}
+
+TEST(Docs, PagesTellWhatAPersonWouldLookUp) {
+    const std::string record = recordPage();
+    EXPECT_NE(record.find("| `l2TrillTtl` | 6 | hop count of the TRILL header |"), std::string::npos);
+    EXPECT_NE(record.find("| `flexKey0[6]` | 32 | "), std::string::npos);
+    const std::string names = namesPage();
+    EXPECT_NE(names.find("| `rte_sflow_rate[0]` to `rte_sflow_rate[15]` | 0x5035c to 0x50398 | `RTE_SFLOW_RATE_{n}` | "
+                         "`rte_sflow_rate_{n}` |"),
+              std::string::npos);
+    EXPECT_NE(names.find("| `rte_l2_typ_len` | 0x50000 | `RTE_L2_TYP_LEN` | `rte_l2_dix_typ_min` | 26:16 |"),
+              std::string::npos);
+    EXPECT_NE(names.find("| 0xf002c | `TAE_BANK_EN_REG` | `tae_bank_en` | 29:0 |"), std::string::npos);
+    const std::string tables = tablesPage();
+    EXPECT_NE(tables.find("## `rte_vlan_xlate`"), std::string::npos);
+    EXPECT_NE(tables.find("| `vid[2]` | 0 28:16; 2 of them, 16 bits on | VLAN |"), std::string::npos);
+    EXPECT_NE(tables.find("The load drops the bits 0xe000e000 of word 0."), std::string::npos);
+}
+
+TEST(Docs, EachMeaningBelongsToAField) {
+    std::multiset<std::string> fields;
+    for (const auto &rows : {hsiComRegRows(), hsiPortRegRows(), hsiTfeRegRows()}) {
+        for (const HsiRegRow &row : rows) {
+            for (const HsiFieldRow &field : row.fields)
+                fields.insert(field.name);
+        }
+    }
+#define FLD(name, hi, lo) fields.insert(#name);
+#define REG(offset, name, ...) __VA_ARGS__
+#include "tae/cmTaeHsiReg.def"
+
+    std::set<std::string> seen;
+#define TEXT(name, text)                                                                                               \
+    EXPECT_EQ(fields.count(name), 1u) << name;                                                                         \
+    EXPECT_TRUE(seen.insert(name).second) << name << " stands twice";                                                  \
+    EXPECT_EQ(hsiFieldText(name), text);
+#include "hsi/cmRteHsiText.def"
+    EXPECT_GT(seen.size(), 450u);
+    EXPECT_EQ(hsiFieldText("rte_scratch_pad"), "");
+}
+
+} // namespace
