@@ -4,16 +4,12 @@
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "lue/cmRteLueL3.h"
+#include "tbl/tsr_tbl.h"
 
 namespace {
 
 /// Upper 16 bits of the address of a domain controller; the low byte is its domain.
 constexpr uint32_t kDomainCtlr = 0xfffc;
-
-/// Bit `n` of a table with a bit a number; 0 beyond it.
-template <size_t N> uint32_t fltBit(const uint32_t (&tbl)[N], uint32_t n) {
-    return bit(memWord(tbl, n / 32), n % 32);
-}
 
 /// The address by which a Fibre Channel id is searched: a domain controller is found under its domain.
 uint32_t fcidLu(uint32_t fcid) {
@@ -52,16 +48,16 @@ void FcoeCls(CmRteStat *statPtr) {
         statPtr->l2FcoeClsVfid = statPtr->l2FcoeFcVfid;
         statPtr->l2FcoeClsVfidTyp = 0;
     } else if (statPtr->iivid != portRegPtr->rte_prc_l2_fcoe_def_vid) {
-        const uint32_t word = memWord(memPtr->RTE_FCOE_VFID_SRAM, statPtr->iivid);
-        statPtr->l2FcoeClsVfid = bits(word, 11, 0);
-        statPtr->l2FcoeClsVfidTyp = bit(word, 12);
+        const auto fabric = entry<FcoeVfid>(memPtr->RTE_FCOE_VFID_SRAM, statPtr->iivid);
+        statPtr->l2FcoeClsVfid = fabric.vfid;
+        statPtr->l2FcoeClsVfidTyp = fabric.vfid_typ;
     } else {
         statPtr->l2FcoeClsVfid = portRegPtr->rte_prc_l2_fcoe_def_vfid;
         statPtr->l2FcoeClsVfidTyp = portRegPtr->rte_prc_l2_fcoe_def_vfid_typ;
     }
 
-    statPtr->l2FcoeClsRteEn = fltBit(memPtr->RTE_FCOE_VID_FLT_RA, statPtr->iivid) &
-                              fltBit(memPtr->RTE_FCOE_VFID_FLT_RA, statPtr->l2FcoeClsVfid);
+    statPtr->l2FcoeClsRteEn = elem<&FcoeIvidFlt::rte_en>(memPtr->RTE_FCOE_VID_FLT_RA, statPtr->iivid) &
+                              elem<&FcoeVfidFlt::rte_en>(memPtr->RTE_FCOE_VFID_FLT_RA, statPtr->l2FcoeClsVfid);
 
     CM_TRACE(2, "L3 FCoE Cls:\n");
     CM_TRACE_RAW(2, "    vid        = %x\n", statPtr->iivid);
@@ -94,15 +90,17 @@ void FcoeLu(CmRteStat *statPtr) {
         statPtr->l2FcoeTrapRsn = TRP_L3_MISS;
     }
     // A miss reads the default word as a hit reads its own.
-    statPtr->l2FcoeLuTrapEn = bit(da.rslt, 9);
-    statPtr->l3FwdFcoeApplZng = bit(da.rslt, 8);
-    statPtr->l2FcoeLuDaGrpId = bits(da.rslt, 13, 10);
-    statPtr->l3FwdNextHopRsltIdx = bits(da.rslt, 31, 14);
+    const auto daRslt = entryAt<TfeFcoeRslt>(&da.rslt);
+    statPtr->l2FcoeLuTrapEn = daRslt.trap_en;
+    statPtr->l3FwdFcoeApplZng = daRslt.appl_zng;
+    statPtr->l2FcoeLuDaGrpId = daRslt.l3_grp_id;
+    statPtr->l3FwdNextHopRsltIdx = daRslt.nxt_hop_rslt_idx;
     CM_TRACE(2, "L3 LPM DA result:\n");
 
     const TFE_LUE_RSLT sa = srchFcid(statPtr, statPtr->l2FcoeFcSid, 0);
-    statPtr->l2FcoeLuSaGrpId = bits(sa.rslt, 13, 10);
+    const auto saRslt = entryAt<TfeFcoeRslt>(&sa.rslt);
+    statPtr->l2FcoeLuSaGrpId = saRslt.l3_grp_id;
     statPtr->l2FcoeLuSidHit = sa.hit;
-    statPtr->l3FwdSaNextHopRsltIdx = bits(sa.rslt, 31, 14);
+    statPtr->l3FwdSaNextHopRsltIdx = saRslt.nxt_hop_rslt_idx;
     CM_TRACE(2, "L3 LPM SA result:\n");
 }

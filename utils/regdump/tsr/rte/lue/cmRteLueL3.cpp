@@ -2,9 +2,9 @@
 
 #include "base/cmRteFrm.h"
 #include "base/cmRteHis.h"
-#include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "lue/cmRteLue.h"
+#include "tbl/tsr_tbl.h"
 
 namespace {
 
@@ -34,17 +34,17 @@ void srchIpv6(const CmRteStat *statPtr, uint64_t addr0, uint64_t addr1, uint32_t
 void L3FeatureCtrl(CmRteStat *statPtr) {
     if (!isIp(statPtr))
         return;
-    const uint32_t word = statPtr->memPtr->RTE_L3_FEATURE_CTL_SRAM[statPtr->iivid & 0x1fff];
-    statPtr->ipv6McHdrCkEn = bit(word, 10);
-    statPtr->ipv6UcHdrCkEn = bit(word, 11);
-    statPtr->ipv6IcmpRedirectTrpEn = bit(word, 12);
-    statPtr->ipv6IcmpUnreachTrpEn = bit(word, 13);
-    statPtr->ipv6RpfCkMode = bits(word, 15, 14);
-    statPtr->ipv4McHdrCkEn = bit(word, 26);
-    statPtr->ipv4UcHdrCkEn = bit(word, 27);
-    statPtr->ipv4IcmpRedirectTrpEn = bit(word, 28);
-    statPtr->ipv4IcmpUnreachTrpEn = bit(word, 29);
-    statPtr->ipv4RpfCkMode = bits(word, 31, 30);
+    const auto feat = entry<VlanFeatCtl>(statPtr->memPtr->RTE_L3_FEATURE_CTL_SRAM, statPtr->iivid & 0x1fff);
+    statPtr->ipv6McHdrCkEn = feat.ipv6McHdrCkEn;
+    statPtr->ipv6UcHdrCkEn = feat.ipv6UcHdrCkEn;
+    statPtr->ipv6IcmpRedirectTrpEn = feat.ipv6IcmpRedirectTrpEn;
+    statPtr->ipv6IcmpUnreachTrpEn = feat.ipv6IcmpUnreachTrpEn;
+    statPtr->ipv6RpfCkMode = feat.ipv6RpfCkMode;
+    statPtr->ipv4McHdrCkEn = feat.ipv4McHdrCkEn;
+    statPtr->ipv4UcHdrCkEn = feat.ipv4UcHdrCkEn;
+    statPtr->ipv4IcmpRedirectTrpEn = feat.ipv4IcmpRedirectTrpEn;
+    statPtr->ipv4IcmpUnreachTrpEn = feat.ipv4IcmpUnreachTrpEn;
+    statPtr->ipv4RpfCkMode = feat.ipv4RpfCkMode;
 
     CM_TRACE(2, "L3 feature control cls reslt:\n");
     CM_TRACE_RAW(2, "    ivp6_mc_hdr_ck_en         = %x\n", statPtr->ipv6McHdrCkEn);
@@ -60,16 +60,14 @@ void L3FeatureCtrl(CmRteStat *statPtr) {
 }
 
 void L3VrfLu(CmRteStat *statPtr) {
-    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const uint32_t word = memWord(statPtr->memPtr->RTE_L3_VRF_SRAM, statPtr->iivid);
-    statPtr->vrfId = bits(word, 11, 0);
-    statPtr->deftVrfEn = bit(word, 12);
-    CmRteHisU32(hisCtl(statPtr), statPtr->iivid, comRegPtr->rte_lue_l3_vrf_addr_hi, comRegPtr->rte_lue_l3_vrf_addr_lo,
-                8191, 16, &comRegPtr->rte_his_l3_vrf[0]);
+    const auto vrf = entry<Vrf>(statPtr->memPtr->RTE_L3_VRF_SRAM, statPtr->iivid);
+    statPtr->vrfId = vrf.vrfId;
+    statPtr->deftVrfEn = vrf.deftVrfEn;
+    capture(statPtr, his::l3_vrf, statPtr->iivid);
 }
 
 void L3CugidLu(CmRteStat *statPtr) {
-    statPtr->l3PselCugid = memWord(statPtr->memPtr->RTE_L2_CID_SRAM, statPtr->iivid);
+    statPtr->l3PselCugid = field<&Cugid::cugid>(statPtr->memPtr->RTE_L2_CID_SRAM, statPtr->iivid);
 }
 
 TFE_LUE_INPUT lpmInput(const CmRteStat *statPtr, const uint32_t *key, uint32_t isDa) {

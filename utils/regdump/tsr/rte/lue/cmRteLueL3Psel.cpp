@@ -6,6 +6,7 @@
 #include "lue/cmRteLue.h"
 #include "lue/cmRteLueL3.h"
 #include "tae/cmTae.h"
+#include "tbl/tsr_tbl.h"
 
 #include <bit>
 
@@ -14,19 +15,6 @@ namespace {
 constexpr uint32_t kMaxKeyWords = 16;
 constexpr uint32_t kFlexKeys = 4;
 constexpr uint32_t kFlexKeyWords = 8;
-
-/// Result word of a longest-prefix search of IP; the positions are the model's, whatever the memory keeps.
-struct LpmWord {
-    explicit LpmWord(uint32_t word)
-        : nxt_hop_rslt_idx(bits(word, 31, 14)), my_ip_da(bit(word, 13)), rp_valid(bit(word, 12)), grp_id(bit(word, 11)),
-          default_vrf(bit(word, 10)), trap_en(bit(word, 9)) {}
-    uint32_t nxt_hop_rslt_idx;
-    uint32_t my_ip_da;
-    uint32_t rp_valid;
-    uint32_t grp_id;
-    uint32_t default_vrf;
-    uint32_t trap_en;
-};
 
 void clearPselForSkip(CmRteStat *statPtr) {
     statPtr->l3PselL2EgrPrio = 0;
@@ -358,7 +346,7 @@ void searchAcl(CmRteStat *statPtr) {
 } // namespace
 
 void L3IpDaRslt(CmRteStat *statPtr, const TFE_LUE_RSLT *rsltPtr) {
-    const LpmWord word(rsltPtr->rslt);
+    const auto word = entryAt<TfeIpRslt>(&rsltPtr->rslt);
     statPtr->l3IpTrapEn = word.trap_en;
     statPtr->l3FwdNextHopRsltIdx = word.nxt_hop_rslt_idx;
     statPtr->l3FwdIsMyIpDa = word.my_ip_da;
@@ -370,7 +358,7 @@ void L3IpDaRslt(CmRteStat *statPtr, const TFE_LUE_RSLT *rsltPtr) {
 }
 
 void L3IpSaRslt(CmRteStat *statPtr, const TFE_LUE_RSLT *rsltPtr) {
-    const LpmWord word(rsltPtr->rslt);
+    const auto word = entryAt<TfeIpRslt>(&rsltPtr->rslt);
     statPtr->l3FwdIsSaGrp = word.grp_id;
     statPtr->l3FwdSaNextHopRsltIdx = word.nxt_hop_rslt_idx;
     statPtr->l3FwdIsRpVld = word.rp_valid;
