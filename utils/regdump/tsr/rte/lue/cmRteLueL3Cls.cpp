@@ -1,40 +1,51 @@
 #include "lue/cmRteLueL3.h"
 
-#include "base/cmLu.h"
 #include "base/cmRteFrm.h"
 #include "base/cmRteHis.h"
+#include "base/cmRteLkup.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "cmAssert.h"
+#include "tbl/tsr_tbl.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 namespace {
 
+// Words of the key that the chip has: the low ones of an entry.
 constexpr uint32_t kKeyWords = 14;
-constexpr uint32_t kFlexWords = 6;
+
+using L3CtrlLkup = CmTcamLkup<&CmRteHsiMem::RTE_L3_CONTROL_TCAM, L3CtrlKey>;
+
+/// The fields of the key but for the flex key.
+L3CtrlKey ctrlKeyOf(const CmRteStat *statPtr) {
+    const uint32_t flags = statPtr->l4TcpFlags;
+    L3CtrlKey key{};
+    key.typ = statPtr->typ;
+    key.l2Da = statPtr->l2Da;
+    key.l3IpUlp = statPtr->l3IpUlp;
+    key.tcp_fin = bit(flags, TCP_FIN);
+    key.tcp_syn = bit(flags, TCP_SYN);
+    key.tcp_rst = bit(flags, TCP_RST);
+    key.tcp_ack = bit(flags, TCP_ACK);
+    key.tcp_psh = bit(flags, TCP_PSH);
+    key.tcp_urg = bit(flags, TCP_URG);
+    key.isIpv6 = isIpv6(statPtr);
+    key.l3FwdIsMyIpDa = statPtr->l3FwdIsMyIpDa;
+    key.typL4Src = statPtr->typL4Src;
+    key.typL4Dst = statPtr->typL4Dst;
+    if (isIpv6(statPtr))
+        key.l3IpDa = {static_cast<uint32_t>(statPtr->l3IpDa0 >> 32), static_cast<uint32_t>(statPtr->l3IpDa0),
+                      static_cast<uint32_t>(statPtr->l3IpDa1 >> 32), static_cast<uint32_t>(statPtr->l3IpDa1)};
+    else
+        key.l3IpDa = {0, 0, 0, static_cast<uint32_t>(statPtr->l3IpDa0)};
+    return key;
+}
 
 void buildL3CtrlKey(const CmRteStat *statPtr, uint32_t (&key)[kKeyWords]) {
-    const uint32_t flags = statPtr->l4TcpFlags;
-    key[0] = statPtr->typ;
-    // This key has ACK before PSH.
-    key[1] = static_cast<uint32_t>(bits64(statPtr->l2Da, 47, 32)) << 16 | (statPtr->l3IpUlp & 0xff) << 8 |
-             bit(flags, TCP_FIN) << 7 | bit(flags, TCP_SYN) << 6 | bit(flags, TCP_RST) << 5 | bit(flags, TCP_ACK) << 4 |
-             bit(flags, TCP_PSH) << 3 | bit(flags, TCP_URG) << 2 | (isIpv6(statPtr) ? 1u : 0u) << 1 |
-             (statPtr->l3FwdIsMyIpDa & 1);
-    key[2] = static_cast<uint32_t>(statPtr->l2Da);
-    key[3] = statPtr->typL4Src << 16 | (statPtr->typL4Dst & 0xffff);
-    if (isIpv6(statPtr)) {
-        key[4] = static_cast<uint32_t>(statPtr->l3IpDa0 >> 32);
-        key[5] = static_cast<uint32_t>(statPtr->l3IpDa0);
-        key[6] = static_cast<uint32_t>(statPtr->l3IpDa1 >> 32);
-        key[7] = static_cast<uint32_t>(statPtr->l3IpDa1);
-    } else {
-        key[4] = 0;
-        key[5] = 0;
-        key[6] = 0;
-        key[7] = static_cast<uint32_t>(statPtr->l3IpDa0);
-    }
+    L3CtrlKey fields = ctrlKeyOf(statPtr);
 
     const uint32_t flexSel = statPtr->comRegPtr->l3_ctl_flx_key_sel;
     if (flexSel > 1) {
@@ -43,43 +54,37 @@ void buildL3CtrlKey(const CmRteStat *statPtr, uint32_t (&key)[kKeyWords]) {
                      static_cast<int>(flexSel));
     }
     CM_ASSERT(flexSel <= 1);
-    for (uint32_t i = 0; i < kFlexWords; i++)
-        key[8 + i] = flexSel == 0 ? statPtr->flexKey0[i] : statPtr->flexKey1[i];
+    std::copy_n(flexSel == 0 ? statPtr->flexKey0 : statPtr->flexKey1, fields.flexKey.size(), fields.flexKey.begin());
+
+    uint32_t words[L3CtrlKey::kWords] = {};
+    pack(fields, words);
+    std::copy(std::end(words) - kKeyWords, std::end(words), key);
 }
 
 /// Searches the control TCAM and returns the index into the result memories.
-uint32_t srchL3Ctrl(CmRteStat *statPtr, const uint32_t (&key)[kKeyWords]) {
-    static CmTcamTbl tcamTbl;
-    tcamTbl = CmTcamTbl();
-    tcamTbl.keySiz = 424;
-    // The key is narrower than its width class and stands at the low end of it.
-    tcamTbl.u64Key1 = Comb2Dw(&key[0]);
-    tcamTbl.u64Key2 = Comb2Dw(&key[2]);
-    tcamTbl.u64Key3 = Comb2Dw(&key[4]);
-    tcamTbl.u64Key4 = Comb2Dw(&key[6]);
-    tcamTbl.u64Key5 = Comb2Dw(&key[8]);
-    tcamTbl.u64Key6 = Comb2Dw(&key[10]);
-    tcamTbl.u64Key7 = Comb2Dw(&key[12]);
-    tcamTbl.tcamSiz = 256;
-    tcamTbl.tcam = statPtr->memPtr->RTE_L3_CONTROL_TCAM;
-    CmTcamLu1Hot(&tcamTbl);
+uint32_t srchL3Ctrl(CmRteStat *statPtr, const uint32_t (&key)[kKeyWords], L3CtrlLkup &lkup) {
+    CmKeyWords<L3CtrlLkup::kKeyWords> words;
+    std::copy(key, key + kKeyWords, std::end(words.word) - kKeyWords);
+    lkup.searchFirst(statPtr->memPtr, words);
 
     const uint32_t unkRslt = statPtr->comRegPtr->l3_ctl_unk_rslt;
-    statPtr->l3CtrlHit = tcamTbl.tcamHit;
-    statPtr->l3CtrlHitIdx = tcamTbl.tcamHit ? tcamTbl.rsltIdx : 0;
-    const uint32_t rsltIdx = tcamTbl.tcamHit ? tcamTbl.rsltIdx : unkRslt;
+    statPtr->l3CtrlHit = lkup.hit();
+    statPtr->l3CtrlHitIdx = lkup.idx();
+    const uint32_t rsltIdx = lkup.hit() ? lkup.idx() : unkRslt;
     CM_TRACE(1, "[L3CtrlCls] tcam rsltIdx=0x%x ,unk_rslt_reg=0x%x, tcamHit=%0d\n", rsltIdx, unkRslt,
              statPtr->l3CtrlHit);
     return rsltIdx;
 }
 
+/// Address of the verdict of control entry `rsltIdx` in the frame's VLAN.
+uint32_t ctrlRsltAddr(const CmRteStat *statPtr, uint32_t rsltIdx) {
+    return statPtr->iivid << 8 | rsltIdx;
+}
+
 /// Reads the result type, the trap queue and the override flag of entry `rsltIdx` for the frame's VLAN.
 void readL3CtrlRslt(CmRteStat *statPtr, uint32_t rsltIdx) {
     const CmRteHsiMem *memPtr = statPtr->memPtr;
-    const uint32_t idx = statPtr->iivid << 8 | rsltIdx;
-    const uint32_t rsltTyp =
-        bits(memWord(memPtr->RTE_L3_CONTROL_RSLT_EDRAM, idx / 16) >> 2 * (15 - rsltIdx % 16), 1, 0);
-    switch (rsltTyp) {
+    switch (elem<&L3CtrlRslt::rsltTyp>(memPtr->RTE_L3_CONTROL_RSLT_EDRAM, ctrlRsltAddr(statPtr, rsltIdx))) {
     case RSLT_DROP:
         statPtr->l3CtrlDrop = 1;
         break;
@@ -94,23 +99,17 @@ void readL3CtrlRslt(CmRteStat *statPtr, uint32_t rsltIdx) {
         break;
     }
 
-    const uint32_t iividPid =
-        bits(memWord(memPtr->RTE_L3_CONTROL_PID_SRAM, statPtr->iivid / 8) >> 4 * (7 - statPtr->iivid % 8), 2, 0);
-    statPtr->l3CtrlTrapQue =
-        bits(memWord(memPtr->RTE_L3_CONTROL_QUEUE_NUM_SRAM, 2 * rsltIdx + 1) >> 4 * (7 - iividPid), 3, 0);
-    statPtr->l3CtrlOvrd = bit(memWord(memPtr->RTE_L3_CONTROL_QUEUE_NUM_SRAM, 2 * rsltIdx), 0);
+    const uint32_t partn = elem<&IvidPartn::iividPid>(memPtr->RTE_L3_CONTROL_PID_SRAM, statPtr->iivid);
+    const auto qnum = entry<L3CtrlQnum>(memPtr->RTE_L3_CONTROL_QUEUE_NUM_SRAM, rsltIdx);
+    statPtr->l3CtrlTrapQue = qnum.l3CtrlTrapQue[partn];
+    statPtr->l3CtrlOvrd = qnum.l3CtrlOvrd;
 }
 
-void recordL3Ctrl(const CmRteStat *statPtr, const uint32_t (&key)[kKeyWords], uint32_t rsltIdx) {
-    CmRteHsiComReg *comRegPtr = statPtr->comRegPtr;
-    const CmRteHisCtl ctl = hisCtl(statPtr);
-    RteHisUL3CtlMacTcam(ctl, key, 432, &comRegPtr->rte_his_l3_ctl_tcam_key[0][0]);
-    CmRteHisU32(ctl, statPtr->l3CtrlHit << 21 | statPtr->iivid << 8 | rsltIdx, comRegPtr->rte_lue_l3_ctl_rslt_addr_hi,
-                comRegPtr->rte_lue_l3_ctl_rslt_addr_lo, 0x1fffff, 24, &comRegPtr->rte_his_l3_ctl_rslt[0]);
-    CmRteHisU32(ctl, statPtr->iivid, comRegPtr->rte_lue_l3_ivid_pid_addr_hi, comRegPtr->rte_lue_l3_ivid_pid_addr_lo,
-                8191, 16, &comRegPtr->rte_his_l3_pid[0]);
-    CmRteHisU32(ctl, statPtr->l3CtrlHit << 8 | rsltIdx, comRegPtr->rte_lue_l3_ctl_qnum_addr_hi,
-                comRegPtr->rte_lue_l3_ctl_qnum_addr_lo, 255, 16, &comRegPtr->rte_his_l3_ctl_qnum[0]);
+void recordL3Ctrl(const CmRteStat *statPtr, const L3CtrlLkup &lkup, uint32_t rsltIdx) {
+    lkup.captureKey(statPtr, his::l3_ctl_tcam_key);
+    capture(statPtr, his::l3_ctl_rslt, ctrlRsltAddr(statPtr, rsltIdx), statPtr->l3CtrlHit);
+    capture(statPtr, his::l3_pid, statPtr->iivid);
+    capture(statPtr, his::l3_ctl_qnum, rsltIdx, statPtr->l3CtrlHit);
 }
 
 void takeCtrlTrapQue(CmRteStat *statPtr) {
@@ -203,9 +202,10 @@ void L3CtrlCls(CmRteStat *statPtr) {
 
     uint32_t key[kKeyWords];
     buildL3CtrlKey(statPtr, key);
-    const uint32_t rsltIdx = srchL3Ctrl(statPtr, key);
+    L3CtrlLkup lkup;
+    const uint32_t rsltIdx = srchL3Ctrl(statPtr, key, lkup);
     readL3CtrlRslt(statPtr, rsltIdx);
-    recordL3Ctrl(statPtr, key, rsltIdx);
+    recordL3Ctrl(statPtr, lkup, rsltIdx);
     CM_ASSERT((statPtr->l3CtrlFwd + statPtr->l3CtrlTrap + statPtr->l3CtrlDrop + statPtr->l3CtrlTrapFwd) == 1);
 
     // Where an ACL decides, only an overriding control result counts.
