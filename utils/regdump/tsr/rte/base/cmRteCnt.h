@@ -1,6 +1,9 @@
 #pragma once
 // The chip's frame and byte counters.
 
+#include "tbl/tsr_tbl.h"
+
+#include <cstddef>
 #include <cstdint>
 
 /// The widths of the counters: frames are counted in 40 bits, bytes in 48.
@@ -9,3 +12,13 @@ inline constexpr uint64_t kByteCntMsk = 0xffff'ffffffff;
 
 /// Adds `incr` to the 64-bit counter with its high word at `dwPtr[0]`, and ANDs each word with its half of `msk`.
 void IncrSts(uint32_t *dwPtr, uint64_t msk, uint32_t incr);
+
+/// Adds `incr` to the counter `Member` of entry `idx` of a memory; it wraps at the width of its field. An entry beyond
+/// the memory is not counted.
+template <auto Member, size_t N> void countIn(uint32_t (&mem)[N], uint64_t idx, uint32_t incr) {
+    constexpr uint32_t words = TblRecordOf<Member>::kWords;
+    if (idx >= N / words)
+        return;
+    uint32_t *entry = mem + idx * words;
+    tblScatter(entry, tblPlace<Member>, fieldAt<Member>(entry) + incr);
+}

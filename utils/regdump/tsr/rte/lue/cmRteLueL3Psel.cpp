@@ -294,13 +294,13 @@ void IncL3AclSts(CmRteStat *statPtr) {
         return;
 
     const uint32_t statIdx = bank << 12 | bits(statPtr->l3PselStsSflowIdx, 11, 0);
-    const uint32_t savedCnt = mem->RTE_ACL_STS_FCNT_SRAM[statIdx * 2 + 1];
-    IncrSts(&mem->RTE_ACL_STS_FCNT_SRAM[statIdx * 2], kFrmCntMsk, 1);
-    IncrSts(&mem->RTE_ACL_STS_BCNT_SRAM[statIdx * 2], kByteCntMsk, statPtr->frmLen);
+    const uint64_t savedCnt = field<&AclFrmCnt::frm_cnt>(mem->RTE_ACL_STS_FCNT_SRAM, statIdx);
+    countIn<&AclFrmCnt::frm_cnt>(mem->RTE_ACL_STS_FCNT_SRAM, statIdx, 1);
+    countIn<&AclByteCnt::byte_cnt>(mem->RTE_ACL_STS_BCNT_SRAM, statIdx, statPtr->frmLen);
 
     const uint32_t rate = comReg->rte_sflow_rate[statPtr->l3PselSflowProfile & 15];
     const uint32_t oneHot = std::bit_floor(rate);
-    if (bit(mem->RTE_ACL_STS_SFLOW_RA[statIdx / 32], 31 - statIdx % 32) && statPtr->l3PselSflowEn)
+    if (elem<&SflowSts::flag>(mem->RTE_ACL_STS_SFLOW_RA, statIdx) && statPtr->l3PselSflowEn)
         statPtr->l3AclSflwHit = 1;
     if (oneHot && (savedCnt & (oneHot - 1)) == oneHot - 1 && statPtr->l3PselSflowEn)
         statPtr->l3PselSflowFlagSet = 1;

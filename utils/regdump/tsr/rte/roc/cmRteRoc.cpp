@@ -8,6 +8,7 @@
 #include "base/tbMsg.h"
 #include "cmAssert.h"
 #include "lue/cmRteLueLrn.h"
+#include "tbl/tsr_tbl.h"
 
 #include <cstdio>
 
@@ -301,16 +302,9 @@ void composeAclLog(CmRteStat *statPtr, CmRteRslt *rsltPtr, const WinFlags &win) 
 }
 
 /// Clears the hit flag `idx` of the ACL's sFlow memory on a hit and sets it when asked to, so that set beats clear.
-/// Flag 0 of a word is its top bit.
 void aclSflowFlag(CmRteHsiMem *mem, uint32_t idx, uint32_t hit, uint32_t set) {
-    if (idx / 32 >= wordCnt(mem->RTE_ACL_STS_SFLOW_RA))
-        return;
-    uint32_t &word = mem->RTE_ACL_STS_SFLOW_RA[idx / 32];
-    const uint32_t flag = 1u << (31 - idx % 32);
-    if (hit)
-        word &= ~flag;
-    if (set)
-        word |= flag;
+    if (hit || set)
+        setElem<&SflowSts::flag>(mem->RTE_ACL_STS_SFLOW_RA, idx, set != 0);
 }
 
 void composeSflow(CmRteStat *statPtr, CmRteRslt *rsltPtr, const WinFlags &win) {
@@ -334,9 +328,8 @@ bool spanQueFull(const CmRteStat *statPtr, uint32_t que) {
 }
 
 void countSpanLoss(CmRteStat *statPtr, uint32_t que) {
-    const uint64_t entry = uint64_t{statPtr->ingPhyPort} * 8 + que;
-    if (entry * 2 + 1 < wordCnt(statPtr->memPtr->RTE_DRP_SPAN_STS_FCNT_RA))
-        IncrSts(&statPtr->memPtr->RTE_DRP_SPAN_STS_FCNT_RA[entry * 2], kFrmCntMsk, 1);
+    countIn<&DrpSpanqFrmCnt::frm_cnt>(statPtr->memPtr->RTE_DRP_SPAN_STS_FCNT_RA,
+                                      uint64_t{statPtr->ingPhyPort} * 8 + que, 1);
 }
 
 void composeSpan(CmRteStat *statPtr, CmRteRslt *rsltPtr, const WinFlags &win) {

@@ -5,16 +5,11 @@
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "roc/cmRteRoc.h"
+#include "tbl/tsr_tbl.h"
 
 #include <algorithm>
 
 namespace {
-
-/// Adds one to frame counter `entry`, two words an entry; an entry beyond the memory is not counted.
-template <size_t N> void countFrm(uint32_t (&cntMem)[N], uint32_t entry) {
-    if (uint64_t{entry} * 2 + 1 < N)
-        IncrSts(&cntMem[entry * 2], kFrmCntMsk, 1);
-}
 
 /// Clears the layer-3 result, whose drop or trap another verdict has overtaken.
 void clearL3Result(CmRteStat *statPtr) {
@@ -30,6 +25,12 @@ void clearL3Result(CmRteStat *statPtr) {
     statPtr->l3PselAclLog = 0;
     statPtr->l3PselSpanEn = 0;
     statPtr->l3PselFcEgrVc = 0;
+}
+
+/// Whether the frame's VLAN has its frames of the ingress port policed.
+bool polByVlan(const CmRteStat *statPtr) {
+    constexpr uint64_t kPorts = tblPlace<&VlanPol::pol_en>.count;
+    return elem<&VlanPol::pol_en>(statPtr->memPtr->RTE_VLAN_POL_SRAM, statPtr->iivid * kPorts + statPtr->ingPhyPort);
 }
 
 } // namespace
@@ -119,8 +120,6 @@ void LuRocPselFlt(CmRteStat *statPtr) {
 
 void policerParams(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
     const CmRteHsiPortReg *portReg = statPtr->portRegPtr;
-    const uint32_t vlanPolId = memWord(statPtr->memPtr->RTE_VLAN_POL_SRAM, uint64_t{statPtr->iivid} * 2);
-    const uint32_t vlanPolPorts = memWord(statPtr->memPtr->RTE_VLAN_POL_SRAM, uint64_t{statPtr->iivid} * 2 + 1);
     uint32_t polId;
     uint32_t polEn;
 
@@ -132,8 +131,8 @@ void policerParams(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
         polId = statPtr->l2PselPolId;
         polEn = 1;
         CM_TRACE(1, "[POL] pol_id from L2Psel: %u\n", polId);
-    } else if (bit(vlanPolPorts, statPtr->ingPhyPort)) {
-        polId = bits(vlanPolId, 13, 0);
+    } else if (polByVlan(statPtr)) {
+        polId = field<&VlanPol::pol_id>(statPtr->memPtr->RTE_VLAN_POL_SRAM, statPtr->iivid);
         polEn = statPtr->typAttrPolEn;
         CM_TRACE(1, "[POL] pol_id from VID table: %u\n", polId);
     } else {
@@ -143,7 +142,7 @@ void policerParams(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
     }
 
     statPtr->finalPolEn = polEn && statPtr->comRegPtr->l2_pol_en && isFwd(rsltPtr->hsiShim0Rslt.rslt_typ);
-    statPtr->finalPolId = memWord(statPtr->memPtr->RTE_POL_REMAP_TBL_SRAM, polId);
+    statPtr->finalPolId = field<&PolRemap::finalPolId>(statPtr->memPtr->RTE_POL_REMAP_TBL_SRAM, polId);
     CM_TRACE(1, "[POL] remapped PolicerId=%u, ploicerEn=%u\n", statPtr->finalPolId, statPtr->finalPolEn);
 }
 
@@ -200,7 +199,7 @@ void BpTailDrop(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
         statPtr->l2PselDropRsn = DRP_BP_TAIL;
         CM_TRACE(1, "BP Tail drop (que_pri_pfc_en = 0x%x). DROP\n", pfcEn);
     }
-    countFrm(statPtr->memPtr->RTE_DRP_BPQ_STS_FCNT_SRAM, statPtr->ingPhyPort * 16 + trap_que);
+    countIn<&DrpBpqFrmCnt::frm_cnt>(statPtr->memPtr->RTE_DRP_BPQ_STS_FCNT_SRAM, statPtr->ingPhyPort * 16 + trap_que, 1);
 }
 
 void TailDrop(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
@@ -259,7 +258,8 @@ void TailDrop(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
     }
 
     if (statPtr->l2PselTailDrop == 1 || (statPtr->l2PselTailDrop == 2 && downgraded)) {
-        countFrm(statPtr->memPtr->RTE_DRP_TAIL_STS_FCNT_SRAM, std::min(drop_prcd, 2u) * 256 + port * 8 + q_priority);
+        countIn<&DrpTailFrmCnt::frm_cnt>(statPtr->memPtr->RTE_DRP_TAIL_STS_FCNT_SRAM,
+                                         std::min(drop_prcd, 2u) * 256 + port * 8 + q_priority, 1);
         CM_TRACE(1, "Increment tail drop stats. drop_prcd=%u, q_prio=%u\n", drop_prcd, q_priority);
     }
 }
@@ -267,14 +267,12 @@ void TailDrop(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
 void IncrDrpSts(CmRteStat *statPtr) {
     if (statPtr->rsltPtr->hsiShim0Rslt.rslt_typ != RSLT_DROP)
         return;
-    uint32_t *sts = statPtr->memPtr->RTE_DRP_RSN_STS_FCNT_SRAM;
-    const uint32_t entry = statPtr->ingPhyPort * 64 + (statPtr->dropRsn & 63);
-    uint32_t &upper = sts[entry * 2];
-    uint32_t &lower = sts[entry * 2 + 1];
-    lower++;
-    if (lower == 0)
-        upper = (upper + 1) & 0xff;
-    CM_TRACE(1, "(ROC IncrDropSts) DROP: reason=%02x DRP_RSN_STS[%x]=0x%x_%x\n", statPtr->dropRsn, entry, upper, lower);
+    auto &sts = statPtr->memPtr->RTE_DRP_RSN_STS_FCNT_SRAM;
+    const uint32_t idx = statPtr->ingPhyPort * 64 + (statPtr->dropRsn & 63);
+    countIn<&DrpRsnFrmCnt::frm_cnt>(sts, idx, 1);
+    const uint64_t cnt = field<&DrpRsnFrmCnt::frm_cnt>(sts, idx);
+    CM_TRACE(1, "(ROC IncrDropSts) DROP: reason=%02x DRP_RSN_STS[%x]=0x%x_%x\n", statPtr->dropRsn, idx,
+             static_cast<uint32_t>(cnt >> 32), static_cast<uint32_t>(cnt));
 }
 
 void IncrL3MpSts(CmRteStat *statPtr) {
@@ -287,10 +285,8 @@ void IncrL3MpSts(CmRteStat *statPtr) {
         return;
     CmRteHsiMem *mem = statPtr->memPtr;
     const uint32_t idx = i << 5 | statPtr->l3NxtHopMpOffset;
-    if (uint64_t{idx} * 2 + 1 < wordCnt(mem->RTE_L3_PSEL_STS_MPID_FCNT_RA)) {
-        IncrSts(&mem->RTE_L3_PSEL_STS_MPID_FCNT_RA[idx * 2], kFrmCntMsk, 1);
-        IncrSts(&mem->RTE_L3_PSEL_STS_MPID_BCNT_RA[idx * 2], kByteCntMsk, statPtr->frmLen);
-    }
+    countIn<&L3MpidFrmCnt::frm_cnt>(mem->RTE_L3_PSEL_STS_MPID_FCNT_RA, idx, 1);
+    countIn<&L3MpidByteCnt::byte_cnt>(mem->RTE_L3_PSEL_STS_MPID_BCNT_RA, idx, statPtr->frmLen);
     statPtr->l3psel_mpid_sts_hit = 1;
 }
 
