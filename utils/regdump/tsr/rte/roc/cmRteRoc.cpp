@@ -388,29 +388,35 @@ void traceResult(const CmRteStat *statPtr, const CmRteRslt *rsltPtr) {
 #include "base/cmRteRslt.def"
 }
 
-/// Composes the frame's result from what the lookups found.
-void LuRoc(CmRteStat *statPtr) {
-    CmRteRslt *rsltPtr = statPtr->rsltPtr;
-    const bool l2PrcOk = !prcVerdict(statPtr);
+/// What goes into the policer: drop precedence, code point and priority of the sides that decide.
+struct PrePol {
+    uint32_t dp;
+    uint32_t dscp;
+    uint32_t iwqos;
+};
 
-    LuRocPselFlt(statPtr);
-    const WinFlags win = resolveWins(statPtr);
-
-    const uint32_t pre_pol_dp = win.l3DscpWin ? statPtr->l3PselDropPrcd : statPtr->l2PselDropPrcd;
-    uint32_t pre_pol_dscp = statPtr->IpDscpForPsel;
+PrePol beforePolicer(const CmRteStat *statPtr, const WinFlags &win) {
+    PrePol prePol;
+    prePol.dp = win.l3DscpWin ? statPtr->l3PselDropPrcd : statPtr->l2PselDropPrcd;
+    prePol.dscp = statPtr->IpDscpForPsel;
     if (!win.l3DscpWin && statPtr->l2PselDscpEn)
-        pre_pol_dscp = statPtr->l2PselDscp;
+        prePol.dscp = statPtr->l2PselDscp;
     else if (win.l3DscpWin && statPtr->l3PselDscpEn)
-        pre_pol_dscp = statPtr->l3PselDscp;
-    const uint32_t pre_pol_iwqos = win.l3PrioWin ? statPtr->l3PselL2EgrPrio : statPtr->l2PselIngPrio;
-    traceWins(statPtr, win);
+        prePol.dscp = statPtr->l3PselDscp;
+    prePol.iwqos = win.l3PrioWin ? statPtr->l3PselL2EgrPrio : statPtr->l2PselIngPrio;
+    return prePol;
+}
 
-    if (!isFwd(statPtr->l3PselRsltTyp)) {
-        statPtr->l3PselEgrLclFc = 0;
-        statPtr->l3PselEgrFnlFc = 0;
-        statPtr->l3PselEgrMhop = 0;
-    }
+void clearUnforwardedFc(CmRteStat *statPtr) {
+    if (isFwd(statPtr->l3PselRsltTyp))
+        return;
+    statPtr->l3PselEgrLclFc = 0;
+    statPtr->l3PselEgrFnlFc = 0;
+    statPtr->l3PselEgrMhop = 0;
+}
 
+/// What the frame is and the group that it goes to.
+void composeKindAndGroup(CmRteStat *statPtr, CmRteRslt *rsltPtr, const WinFlags &win) {
     TSR_SHIM0_RSLT_T &shim0 = rsltPtr->shim0Rslt;
     shim0.ing_vid_12_to_9 = bits(statPtr->iivid, 12, 9);
     shim0.pim_decap = win.l3GidWin && !statPtr->l3AclAppl ? statPtr->l3IpMcastRegEncap : 0;
@@ -421,20 +427,20 @@ void LuRoc(CmRteStat *statPtr) {
     shim0.fseq_num_14_to_0 = statPtr->l2Mtu;
     shim0.bypass_eacl = win.l3BypassEaclWin ? statPtr->l3PselBypassEacl : statPtr->l2PselBypassEacl;
     TSR_SHIM1_RSLT_T &shim1 = rsltPtr->shim1Rslt;
-    TSR_SHIM2_RSLT_T &shim2 = rsltPtr->shim2Rslt;
     shim1.egid = win.l3GidWin ? statPtr->l3PselEgidMgid : statPtr->l2PselEgidMgid;
-    shim2.is_mgid = win.l3GidWin ? statPtr->l3PselIsMgid : statPtr->l2PselIsL2Mgid;
+    rsltPtr->shim2Rslt.is_mgid = win.l3GidWin ? statPtr->l3PselIsMgid : statPtr->l2PselIsL2Mgid;
     shim1.tag_checksum = statPtr->isCnTagged && !statPtr->l2OuterDaIsCtl;
     shim1.version = statPtr->comRegPtr->rte_shim_ver;
+}
 
-    composeVerdict(statPtr, rsltPtr, win);
-    PolicerRun(statPtr, rsltPtr, pre_pol_dp, pre_pol_dscp, pre_pol_iwqos);
-    overrideVerdict(statPtr, rsltPtr);
-
-    TSR_HSI_SHIM0_RSLT_T &hsi0 = rsltPtr->hsiShim0Rslt;
+/// The last rules on the verdict, and what the frame teaches. A frame that the parser has condemned teaches nothing.
+void checkAndLearn(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
+    const bool l2PrcOk = !prcVerdict(statPtr);
     if (l2PrcOk) {
-        if (shim2.is_mgid || isPlainEgid(shim1.egid))
-            TrillTtlAndLrnEnCheck(statPtr, hsi0.rslt_typ, shim1.egid, shim2.is_mgid);
+        const uint32_t egid = rsltPtr->shim1Rslt.egid;
+        const uint32_t isMgid = rsltPtr->shim2Rslt.is_mgid;
+        if (isMgid || isPlainEgid(egid))
+            TrillTtlAndLrnEnCheck(statPtr, rsltPtr->hsiShim0Rslt.rslt_typ, egid, isMgid);
         L2TrillTtlFlt(statPtr, rsltPtr);
     }
     checkFinalEgid(statPtr, rsltPtr);
@@ -442,11 +448,16 @@ void LuRoc(CmRteStat *statPtr) {
         L2Lrn(statPtr);
         L2DaLrn(statPtr);
     }
+}
 
-    shim1.egid = bits(shim1.egid, 10, 0);
+/// Port, priority and drop precedence for the queues, and what the queues say to it.
+void composeQueueing(CmRteStat *statPtr, CmRteRslt *rsltPtr, const WinFlags &win) {
+    TSR_HSI_SHIM0_RSLT_T &hsi = rsltPtr->hsiShim0Rslt;
+    TSR_SHIM2_RSLT_T &shim2 = rsltPtr->shim2Rslt;
+    rsltPtr->shim1Rslt.egid = bits(rsltPtr->shim1Rslt.egid, 10, 0);
     shim2.rcv_s_tagged = statPtr->isSTagged;
-    if (isTrap(hsi0.rslt_typ) && (statPtr->l2FcoeFcClassF || statPtr->l2FcoeFcClass2))
-        hsi0.trap_que = kClassTrapQue;
+    if (isTrap(hsi.rslt_typ) && (statPtr->l2FcoeFcClassF || statPtr->l2FcoeFcClass2))
+        hsi.trap_que = kClassTrapQue;
     shim2.ing_port = statPtr->ingLgcPort;
     shim2.q_priority = statPtr->polQPrioEn ? statPtr->polQPrio
                        : win.l3PrioWin     ? statPtr->l3PselQmgPrio
@@ -457,17 +468,21 @@ void LuRoc(CmRteStat *statPtr) {
     shim2.mct_sbridge_vld = statPtr->l2PselMctSrbVld;
     TailDrop(statPtr, rsltPtr);
 
-    shim1.ecn_o_mcast_type = ecnOrMcastTyp(statPtr, rsltPtr);
+    rsltPtr->shim1Rslt.ecn_o_mcast_type = ecnOrMcastTyp(statPtr, rsltPtr);
     shim2.mgid_o_copy_id_o_qcn_control = mgidOrCopyId(statPtr, rsltPtr);
+}
 
+/// What the egress side rewrites the frame by.
+void composeEgress(const CmRteStat *statPtr, CmRteRslt *rsltPtr) {
+    TSR_SHIM2_RSLT_T &shim2 = rsltPtr->shim2Rslt;
     TSR_SHIM3_RSLT_T &shim3 = rsltPtr->shim3Rslt;
     TSR_SHIM4_RSLT_T &shim4 = rsltPtr->shim4Rslt;
     shim3.ing_vid_8_to_0 = statPtr->iivid & 0x1ff;
     shim3.dscp = statPtr->finalDscp;
-    shim3.egr_iwqos = l2PrcOk ? statPtr->finalIwqos : 0;
+    shim3.egr_iwqos = prcVerdict(statPtr) ? 0 : statPtr->finalIwqos;
     shim3.egr_cfi = statPtr->l3RteRqd ? 0 : statPtr->ctagCfi;
     shim4.trill_termination = statPtr->l2TrillEgr;
-    if (win.l3GidWin) {
+    if (statPtr->l3GidWin) {
         shim3.egr_internal_vid = statPtr->l3AclAppl ? statPtr->iivid : statPtr->l3EividDa;
         shim4.trill_dbridge_id = statPtr->l3NxtHopTrillDa;
         shim4.ipv4_df = statPtr->l3Ipv4DntFrg;
@@ -478,7 +493,7 @@ void LuRoc(CmRteStat *statPtr) {
         shim4.ipv4_df = 0;
         shim2.trill_mc = statPtr->l2PselTrillMc;
     }
-    shim4.ip_length = ipLength(statPtr, shim0.routed);
+    shim4.ip_length = ipLength(statPtr, rsltPtr->shim0Rslt.routed);
 
     TSR_SHIM5_RSLT_T &shim5 = rsltPtr->shim5Rslt;
     shim5.rcv_trill_option = statPtr->l2TrillRcvCustIdValid;
@@ -487,19 +502,41 @@ void LuRoc(CmRteStat *statPtr) {
     shim5.rcv_inner_tagged = statPtr->isCTagged;
     shim5.vpn_id = statPtr->vpn_id;
 
-    if (win.l3GidWin && !statPtr->l3AclAppl) {
-        hsi0.l2_egr_da_vid_idx = statPtr->l3NxtHopL2DaIdx;
+    if (statPtr->l3GidWin && !statPtr->l3AclAppl) {
+        rsltPtr->hsiShim0Rslt.l2_egr_da_vid_idx = statPtr->l3NxtHopL2DaIdx;
         rsltPtr->hsiShim1Rslt.fcoe_sa_idx = statPtr->l3NxtHopFcoeL2SaIdx;
     }
+}
 
+/// A full queue of the samples and the log takes no sample.
+void dropSampleWhenFull(const CmRteStat *statPtr, CmRteRslt *rsltPtr) {
+    if ((rsltPtr->hsiShim1Rslt.sflw & statPtr->extCfgPtr->sflwAclFul) == 0)
+        return;
+    rsltPtr->hsiShim1Rslt.sflw = 0;
+    countInRegs(statPtr->portRegPtr->rte_prc_sflw_drp_cnt_0, statPtr->portRegPtr->rte_prc_sflw_drp_cnt_1);
+}
+
+/// Composes the frame's result from what the lookups found.
+void LuRoc(CmRteStat *statPtr) {
+    CmRteRslt *rsltPtr = statPtr->rsltPtr;
+    LuRocPselFlt(statPtr);
+    const WinFlags win = resolveWins(statPtr);
+    const PrePol prePol = beforePolicer(statPtr, win);
+    traceWins(statPtr, win);
+    clearUnforwardedFc(statPtr);
+
+    composeKindAndGroup(statPtr, rsltPtr, win);
+    composeVerdict(statPtr, rsltPtr, win);
+    PolicerRun(statPtr, rsltPtr, prePol.dp, prePol.dscp, prePol.iwqos);
+    overrideVerdict(statPtr, rsltPtr);
+    checkAndLearn(statPtr, rsltPtr);
+    composeQueueing(statPtr, rsltPtr, win);
+    composeEgress(statPtr, rsltPtr);
     composeAclLog(statPtr, rsltPtr, win);
     composeSflow(statPtr, rsltPtr, win);
     composeSpan(statPtr, rsltPtr, win);
-    if (rsltPtr->hsiShim1Rslt.sflw & statPtr->extCfgPtr->sflwAclFul) {
-        rsltPtr->hsiShim1Rslt.sflw = 0;
-        countInRegs(statPtr->portRegPtr->rte_prc_sflw_drp_cnt_0, statPtr->portRegPtr->rte_prc_sflw_drp_cnt_1);
-    }
-    if (hsi0.rslt_typ == RSLT_DROP)
+    dropSampleWhenFull(statPtr, rsltPtr);
+    if (rsltPtr->hsiShim0Rslt.rslt_typ == RSLT_DROP)
         statPtr->dropRsn = win.l3GidWin ? statPtr->l3PselDropRsn : statPtr->l2PselDropRsn;
     pathStatistics(statPtr);
     traceResult(statPtr, rsltPtr);
