@@ -191,35 +191,29 @@ void L3RpfCk(CmRteStat *statPtr) {
              static_cast<int>(statPtr->l3IpRpfErr));
 }
 
-void L3PselRsltMerge(CmRteStat *statPtr) {
-    const CmRteHsiComReg *comReg = statPtr->comRegPtr;
-    if (statPtr->l3AclAppl || (statPtr->l3RteRqd && statPtr->l3PselEgidPth)) {
-        statPtr->l2FcoeLuTrapEn = 0;
-        statPtr->l3IpTrapEn = 0;
-        CM_TRACE(1, "wipe out trap from LPM due to L3 ACL or passthrouogh\n");
-    }
+/// A trap: whether there is one, with its queue and its reason.
+struct Trap {
+    uint32_t en;
+    uint32_t que;
+    uint32_t rsn;
+};
 
-    uint32_t trap = statPtr->l3PselTrapEn;
-    uint32_t que = statPtr->l3PselTrapQue;
-    uint32_t rsn = statPtr->l3PselTrapRsn;
-    const bool aclGivesWay = trap == 1 && !comReg->l3_acl_trap_overrule_en;
-    if (isFcoe(statPtr) && statPtr->l2FcoeLuTrapEn == 1) {
-        if (trap == 0 || aclGivesWay) {
-            trap = 1;
-            que = statPtr->l2FcoeTrapQue;
-            rsn = statPtr->l2FcoeTrapRsn;
-        }
-    }
+/// The trap of ACL and control classification, or that of the prefix search.
+Trap resolveTrap(const CmRteStat *statPtr) {
+    const Trap own = {statPtr->l3PselTrapEn, statPtr->l3PselTrapQue, statPtr->l3PselTrapRsn};
+    const bool givesWay = own.en == 1 && !statPtr->comRegPtr->l3_acl_trap_overrule_en;
+    if (isFcoe(statPtr) && statPtr->l2FcoeLuTrapEn == 1 && (own.en == 0 || givesWay))
+        return {1, statPtr->l2FcoeTrapQue, statPtr->l2FcoeTrapRsn};
     if (isIp(statPtr) && statPtr->l3IpTrapEn == 1) {
-        const bool isCtrlTrap =
-            statPtr->l3PselTrapRsn == TRP_L3_CTRL && (statPtr->l3CtrlTrap || statPtr->l3CtrlTrapFwd);
-        if (trap == 0 || (aclGivesWay && !isCtrlTrap)) {
-            trap = 1;
-            que = statPtr->l3IpTrapQue;
-            rsn = statPtr->l3IpTrapRsn;
-        }
+        const bool isCtrlTrap = own.rsn == TRP_L3_CTRL && (statPtr->l3CtrlTrap || statPtr->l3CtrlTrapFwd);
+        if (own.en == 0 || (givesWay && !isCtrlTrap))
+            return {1, statPtr->l3IpTrapQue, statPtr->l3IpTrapRsn};
     }
+    return own;
+}
 
+/// Verdict, group and trap of the path selection.
+void mergeVerdict(CmRteStat *statPtr, const Trap &trap) {
     uint32_t egid = statPtr->l3NxtHopMpidLgidEgidMgid;
     uint32_t isMgid = statPtr->l3PselIsMgid;
     uint32_t mcastTyp = statPtr->l3PselMcastTyp;
@@ -229,10 +223,10 @@ void L3PselRsltMerge(CmRteStat *statPtr) {
         egid = 0;
         isMgid = 0;
     } else if (statPtr->l3PselDropEn) {
-        typ = trap ? RSLT_TRAP : RSLT_DROP;
+        typ = trap.en ? RSLT_TRAP : RSLT_DROP;
         egid = 0;
         isMgid = 0;
-    } else if (!trap) {
+    } else if (!trap.en) {
         typ = RSLT_FWD;
     } else if (statPtr->l3PselNoFwd) {
         typ = RSLT_TRAP;
@@ -247,17 +241,30 @@ void L3PselRsltMerge(CmRteStat *statPtr) {
     statPtr->l3PselEgidMgid = egid;
     statPtr->l3PselMcastTyp = mcastTyp;
     statPtr->l3PselIsMgid = isMgid;
-    if (trap) {
-        statPtr->l3PselTrapQue = que;
-        statPtr->l3PselTrapRsn = rsn;
+    if (trap.en) {
+        statPtr->l3PselTrapQue = trap.que;
+        statPtr->l3PselTrapRsn = trap.rsn;
     }
+}
 
-    if (statPtr->l3PselRsltPthPrio) {
-        statPtr->l3PselL2EgrPrio = statPtr->igPriMapIwpri;
-        statPtr->l3PselQmgPrio = statPtr->igPriMapQuePri;
-        if (statPtr->l2FcoeFound && !statPtr->l3NxtHopFcoeL2PrioPth)
-            statPtr->l3PselL2EgrPrio = statPtr->l3NxtHopFcoeL2Prio;
+/// A result that says so takes the priorities that the frame came with.
+void passPrio(CmRteStat *statPtr) {
+    if (!statPtr->l3PselRsltPthPrio)
+        return;
+    statPtr->l3PselL2EgrPrio = statPtr->igPriMapIwpri;
+    statPtr->l3PselQmgPrio = statPtr->igPriMapQuePri;
+    if (statPtr->l2FcoeFound && !statPtr->l3NxtHopFcoeL2PrioPth)
+        statPtr->l3PselL2EgrPrio = statPtr->l3NxtHopFcoeL2Prio;
+}
+
+void L3PselRsltMerge(CmRteStat *statPtr) {
+    if (statPtr->l3AclAppl || (statPtr->l3RteRqd && statPtr->l3PselEgidPth)) {
+        statPtr->l2FcoeLuTrapEn = 0;
+        statPtr->l3IpTrapEn = 0;
+        CM_TRACE(1, "wipe out trap from LPM due to L3 ACL or passthrouogh\n");
     }
+    mergeVerdict(statPtr, resolveTrap(statPtr));
+    passPrio(statPtr);
 }
 
 /// A unicast IP frame that layer 2 hands to routing, on a port that routes.
