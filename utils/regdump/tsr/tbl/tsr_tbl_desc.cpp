@@ -94,7 +94,7 @@ constexpr TblDesc kDescs[] = {
 #define TCAM(Type, form, row, mem, words, use, text, ...)                                                              \
     {#Type, form, #row, #mem, words, true, TblUse::use, text, kFields##Type, loadMsk(#mem)},
 #define DMP(Type, form, row, words, use, text, ...)                                                                    \
-    {#Type, form, #row, nullptr, words, false, TblUse::use, text, kFields##Type, {}},
+    {#Type, form, #row, nullptr, words, false, TblUse::use, text, kFields##Type, {}, true},
 #define OPAQUE(row, mem, words, use, text)                                                                             \
     {nullptr, ALWAYS, #row, memName(#mem), words, false, TblUse::use, text, {}, loadMsk(#mem)},
 #include "tbl/tsr_tbl.def"

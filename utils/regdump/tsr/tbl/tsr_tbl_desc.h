@@ -57,6 +57,7 @@ struct TblDesc {
     std::span<const TblField> field;   ///< empty when the layout is not known
     std::span<const uint32_t> loadMsk; ///< the bits of each word that the load keeps, again from the first word on in
                                        ///< a longer entry; empty when it keeps all
+    bool fromImage = false;            ///< a stage reads the entry from the image itself, not from the model
 
     /// The bits of word `w` of an entry that the load keeps.
     constexpr uint32_t kept(uint32_t w) const { return loadMsk.empty() ? 0xffffffff : loadMsk[w % loadMsk.size()]; }
