@@ -47,7 +47,7 @@ struct Family {
     uint32_t addrMask;
 };
 
-// The lists of the three families, in the order of their records.
+// The lists of the families, in the order of their records.
 #define FLD_CNT(...) +1
 #define REG_DEF(addr, name, access, ...) {{#name, (addr)&0x7fff, HsiAccess::access, 1, 4, 1, 1, 0, {}}, 0 __VA_ARGS__},
 #define REG_ARR_DEF(addr, name, access, cnt, bytes, inner, per, down, ...)                                             \
@@ -75,6 +75,11 @@ constexpr RegDef tfeRegList[] = {
 #define FLD FLD_CNT
 #define REG_ANY(addr, name, access, ...) REG_DEF(addr, name, access, __VA_ARGS__)
 #include "tfe/cmTfeHsiComReg.def"
+};
+constexpr RegDef taeRegList[] = {
+#define FLD FLD_CNT
+#define REG(addr, name, ...) REG_DEF(addr, name, RW, __VA_ARGS__)
+#include "tae/cmTaeHsiReg.def"
 };
 
 namespace com {
@@ -105,6 +110,13 @@ constexpr HsiFieldRow fields[] = {
 #include "tfe/cmTfeHsiComReg.def"
 };
 } // namespace tfe
+namespace tae {
+constexpr HsiFieldRow fields[] = {
+#define FLD(name, hi, lo) {#name, {0, hi, lo}, 0, 1},
+#define REG(addr, name, ...) __VA_ARGS__
+#include "tae/cmTaeHsiReg.def"
+};
+} // namespace tae
 #undef FLD_CNT
 #undef REG_DEF
 #undef REG_ARR_DEF
@@ -116,19 +128,23 @@ constexpr uint32_t kPortRegHighest = 228;
 constexpr auto comRegs = withFields(comRegList, com::fields);
 constexpr auto portRegs = withFields(portRegList, port::fields);
 constexpr auto tfeRegs = withFields(tfeRegList, tfe::fields);
+constexpr auto taeRegs = withFields(taeRegList, tae::fields);
 static_assert(comRegs.back().offset == kComRegHighest);
 static_assert(portRegs.back().offset == kPortRegHighest);
 
 constexpr uint32_t kComRegBytes = 0x8000;
 constexpr uint32_t kPortRegBytes = 0x1000;
 constexpr uint32_t kTfeRegBytes = 0x8000;
+constexpr uint32_t kTaeRegBytes = 0x1000;
 constexpr auto comIndex = indexByOffset<kComRegBytes>(comRegs);
 constexpr auto portIndex = indexByOffset<kPortRegBytes>(portRegs);
 constexpr auto tfeIndex = indexByOffset<kTfeRegBytes>(tfeRegs);
+constexpr auto taeIndex = indexByOffset<kTaeRegBytes>(taeRegs);
 
 constexpr Family comFamily{comRegs, comIndex.data(), kComRegBytes - 1};
 constexpr Family portFamily{portRegs, portIndex.data(), kPortRegBytes - 1};
 constexpr Family tfeFamily{tfeRegs, tfeIndex.data(), kTfeRegBytes - 1};
+constexpr Family taeFamily{taeRegs, taeIndex.data(), kTaeRegBytes - 1}; // for names alone: the block keeps the registers
 
 /// The register of a row at a place in it; `row` is null when there is none.
 struct Reg {
@@ -278,17 +294,21 @@ void CmTfeHsiComRegInit(CmTfeHsiComReg *comRegPtr) {
     std::memset(comRegPtr, 0, sizeof *comRegPtr);
 }
 
-std::optional<HsiFieldDef> hsiFindField(uint32_t chipOffset, std::string_view field) {
-    const Family *family = nullptr;
+/// The register at the chip address `chipOffset`, of any family.
+static Reg regAt(uint32_t chipOffset) {
     if (chipOffset >> 15 == 0x50000 >> 15)
-        family = &comFamily;
-    else if (chipOffset >> 15 == 0xa0000 >> 15)
-        family = &tfeFamily;
-    else if (chipOffset >> 22 == 1 && bits(chipOffset, 21, 16) < TSR_PORTS && bits(chipOffset, 15, 12) == 2)
-        family = &portFamily;
-    else
-        return std::nullopt;
-    const Reg reg = findReg(*family, chipOffset);
+        return findReg(comFamily, chipOffset);
+    if (chipOffset >> 15 == 0xa0000 >> 15)
+        return findReg(tfeFamily, chipOffset);
+    if (chipOffset >> 12 == 0xf0000 >> 12)
+        return findReg(taeFamily, chipOffset);
+    if (chipOffset >> 22 == 1 && bits(chipOffset, 21, 16) < TSR_PORTS && bits(chipOffset, 15, 12) == 2)
+        return findReg(portFamily, chipOffset);
+    return {nullptr, 0};
+}
+
+std::optional<HsiFieldDef> hsiFindField(uint32_t chipOffset, std::string_view field) {
+    const Reg reg = regAt(chipOffset);
     if (!reg.row)
         return std::nullopt;
     std::optional<HsiFieldDef> found;
@@ -297,6 +317,16 @@ std::optional<HsiFieldDef> hsiFindField(uint32_t chipOffset, std::string_view fi
             found = def;
     });
     return found;
+}
+
+std::vector<std::string> hsiFieldNames(uint32_t chipOffset) {
+    std::vector<std::string> names;
+    const Reg reg = regAt(chipOffset);
+    if (reg.row)
+        reg.forEachField([&](const HsiFieldRow &row, uint32_t n, const HsiFieldDef &) {
+            names.push_back(hsiName(row.name, n, row.inner));
+        });
+    return names;
 }
 
 std::span<const HsiRegRow> hsiComRegRows() {
