@@ -4,6 +4,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "dump_builder.h"
 #include "regdump_prog.h"
@@ -83,6 +84,46 @@ TEST(Manual, ExampleOfSettingTwiceIsTaken) {
     const size_t taken = code.find("0x800 ");
     ASSERT_NE(taken, code.npos);
     EXPECT_THROW(DumpBuilder().text(code.substr(0, taken) + "0\n"), std::invalid_argument);
+}
+
+TEST(Manual, ExamplesOfTablesAreTaken) {
+    std::istringstream lines(codeOf(page("regenc_tsr"), "TABLES"));
+    RegencDump dump;
+    RegencAssembler assembler(dump);
+    std::vector<std::string> warnings;
+    assembler.onWarning([&](const std::string &warning) { warnings.push_back(warning); });
+    std::string error;
+    std::string told;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find("warning: ") == line.npos) {
+            ASSERT_TRUE(assembler.line(line, error)) << line << ": " << error;
+        } else {
+            told = line.substr(line.find("warning: "));
+        }
+    }
+    const tsr_dmp_t *image = dump.image();
+    const auto word = [](uint32_t beWord) { return __builtin_bswap32(beWord); };
+    EXPECT_EQ(word(image->rte_l3_next_hop_rslt[7][3]), 0x126u << 19);
+    EXPECT_EQ(word(image->rte_l2_mpid_hash_type[5]), 0x00020000u);
+    EXPECT_EQ(word(image->rte_l2_mpid_hash_type[6]), 0x11111111u);
+    EXPECT_EQ(word(image->rte_l2_exm_bkt[3][0][3]), 0x000000a1u);
+    EXPECT_EQ(word(image->rte_l2_exm_bkt[3][31][1]), 12u);
+    // Row 4 leaves the bit of TRILL frames open; row 10 takes every address.
+    EXPECT_EQ(word(image->rte_l2_ctrl_cls_tcam[4].y_val[0]), 0x01200180u);
+    EXPECT_EQ(word(image->rte_l2_ctrl_cls_tcam[4].x_val[0]), 0x0ed0fe7fu);
+    EXPECT_EQ(word(image->rte_l2_ctrl_cls_tcam[5].x_val[0]), 0xffffffffu);
+    for (const uint32_t half : {image->tfe_tcam[10].y_val[0], image->tfe_tcam[10].y_val[1],
+                                image->tfe_tcam[10].x_val[0], image->tfe_tcam[10].x_val[1]})
+        EXPECT_EQ(half, 0u);
+    EXPECT_EQ(word(image->tfe_tcam[32775].x_val[1]), 1u << 31);
+    EXPECT_EQ(word(image->tae_tcam[5].y_val[2]), 0xb2u);
+    EXPECT_EQ(word(image->tae_rslt[5][1]), 1u);
+
+    // The warning that is shown is the one that its line gives.
+    warnings.clear();
+    ASSERT_TRUE(assembler.line("rte_l3_vlan_feat_ctl[3].ipv4UcHdrCkEn = 1", error)) << error;
+    ASSERT_EQ(warnings.size(), 1u);
+    EXPECT_EQ(warnings[0], told);
 }
 
 TEST(Manual, ExamplesOfTheComparisonRun) {

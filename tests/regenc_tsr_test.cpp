@@ -164,9 +164,9 @@ TEST(RegencWords, EveryListedNameLeadsBackToItsOffsets) {
 }
 
 TEST(RegencWords, UnknownNamesAreRefused) {
-    EXPECT_EQ(assemble({"ftc_cntrl = 1"}), "unknown name 'ftc_cntrl'");
-    EXPECT_EQ(assemble({"ftc_cnt = 1"}), "unknown name 'ftc_cnt'");
-    EXPECT_EQ(assemble({"ftc_cntl2 = 1"}), "unknown name 'ftc_cntl2'");
+    EXPECT_EQ(assemble({"ftc_cntrl = 1"}), "unknown name 'ftc_cntrl'; near: ftc_cntl, frc_cntl");
+    EXPECT_EQ(assemble({"ftc_cnt = 1"}), "unknown name 'ftc_cnt'; near: ftc_cntl, frc_cntl");
+    EXPECT_EQ(assemble({"ftc_cntl2 = 1"}), "unknown name 'ftc_cntl2'; near: ftc_cntl, frc_cntl");
     EXPECT_EQ(assemble({"ephy_reg[0].no_such = 1"}), "unknown name 'ephy_reg[0].no_such'");
     EXPECT_EQ(assemble({"ephy_reg[0]. = 1"}), "unknown name 'ephy_reg[0].'");
     EXPECT_EQ(assemble({"ftc_cntl. = 1"}), "unknown name 'ftc_cntl.'");
@@ -345,7 +345,7 @@ TEST(RegencFields, RangeSetsTheFieldInEachRegister) {
 TEST(RegencFields, UnknownFieldsAndWideValuesAreRefused) {
     EXPECT_EQ(assemble({"ephy_reg[0].rte_prc_l2_ctl.rte_prc_stag_etyp = 1"}),
               "unknown name 'ephy_reg[0].rte_prc_l2_ctl.rte_prc_stag_etyp': the register at 0x00402000 has no field "
-              "rte_prc_stag_etyp");
+              "rte_prc_stag_etyp; near: rte_prc_l2_lu_en, rte_prc_l2_keep_cfi, rte_prc_l2_sts_mac_en");
     EXPECT_EQ(assemble({"ftc_cntl.x = 1"}), "unknown name 'ftc_cntl.x': the register at 0x00001008 has no field x");
     EXPECT_EQ(assemble({"ephy_reg[0].rte_prc_l2_ctl.rte_prc_l2_lu_en = 2"}),
               "value 0x00000002 does not fit the 1 bits of 'ephy_reg[0].rte_prc_l2_ctl.rte_prc_l2_lu_en'");
@@ -353,7 +353,7 @@ TEST(RegencFields, UnknownFieldsAndWideValuesAreRefused) {
               "value 0x00000020 does not fit the 5 bits of 'ephy_reg[0].rte_prc_l2_ctl.rte_prc_l2_psel_port'");
     EXPECT_EQ(assemble({"rte_l2_da_ctl_addr[0..3][1].rte_l2_da_ctl_addr_prefix_0_w1 = 1"}),
               "unknown name 'rte_l2_da_ctl_addr[0..3][1].rte_l2_da_ctl_addr_prefix_0_w1': the register at 0x00050018 "
-              "has no field rte_l2_da_ctl_addr_prefix_0_w1");
+              "has no field rte_l2_da_ctl_addr_prefix_0_w1; near: rte_l2_da_ctl_addr_prefix_1_w1");
 }
 
 // ------------------------------------------------------------------------------------------------- header, other lines
@@ -427,7 +427,7 @@ TEST(RegencLines, OfAListing) {
     EXPECT_EQ(dump.word(8), 42u);
     EXPECT_EQ(dump.word(TSR_DUMP_SIZE - 4), 0x89abcdefu);
     EXPECT_EQ(assemble({"0x0000100c:  0x0000002a  ftc_cntl"}), "'ftc_cntl' is at 0x00001008, not at 0x0000100c");
-    EXPECT_EQ(assemble({"0x00001008:  0x0000002a  ftc_cntrl"}), "unknown name 'ftc_cntrl'");
+    EXPECT_EQ(assemble({"0x00001008:  0x0000002a  ftc_cntrl"}), "unknown name 'ftc_cntrl'; near: ftc_cntl, frc_cntl");
     EXPECT_EQ(assemble({"0x00001008:  0x0000002a  "}), "unknown name ''");
     EXPECT_EQ(assemble({"0x00001008:  2a  ftc_cntl"}), "bad value '2a'");
     EXPECT_EQ(assemble({"0x1zz:  0x0000002a  ftc_cntl"}), "bad value '0x1zz'");

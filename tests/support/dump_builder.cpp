@@ -14,6 +14,12 @@ DumpBuilder &DumpBuilder::set(std::string_view name, uint32_t value) {
     return fill(name, value);
 }
 
+DumpBuilder &DumpBuilder::set(std::string_view name, std::string_view value) {
+    std::string error;
+    check(assembler_.setText(name, value, error), error);
+    return *this;
+}
+
 DumpBuilder &DumpBuilder::set(std::string_view name, std::string_view field, uint32_t value) {
     return set(std::string(name).append(".").append(field), value);
 }

@@ -12,8 +12,12 @@ class DumpBuilder {
 public:
     DumpBuilder() : assembler_(dump_) {}
 
-    /// Sets the word with the full name `name`, or the header field "header.<field>".
+    /// Sets the word or the table field with the full name `name`, or the header field "header.<field>".
     DumpBuilder &set(std::string_view name, uint32_t value);
+
+    /// Sets the word, the table field or the row of a TCAM to a value as a line has it: "0x10/0xf0", "10.0.1.0/24",
+    /// "never".
+    DumpBuilder &set(std::string_view name, std::string_view value);
 
     /// Sets the field `field` of the register with the full name `name`; the register's other bits stay.
     DumpBuilder &set(std::string_view name, std::string_view field, uint32_t value);

@@ -80,16 +80,16 @@ TEST(TblValues, AddressesAsPeopleWriteThem) {
     EXPECT_EQ(valueOf("::10.0.1.9", TblKind::IPV6, 128), wide(0, 0, 0, 0x0a000109));
     EXPECT_EQ(valueOf("1:2:3:4:5:6:10.0.1.9", TblKind::IPV6, 128), wide(0x10002, 0x30004, 0x50006, 0x0a000109));
     EXPECT_EQ(valueOf("1::3:4:5:6:7:8", TblKind::IPV6, 128), wide(0x10000, 0x30004, 0x50006, 0x70008));
-    for (const char *bad : {"02:00:00:00:00", "02:00:00:00:00:a1:02", "02:00:00:00:00:", ":02:00:00:00:00", "002:0:0:0:0:1",
-                            "02:00:00:00:00:g1", "::"})
+    for (const char *bad : {"02:00:00:00:00", "02:00:00:00:00:a1:02", "02:00:00:00:00:", ":02:00:00:00:00",
+                            "002:0:0:0:0:1", "02:00:00:00:00:g1", "::"})
         EXPECT_EQ(read(bad, TblKind::MAC, 48), TblRead::BAD) << bad;
-    for (const char *bad : {"10.0.1", "10.0.1.9.1", "10.0.1.256", "10..1.9", "10.0.1.", ".0.1.9", "10.0.1.0x9", "10.0.0001.9"})
+    for (const char *bad :
+         {"10.0.1", "10.0.1.9.1", "10.0.1.256", "10..1.9", "10.0.1.", ".0.1.9", "10.0.1.0x9", "10.0.0001.9"})
         EXPECT_EQ(read(bad, TblKind::IPV4, 32), TblRead::BAD) << bad;
     for (const char *bad : {"01.02", "01.02.03.04", "100.02.03", "01.02.", "01.02.0g"})
         EXPECT_EQ(read(bad, TblKind::FCID, 24), TblRead::BAD) << bad;
-    for (const char *bad :
-         {":", ":::", "1:2:3:4:5:6:7", "1:2:3:4:5:6:7:8:9", "1::2::3", "12345::", "1:", ":1", "1::2:", "g::",
-          "1:2:3:4:5:6:7::8", "10.0.1.9::", "::10.0.1.9:1", "1:2:3:4:5:6:7:10.0.1.9"})
+    for (const char *bad : {":", ":::", "1:2:3:4:5:6:7", "1:2:3:4:5:6:7:8:9", "1::2::3", "12345::", "1:", ":1",
+                            "1::2:", "g::", "1:2:3:4:5:6:7::8", "10.0.1.9::", "::10.0.1.9:1", "1:2:3:4:5:6:7:10.0.1.9"})
         EXPECT_EQ(read(bad, TblKind::IPV6, 128), TblRead::BAD) << bad;
     EXPECT_EQ(read(std::string(100000, ':'), TblKind::IPV6, 128), TblRead::BAD);
 }
@@ -171,7 +171,9 @@ TEST(TblForms, HoldByTheTypesOfTheBanks) {
     EXPECT_TRUE(holds("TfeIpRslt", 4 * 0x48000));
     EXPECT_FALSE(holds("TfeFcoeRslt", 4 * 0x48000));
     // Banks of the ACL: 8 to a register from the last one downwards, and joined pairs in register 0.
-    dump.set("tae_bank_prtcl_sel_4", 1u << 4).set("tae_bank_prtcl_sel_2", 6u << 16).set("tae_bank_prtcl_sel_0", 1u << 6);
+    dump.set("tae_bank_prtcl_sel_4", 1u << 4)
+        .set("tae_bank_prtcl_sel_2", 6u << 16)
+        .set("tae_bank_prtcl_sel_0", 1u << 6);
     EXPECT_TRUE(holds("TaeL2Ip", 64 * 4095));
     EXPECT_TRUE(holds("TaeL2Fcoe", 64 * 4096));
     EXPECT_TRUE(holds("TaeL2Ip", 64 * 8192));

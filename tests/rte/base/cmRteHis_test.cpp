@@ -274,40 +274,40 @@ TEST(CmRteHisNamed, AddressIsKeptInItsRangeWithTheFlagsAboveIt) {
     n.reg->rte_lue_l2_ctl_rslt_addr_hi = 6;
     capture(n.stat.get(), his::l2_ctl_rslt, 4);
     capture(n.stat.get(), his::l2_ctl_rslt, 7);
-    EXPECT_EQ(n.reg->rte_his_l2_ctl_rslt_3, 0u);
+    EXPECT_EQ(n.reg->rte_his_l2_ctl_rslt[3], 0u);
     capture(n.stat.get(), his::l2_ctl_rslt, 5);
     capture(n.stat.get(), his::l2_ctl_rslt, 6, 1); // the flag does not count for the range
-    EXPECT_EQ(n.reg->rte_his_l2_ctl_rslt_2, 0x10005u);
-    EXPECT_EQ(n.reg->rte_his_l2_ctl_rslt_3, 0x10406u);
+    EXPECT_EQ(n.reg->rte_his_l2_ctl_rslt[2], 0x10005u);
+    EXPECT_EQ(n.reg->rte_his_l2_ctl_rslt[3], 0x10406u);
 
     n.reg->rte_his_en = ~(1u << 3);
     capture(n.stat.get(), his::l2_ctl_rslt, 5);
-    EXPECT_EQ(n.reg->rte_his_l2_ctl_rslt_3, 0x10406u);
+    EXPECT_EQ(n.reg->rte_his_l2_ctl_rslt[3], 0x10406u);
 }
 
 TEST(CmRteHisNamed, KeysStandAtTheLowEndOfTheirSlots) {
     Named n;
     const uint32_t key[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
     capture(n.stat.get(), his::trill_mrb_tcam_key, key + 4, 1);
-    EXPECT_EQ(n.reg->rte_his_trill_mrb_tcam_key_3, 0x10005u);
+    EXPECT_EQ(n.reg->rte_his_trill_mrb_tcam_key[3], 0x10005u);
     capture(n.stat.get(), his::l2_ctl_tcam_key, key, 2);
-    EXPECT_EQ(n.reg->rte_his_l2_ctl_tcam_key_3_w0, 0x40000001u);
-    EXPECT_EQ(n.reg->rte_his_l2_ctl_tcam_key_3_w1, 2u);
+    EXPECT_EQ(n.reg->rte_his_l2_ctl_tcam_key[3][0], 0x40000001u);
+    EXPECT_EQ(n.reg->rte_his_l2_ctl_tcam_key[3][1], 2u);
     capture(n.stat.get(), his::typ_tcam_key, key, 2); // shorter than its slot
-    EXPECT_EQ(n.reg->rte_his_typ_tcam_key_3_w0, 1u);
-    EXPECT_EQ(n.reg->rte_his_typ_tcam_key_3_w1, 1u);
-    EXPECT_EQ(n.reg->rte_his_typ_tcam_key_3_w2, 2u);
+    EXPECT_EQ(n.reg->rte_his_typ_tcam_key[3][0], 1u);
+    EXPECT_EQ(n.reg->rte_his_typ_tcam_key[3][1], 1u);
+    EXPECT_EQ(n.reg->rte_his_typ_tcam_key[3][2], 2u);
     capture(n.stat.get(), his::csc_tcam_key, key, 4); // longer than its slot
-    EXPECT_EQ(n.reg->rte_his_csc_tcam_key_3_w0, 0x1000002u);
-    EXPECT_EQ(n.reg->rte_his_csc_tcam_key_3_w2, 4u);
+    EXPECT_EQ(n.reg->rte_his_csc_tcam_key[3][0], 0x1000002u);
+    EXPECT_EQ(n.reg->rte_his_csc_tcam_key[3][2], 4u);
     capture(n.stat.get(), his::l2_mac_tcam_key, key, 4);
-    EXPECT_EQ(n.reg->rte_his_l2_mac_tcam_key_3_w0, 0x10001u);
-    EXPECT_EQ(n.reg->rte_his_l2_mac_tcam_key_3_w3, 4u);
+    EXPECT_EQ(n.reg->rte_his_l2_mac_tcam_key[3][0], 0x10001u);
+    EXPECT_EQ(n.reg->rte_his_l2_mac_tcam_key[3][3], 4u);
     capture(n.stat.get(), his::l3_ipv6_mcuid_tcam_key, key, 8);
-    EXPECT_EQ(n.reg->rte_his_l3_ipv6_mcuid_tcam_key_3_w0, 0x10004u);
-    EXPECT_EQ(n.reg->rte_his_l3_ipv6_mcuid_tcam_key_3_w1, 5u);
-    EXPECT_EQ(n.reg->rte_his_l3_ipv6_mcuid_tcam_key_3_w4, 8u);
+    EXPECT_EQ(n.reg->rte_his_l3_ipv6_mcuid_tcam_key[3][0], 0x10004u);
+    EXPECT_EQ(n.reg->rte_his_l3_ipv6_mcuid_tcam_key[3][1], 5u);
+    EXPECT_EQ(n.reg->rte_his_l3_ipv6_mcuid_tcam_key[3][4], 8u);
     capture(n.stat.get(), his::l3_ctl_tcam_key, key, 16);
-    EXPECT_EQ(n.reg->rte_his_l3_ctl_tcam_key_3_w0, 0x10003u);
-    EXPECT_EQ(n.reg->rte_his_l3_ctl_tcam_key_3_w13, 16u);
+    EXPECT_EQ(n.reg->rte_his_l3_ctl_tcam_key[3][0], 0x10003u);
+    EXPECT_EQ(n.reg->rte_his_l3_ctl_tcam_key[3][13], 16u);
 }

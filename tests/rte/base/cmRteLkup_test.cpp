@@ -121,9 +121,9 @@ TEST_F(CmRteLkup, ExactMatchKeepsItsFourHistories) {
     lkup.captureAll(
         &stat, {his::l3_ipv4_mcuid_tcam_key, his::l3_ipv4_mcuid_idx, his::l3_ipv4_mcuid_bkt, his::l3_ipv4_mcuid_rslt},
         2);
-    EXPECT_EQ(reg->rte_his_l3_ipv4_mcuid_tcam_key_3_w0, 0x10123u);
-    EXPECT_EQ(reg->rte_his_l3_ipv4_mcuid_tcam_key_3_w1, 0xe0000005u);
-    EXPECT_NE(reg->rte_his_l3_ipv4_mcuid_idx_3, 0u);
-    EXPECT_EQ(reg->rte_his_l3_ipv4_mcuid_bkt_3, 1u << 10 | 2);
-    EXPECT_EQ(reg->rte_his_l3_ipv4_mcuid_rslt_3, 2u << 14 | 1u << 14 | 99);
+    EXPECT_EQ(reg->rte_his_l3_ipv4_mcuid_tcam_key[3][0], 0x10123u);
+    EXPECT_EQ(reg->rte_his_l3_ipv4_mcuid_tcam_key[3][1], 0xe0000005u);
+    EXPECT_NE(reg->rte_his_l3_ipv4_mcuid_idx[3], 0u);
+    EXPECT_EQ(reg->rte_his_l3_ipv4_mcuid_bkt[3], 1u << 10 | 2);
+    EXPECT_EQ(reg->rte_his_l3_ipv4_mcuid_rslt[3], 2u << 14 | 1u << 14 | 99);
 }

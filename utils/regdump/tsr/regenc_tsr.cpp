@@ -1,5 +1,6 @@
 #include "regenc_tsr.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -138,17 +139,16 @@ void RegencAssembler::beginText() {
     hdrClaims_ = 0;
 }
 
-/// Calls `visit(chipOff, dumpOff)` for each of the words, in rising order, until one call returns false. Returns
-/// whether all did well.
-template <typename Visit> static bool forEachWord(const RegencWords &words, Visit visit) {
+/// Calls `visit(chipOff, dumpOff, rowOff)` for each run of words, in rising order, until one call returns false;
+/// `rowOff` is where the run's leaf begins in the image. Returns whether all did well.
+template <typename Visit> static bool forEachRun(const RegencWords &words, Visit visit) {
     uint32_t done[std::tuple_size_v<decltype(words.steps)>] = {};
     uint32_t chipOff = words.chipOff;
     uint32_t dumpOff = words.dumpOff;
+    uint32_t rowOff = words.rowOff;
     for (;;) {
-        for (uint32_t i = 0; i < words.run; ++i) {
-            if (!visit(chipOff + 4 * i, dumpOff + 4 * i))
-                return false;
-        }
+        if (!visit(chipOff, dumpOff, rowOff))
+            return false;
         size_t step = words.numSteps;
         for (;;) {
             if (step == 0)
@@ -156,21 +156,37 @@ template <typename Visit> static bool forEachWord(const RegencWords &words, Visi
             const RegencWords::Step &inner = words.steps[--step];
             chipOff += inner.chipStride;
             dumpOff += inner.dumpStride;
+            rowOff += step < words.numGroupSteps ? inner.dumpStride : 0;
             if (++done[step] != inner.count)
                 break;
             chipOff -= inner.count * inner.chipStride;
             dumpOff -= inner.count * inner.dumpStride;
+            rowOff -= step < words.numGroupSteps ? inner.count * inner.dumpStride : 0;
             done[step] = 0;
         }
     }
 }
 
-static std::string contradiction(std::string_view name, uint32_t before) {
-    return regencText("'", regdump_shown(name), "' is set again with another value (before: ", hex(before), ")");
+/// Calls `visit(chipOff, dumpOff)` for each of the words in the same way.
+template <typename Visit> static bool forEachWord(const RegencWords &words, Visit visit) {
+    return forEachRun(words, [&](uint32_t chipOff, uint32_t dumpOff, uint32_t) {
+        for (uint32_t i = 0; i < words.run; ++i) {
+            if (!visit(chipOff + 4 * i, dumpOff + 4 * i))
+                return false;
+        }
+        return true;
+    });
 }
 
-bool RegencAssembler::setWord(const RegencWords &words, std::string_view name, uint32_t value, std::string &error) {
-    const uint32_t dumpOff = words.dumpOff;
+static std::string contradiction(std::string_view name, std::string_view before) {
+    return regencText("'", regdump_shown(name), "' is set again with another value (before: ", before, ")");
+}
+
+static std::string contradiction(std::string_view name, uint32_t before) {
+    return contradiction(name, hex(before));
+}
+
+bool RegencAssembler::setWord(uint32_t dumpOff, std::string_view name, uint32_t value, std::string &error) {
     uint32_t claimed = 0;
     if (wordClaims_[dumpOff / 4]) {
         claimed = UINT32_MAX;
@@ -202,12 +218,18 @@ bool RegencAssembler::setWords(const RegencWords &words, uint32_t value) {
     });
 }
 
+/// The fields of the register at `chipOff` that are spelled like `field`, for a message.
+static std::string nearFields(uint32_t chipOff, std::string_view field) {
+    const std::vector<std::string> fields = hsiFieldNames(chipOff);
+    return tblNear(field, std::vector<std::string_view>(fields.begin(), fields.end()), true);
+}
+
 bool RegencAssembler::setFields(const RegencWords &words, std::string_view name, uint32_t value, std::string &error) {
     return forEachWord(words, [&](uint32_t chipOff, uint32_t dumpOff) {
         const std::optional<HsiFieldDef> field = hsiFindField(chipOff, words.field);
         if (!field) {
             error = regencText("unknown name '", regdump_shown(name), "': the register at ", hex(chipOff),
-                               " has no field ", regdump_shown(words.field));
+                               " has no field ", regdump_shown(words.field), nearFields(chipOff, words.field));
             return false;
         }
         const unsigned lo = field->lo;
@@ -237,6 +259,230 @@ bool RegencAssembler::setFields(const RegencWords &words, std::string_view name,
     });
 }
 
+// ------------------------------------------------------------------------------------------------- entries of tables
+
+/// What a line sets in each entry that its name stands for.
+struct RegencAssembler::Setting {
+    std::string_view name;
+    std::string_view text;
+    bool ranged;
+
+    // Found with the first entry, and again where another form begins.
+    TblFieldRef ref = {};
+    TblMatch match = {}; ///< of a plain field, its value
+    uint32_t elemLo = 0;
+    uint32_t elemHi = 0;
+    bool isTold = false; ///< a warning was given
+};
+
+/// Why a field does not take the value `text`.
+static std::string badValue(const TblFieldRef &ref, std::string_view name, std::string_view text) {
+    const std::string bad = regencText("bad value '", regdump_shown(text), "'");
+    if (!ref.desc->isTcam && (text == "*" || text.find('/') != text.npos))
+        return regencText(bad, ": '", regdump_shown(name), "' is no field of a TCAM's key, which alone has a mask");
+    switch (ref.field->kind) {
+    case TblKind::MAC:
+        return regencText(bad, ": a MAC address is a number, or written as 02:00:00:00:00:a1");
+    case TblKind::IPV4:
+        return regencText(bad, ": an IPv4 address is a number, or written as 10.0.1.9");
+    case TblKind::IPV6:
+        return regencText(bad, ": an IPv6 address is a number, or written as 2001:db8::1");
+    case TblKind::FCID:
+        return regencText(bad, ": a Fibre Channel id is a number, or written as 01.02.03");
+    default:
+        return bad;
+    }
+}
+
+/// Finds the elements of the field that the name stands for. Returns false after storing a message in `error`.
+static bool findElems(const RegencWords &words, const TblField &field, std::string_view name, uint32_t &lo,
+                      uint32_t &hi, std::string &error) {
+    lo = words.elemLo;
+    hi = words.elemRanged && words.elemHi == UINT32_MAX ? field.count - 1u : words.elemHi;
+    if (field.isArr && !words.hasElem)
+        error = regencText("'", regdump_shown(name), "' is ", std::to_string(field.count),
+                           " elements: give a subscript, a range or [*]");
+    else if (!field.isArr && words.hasElem)
+        error = regencText("unknown name '", regdump_shown(name), "': ", field.name, " has no subscript");
+    else if (hi >= field.count)
+        error = regencText("unknown name '", regdump_shown(name), "': a subscript of ", field.name, " is at most ",
+                           std::to_string(field.count - 1));
+    else
+        return true;
+    return false;
+}
+
+/// Holds the entry at byte `at` of the image against the entries of `desc` and against the words of the name, which end
+/// at byte `end`. Returns false after storing a message in `error`.
+static bool checkEntry(const RegencWords &words, const TblDesc &desc, uint32_t at, uint32_t rowOff, uint32_t end,
+                       std::string_view name, std::string &error) {
+    const uint32_t bytes = 4 * desc.words;
+    if (tblBeginsAnywhere(desc) && words.run != 1) {
+        error = regencText("subscripts are missing in '", regdump_shown(name), "': an entry of ", desc.row,
+                           " may begin at any word");
+        return false;
+    }
+    if (at - rowOff + bytes > regdump_mapp_get_size(words.row)) {
+        error = regencText("'", regdump_shown(name), "' is no entry: it would end behind ", desc.row);
+        return false;
+    }
+    if (!tblBeginsAnywhere(desc) && (at - rowOff) % bytes != 0) {
+        error = regencText("'", regdump_shown(name), "' is no entry: one of ", desc.type, " takes ",
+                           std::to_string(desc.words / words.run), " of ", desc.row, " and begins at a multiple of ",
+                           std::to_string(desc.words / words.run));
+        return false;
+    }
+    if (!words.ranged && at + bytes < end) {
+        error = regencText("'", regdump_shown(name), "' is ", std::to_string((end - at) / bytes),
+                           " entries: give all subscripts, or a range");
+        return false;
+    }
+    return true;
+}
+
+void RegencAssembler::tell(std::string_view name, const std::string &message) {
+    const std::string place =
+        file_.empty() ? "" : regencText(regdump_shown_file(file_), ":", std::to_string(lineNumber_), ": ");
+    warn_(regencText(place, "warning: '", regdump_shown(name), "': ", message));
+}
+
+bool RegencAssembler::useField(const RegencWords &words, Setting &setting, const TblFieldRef &ref, std::string &error) {
+    if (setting.ref.field == ref.field)
+        return true;
+    setting.ref = ref;
+    const TblField &field = *ref.field;
+    const TblRead read = ref.desc->isTcam ? tblReadMatch(setting.text, field.kind, field.width, setting.match)
+                                          : tblReadValue(setting.text, field.kind, field.width, setting.match.value);
+    if (read == TblRead::BAD) {
+        error = badValue(ref, setting.name, setting.text);
+        return false;
+    }
+    if (read == TblRead::TOO_WIDE) {
+        error = regencText("value ", regdump_shown(setting.text), " does not fit the ", std::to_string(field.width),
+                           " bits of '", regdump_shown(setting.name), "'");
+        return false;
+    }
+    return findElems(words, field, setting.name, setting.elemLo, setting.elemHi, error);
+}
+
+bool RegencAssembler::setEntries(const RegencWords &words, std::string_view name, std::string_view text,
+                                 std::string &error) {
+    Setting setting{name, text, words.ranged || words.elemRanged};
+    uint32_t done = 0; // the end of the last entry
+    return forEachRun(words, [&](uint32_t, uint32_t dumpOff, uint32_t rowOff) {
+        const uint32_t end = dumpOff + 4 * words.run;
+        for (uint32_t at = std::max(dumpOff, done); at < end; at = done) {
+            std::string why;
+            const TblFieldRef ref =
+                tblChoose(*words.table, words.form, words.field, {dump_.image(), rowOff, at - rowOff}, why);
+            if (ref.field == nullptr) {
+                error = regencText("unknown name '", regdump_shown(name), "': ", regdump_shown(why, 240));
+                return false;
+            }
+            if (!useField(words, setting, ref, error) || !checkEntry(words, *ref.desc, at, rowOff, end, name, error) ||
+                !setEntry(setting, at, error))
+                return false;
+            done = at + 4 * ref.desc->words;
+        }
+        return true;
+    });
+}
+
+bool RegencAssembler::setEntry(Setting &setting, uint32_t dumpOff, std::string &error) {
+    constexpr uint32_t kMaxWords = 32;
+    const TblDesc &desc = *setting.ref.desc;
+    const TblField &field = *setting.ref.field;
+    uint32_t entry[kMaxWords];
+    uint32_t claims[kMaxWords];
+    for (uint32_t w = 0; w < desc.words; ++w) {
+        entry[w] = dump_.word(dumpOff + 4 * w);
+        const auto claimed = fieldClaims_.find(dumpOff + 4 * w);
+        claims[w] = claimed == fieldClaims_.end() ? 0 : claimed->second;
+    }
+    uint32_t bits[kMaxWords] = {};
+    uint32_t mask[kMaxWords] = {};
+    for (uint32_t elem = setting.elemLo; elem <= setting.elemHi; ++elem) {
+        tblPutValue(field, elem, mask, tblAllOnes(field.width));
+        if (desc.isTcam) {
+            tblPutValue(field, elem, mask + desc.keyWords(), tblAllOnes(field.width));
+            tblPutMatch(setting.ref, elem, bits, setting.match);
+        } else {
+            tblPutValue(field, elem, bits, setting.match.value);
+        }
+    }
+
+    // A field refines its entry: only what fields have set is held against it.
+    for (uint32_t w = 0; w < desc.words && !setting.ranged; ++w) {
+        if (((entry[w] ^ bits[w]) & claims[w] & mask[w]) == 0)
+            continue;
+        error = contradiction(setting.name, desc.isTcam
+                                                ? tblShowMatch(field, tblMatchOf(setting.ref, setting.elemLo, entry))
+                                                : tblShowValue(field, tblValueOf(field, setting.elemLo, entry)));
+        return false;
+    }
+    if (desc.isTcam && tblIsNever(desc, entry)) {
+        for (uint32_t w = 0; w < desc.words; ++w)
+            entry[w] &= claims[w];
+    }
+    for (uint32_t w = 0; w < desc.words; ++w) {
+        dump_.setWord(dumpOff + 4 * w, (entry[w] & ~mask[w]) | bits[w]);
+        if (mask[w] != 0 && setting.ranged)
+            startAfresh(dumpOff + 4 * w);
+        else if (mask[w] != 0)
+            fieldClaims_[dumpOff + 4 * w] |= mask[w];
+    }
+    if (warn_ && !setting.isTold) {
+        const std::string dropped = tblDropped(desc, bits);
+        setting.isTold = !dropped.empty();
+        if (setting.isTold)
+            tell(setting.name, dropped);
+    }
+    return true;
+}
+
+/// The form by which a row's entry at `place` is taken as a whole: the one that holds, or else the one of the fewest
+/// words; null when the row is no TCAM's.
+static const TblDesc *wholeForm(const TblRow &row, const TblPlace &place) {
+    const TblDesc *form = nullptr;
+    for (const TblDesc &desc : row.forms()) {
+        if (!desc.isTcam)
+            return nullptr;
+        if (tblHolds(desc, place) == TblHolds::YES)
+            return &desc;
+        if (form == nullptr || desc.words < form->words)
+            form = &desc;
+    }
+    return form;
+}
+
+bool RegencAssembler::setNever(const RegencWords &words, std::string_view name, std::string &error) {
+    const TblRow *row = tblRow(words.row->name);
+    uint32_t done = 0; // the end of the last entry
+    return forEachRun(words, [&](uint32_t, uint32_t dumpOff, uint32_t rowOff) {
+        const uint32_t end = dumpOff + 4 * words.run;
+        for (uint32_t at = std::max(dumpOff, done); at < end; at = done) {
+            const TblDesc *desc = row == nullptr ? nullptr : wholeForm(*row, {dump_.image(), rowOff, at - rowOff});
+            if (desc == nullptr || !words.field.empty()) {
+                error = regencText("bad value 'never': '", regdump_shown(name), "' is no row of a TCAM");
+                return false;
+            }
+            if (!checkEntry(words, *desc, at, rowOff, end, name, error))
+                return false;
+            for (done = at; done < at + 4 * desc->words; done += 4) {
+                if (words.ranged)
+                    startAfresh(done);
+                if (!setWord(done, name, UINT32_MAX, error))
+                    return false;
+                if (words.ranged)
+                    startAfresh(done);
+            }
+        }
+        return true;
+    });
+}
+
+// ------------------------------------------------------------------------------------------------ header, other lines
+
 /// The header's fields, in its order.
 static constexpr std::string_view HDR_FIELDS[] = {
     "ver", "oid", "vendor_id", "chip_id", "chip_ver", "chip_base_addr", "epoch_sec", "epoch_usec"};
@@ -263,29 +509,48 @@ bool RegencAssembler::setHdr(std::string_view name, uint32_t value, std::string 
 
 static constexpr std::string_view HDR_PREFIX = "header.";
 
-bool RegencAssembler::assign(std::string_view name, uint32_t value, std::string &error) {
-    if (startsWith(name, HDR_PREFIX))
-        return setHdr(name.substr(HDR_PREFIX.size()), value, error);
+RegencAssembler::Value RegencAssembler::readText(std::string_view text) {
+    Value value{text, true, 0, ""};
+    value.isNumber = readValue(text, value.number, value.error);
+    return value;
+}
+
+bool RegencAssembler::assign(std::string_view name, const Value &value, bool isAfresh, std::string &error) {
+    const auto isWord = [&] {
+        if (!value.isNumber)
+            error = value.error;
+        return value.isNumber;
+    };
+    if (startsWith(name, HDR_PREFIX)) {
+        if (isAfresh)
+            hdrClaims_ = 0;
+        return isWord() && setHdr(name.substr(HDR_PREFIX.size()), value.number, error);
+    }
     RegencWords words;
-    if (!names_.find(name, words, error))
+    const bool isNever = value.text == "never";
+    if (!names_.find(name, words, error, isNever))
+        return false;
+    words.ranged |= isAfresh;
+    if (isNever)
+        return setNever(words, name, error);
+    if (words.table != nullptr)
+        return setEntries(words, name, value.text, error);
+    if (!isWord())
         return false;
     if (!words.field.empty())
-        return setFields(words, name, value, error);
+        return setFields(words, name, value.number, error);
     if (words.ranged)
-        return setWords(words, value);
-    return setWord(words, name, value, error);
+        return setWords(words, value.number);
+    return setWord(words.dumpOff, name, value.number, error);
 }
 
 bool RegencAssembler::set(std::string_view name, uint32_t value, std::string &error) {
-    if (startsWith(name, HDR_PREFIX)) {
-        hdrClaims_ = 0;
-        return setHdr(name.substr(HDR_PREFIX.size()), value, error);
-    }
-    RegencWords words;
-    if (!names_.find(name, words, error))
-        return false;
-    words.ranged = true; // starts afresh, as a range does
-    return words.field.empty() ? setWords(words, value) : setFields(words, name, value, error);
+    const std::string text = std::to_string(value);
+    return assign(name, {text, true, value, ""}, true, error);
+}
+
+bool RegencAssembler::setText(std::string_view name, std::string_view value, std::string &error) {
+    return assign(name, readText(value), true, error);
 }
 
 bool RegencAssembler::listingLine(std::string_view text, std::string &error) {
@@ -310,7 +575,7 @@ bool RegencAssembler::listingLine(std::string_view text, std::string &error) {
         error = regencText("'", regdump_shown(name), "' is at ", hex(words.chipOff), ", not at ", hex(chipOff));
         return false;
     }
-    return setWord(words, name, value, error);
+    return setWord(words.dumpOff, name, value, error);
 }
 
 /// Takes a line of a listing that is not about a word: the header block and the headings. `taken` tells whether it was
@@ -351,8 +616,7 @@ bool RegencAssembler::line(std::string_view text, std::string &error) {
             error = regencText("cannot read '", regdump_shown(text), "'");
         return taken;
     }
-    uint32_t value = 0;
-    return readValue(trim(text.substr(equals + 1)), value, error) && assign(trim(text.substr(0, equals)), value, error);
+    return assign(trim(text.substr(0, equals)), readText(trim(text.substr(equals + 1))), false, error);
 }
 
 bool RegencAssembler::file(const std::string &path, std::string &error) {
@@ -365,6 +629,7 @@ bool RegencAssembler::file(const std::string &path, std::string &error) {
         return false;
     }
     beginText();
+    file_ = path;
     const auto buf = std::make_unique<char[]>(BLOCK);
     size_t used = 0;
     uint64_t lineNumber = 0;
@@ -386,6 +651,7 @@ bool RegencAssembler::file(const std::string &path, std::string &error) {
                 break;
             const char *lineEnd = newline == nullptr ? end : newline;
             ++lineNumber;
+            lineNumber_ = lineNumber;
             line(std::string_view(start, static_cast<size_t>(lineEnd - start)), message);
             start = newline == nullptr ? end : newline + 1;
         }
@@ -397,6 +663,7 @@ bool RegencAssembler::file(const std::string &path, std::string &error) {
         std::memmove(buf.get(), start, used);
     }
     close(fd);
+    file_ = "";
     if (message.empty())
         return true;
     error = regencText(regdump_shown_file(path), ":", std::to_string(lineNumber), ": ", message);
@@ -407,7 +674,7 @@ bool RegencAssembler::file(const std::string &path, std::string &error) {
 
 static constexpr RegdumpProgram PROGRAM = {
     "regenc_tsr", "<out_dump> <text_file>... [from <base_dump>]",
-    "Assembles a register dump of a Tessara from text, a line for each word, field or range.\n\n"
+    "Assembles a register dump of a Tessara from text, a line for each word, field, entry or range.\n\n"
     "  from <base_dump>  start from this dump instead of one whose words are all 0\n"
     "  -h, --help        print this help\n"
     "  --version         print the version\n\n"
@@ -435,6 +702,7 @@ static bool assembleFiles(const std::string &out, std::span<const std::string> t
     if (base != nullptr && !dump.load(*base, error))
         return false;
     RegencAssembler assembler(dump);
+    assembler.onWarning([](const std::string &message) { std::fprintf(stderr, "%s\n", message.c_str()); });
     for (const std::string &text : texts) {
         if (!assembler.file(text, error))
             return false;

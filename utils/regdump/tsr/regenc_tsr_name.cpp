@@ -28,6 +28,41 @@ static bool takeNumber(std::string_view name, size_t &pos, uint32_t &number) {
     return pos != start;
 }
 
+/// The upper end of a subscript that stands for all.
+static constexpr uint32_t ALL = UINT32_MAX;
+
+/// The subscript of `name` behind the bracket at `pos` - 1: a number, a range, or * for 0 to `ALL`; `pos` moves behind
+/// its closing bracket, and `ranged` becomes true for one that is no number. Returns false after storing a message in
+/// `error`.
+static inline bool takeSubscript(std::string_view name, size_t &pos, uint32_t &lo, uint32_t &hi, bool &ranged,
+                                 std::string &error) {
+    bool ok = true;
+    if (pos < name.size() && name[pos] == '*') {
+        ++pos;
+        lo = 0;
+        hi = ALL;
+        ranged = true;
+    } else {
+        ok = takeNumber(name, pos, lo);
+        hi = lo;
+        if (ok && name.compare(pos, 2, "..") == 0) {
+            pos += 2;
+            ok = takeNumber(name, pos, hi);
+            ranged = true;
+        }
+    }
+    if (!ok || pos >= name.size() || name[pos] != ']') {
+        error = regencText("bad subscript in '", regdump_shown(name), "'");
+        return false;
+    }
+    ++pos;
+    if (lo > hi) {
+        error = regencText("bad subscript in '", regdump_shown(name), "': the range is empty");
+        return false;
+    }
+    return true;
+}
+
 /// One piece of a name: a row with its subscripts.
 struct RegencNames::Level {
     Table *table;
@@ -78,7 +113,7 @@ bool RegencNames::findLevel(std::string_view name, size_t &pos, Level &level, st
     const std::string_view word = takeWord(name, pos);
     level.row = word.empty() ? nullptr : findRow(*level.table, word);
     if (level.row == nullptr) {
-        error = regencText("unknown name '", regdump_shown(name), "'");
+        error = regencText("unknown name '", regdump_shown(name), "'", tblNear(word, level.table->names, false));
         return false;
     }
     if ((level.row->flags & REGDUMP_FLAGS_NO_DUMP) != 0) {
@@ -102,23 +137,11 @@ bool RegencNames::findLevel(std::string_view name, size_t &pos, Level &level, st
         }
         uint32_t &lo = level.lo[level.numSubs];
         uint32_t &hi = level.hi[level.numSubs];
-        bool ok = takeNumber(name, pos, lo);
-        hi = lo;
-        if (ok && name.compare(pos, 2, "..") == 0) {
-            pos += 2;
-            ok = takeNumber(name, pos, hi);
-            level.ranged = true;
-        }
-        if (!ok || pos >= name.size() || name[pos] != ']') {
-            error = regencText("bad subscript in '", regdump_shown(name), "'");
+        if (!takeSubscript(name, pos, lo, hi, level.ranged, error))
             return false;
-        }
-        ++pos;
         const uint32_t dim = level.row->depth[level.numSubs];
-        if (lo > hi) {
-            error = regencText("bad subscript in '", regdump_shown(name), "': the range is empty");
-            return false;
-        }
+        if (hi == ALL)
+            hi = dim - 1;
         if (hi >= dim) {
             error = regencText("unknown name '", regdump_shown(name), "': a subscript of ", word, " is at most ",
                                std::to_string(dim - 1));
@@ -129,8 +152,36 @@ bool RegencNames::findLevel(std::string_view name, size_t &pos, Level &level, st
     return true;
 }
 
-bool RegencNames::find(std::string_view name, RegencWords &words, std::string &error) {
-    words = RegencWords();
+/// Reads the field behind the dot at `pos` - 1.
+bool RegencNames::findField(std::string_view name, size_t &pos, RegencWords &words, std::string &error) {
+    words.field = takeWord(name, pos);
+    words.table = tblRow(words.row->name);
+    if (words.table == nullptr)
+        return true;
+    words.form = {};
+    words.hasElem = false;
+    words.elemRanged = false;
+    words.elemLo = words.elemHi = 0;
+    if (pos + 1 < name.size() && name[pos] == '.') {
+        ++pos;
+        words.form = words.field;
+        words.field = takeWord(name, pos);
+    }
+    if (pos < name.size() && name[pos] == '[') {
+        ++pos;
+        words.hasElem = true;
+        return takeSubscript(name, pos, words.elemLo, words.elemHi, words.elemRanged, error);
+    }
+    return true;
+}
+
+bool RegencNames::find(std::string_view name, RegencWords &words, std::string &error, bool isEntry) {
+    // Not as a whole: a listing has ten million names.
+    words.chipOff = words.dumpOff = 0;
+    words.numSteps = 0;
+    words.ranged = false;
+    words.field = {};
+    words.table = nullptr;
     size_t pos = 0;
     Level level;
     level.table = top_;
@@ -164,6 +215,9 @@ bool RegencNames::find(std::string_view name, RegencWords &words, std::string &e
     }
 
     const regdump_map_t *row = level.row;
+    words.row = row;
+    words.rowOff = words.dumpOff;
+    words.numGroupSteps = words.numSteps;
     uint32_t stride = regdump_mapp_get_size(row);
     for (size_t dim = 0; dim < level.numSubs; ++dim) {
         stride /= row->depth[dim];
@@ -173,6 +227,10 @@ bool RegencNames::find(std::string_view name, RegencWords &words, std::string &e
 
     const auto digitAt = [&](size_t at) { return at < name.size() && name[at] >= '0' && name[at] <= '9'; };
     const bool wordNumber = row->asic_size > 4 && name.compare(pos, 2, ".w") == 0 && digitAt(pos + 2);
+    if (wordNumber && isEntry) {
+        error = regencText("'", regdump_shown(name), "' is a word, not an entry");
+        return false;
+    }
     if (wordNumber) {
         pos += 2;
         uint32_t number = 0;
@@ -192,13 +250,15 @@ bool RegencNames::find(std::string_view name, RegencWords &words, std::string &e
     }
     if (pos + 1 < name.size() && name[pos] == '.') {
         ++pos;
-        words.field = takeWord(name, pos);
+        if (!findField(name, pos, words, error))
+            return false;
     }
     if (pos != name.size()) {
         error = regencText("unknown name '", regdump_shown(name), "'");
         return false;
     }
-    if (words.run != 1 && !words.ranged) {
+    const bool isWhole = isEntry || (words.table != nullptr && !wordNumber);
+    if (words.run != 1 && !words.ranged && !isWhole) {
         error = regencText("'", regdump_shown(name), "' is ", std::to_string(words.run), " words: give all subscripts",
                            (row->asic_size > 4 ? " and the word number" : ""), ", or a range");
         return false;
