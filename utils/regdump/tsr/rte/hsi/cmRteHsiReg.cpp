@@ -144,7 +144,8 @@ constexpr auto taeIndex = indexByOffset<kTaeRegBytes>(taeRegs);
 constexpr Family comFamily{comRegs, comIndex.data(), kComRegBytes - 1};
 constexpr Family portFamily{portRegs, portIndex.data(), kPortRegBytes - 1};
 constexpr Family tfeFamily{tfeRegs, tfeIndex.data(), kTfeRegBytes - 1};
-constexpr Family taeFamily{taeRegs, taeIndex.data(), kTaeRegBytes - 1}; // for names alone: the block keeps the registers
+constexpr Family taeFamily{taeRegs, taeIndex.data(),
+                           kTaeRegBytes - 1}; // for names alone: the block keeps the registers
 
 /// The register of a row at a place in it; `row` is null when there is none.
 struct Reg {

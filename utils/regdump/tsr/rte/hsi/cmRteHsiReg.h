@@ -77,9 +77,9 @@ void CmRteHsiComRegInit(CmRteHsiComReg *comRegPtr);
 void CmRteHsiPortRegInit(CmRteHsiPortReg *portRegPtr);
 void CmTfeHsiComRegInit(CmTfeHsiComReg *comRegPtr);
 
-/// The field `field` of the register at the chip address `chipOffset` of the RTE's common registers, of a port's, of the
-/// TFE's or of the TAE's (whose fields have no word of a record, but 0); nothing when that register does not exist or
-/// has no such field.
+/// The field `field` of the register at the chip address `chipOffset` of the RTE's common registers, of a port's, of
+/// the TFE's or of the TAE's (whose fields have no word of a record, but 0); nothing when that register does not exist
+/// or has no such field.
 std::optional<HsiFieldDef> hsiFindField(uint32_t chipOffset, std::string_view field);
 
 /// The names of that register's fields; none when it does not exist.
