@@ -12,7 +12,7 @@ base: tsr_reg.h
 tfe: base
 layout:
 tae: base mem_reg_model layout
-tbl: base tfe tae layout
+tbl: base tfe tae layout be_word.h tsr_reg_dump.h
 prc: base layout
 lue: base tfe tae cmAssert.h layout
 roc: base lue/cmRteLueLrn.h cmAssert.h layout
@@ -31,7 +31,7 @@ setRoomOf() {
         ;;
     utils/regdump/tsr/rte/*) roomOf=engine ;;
     utils/regdump/tsr/mem_reg_model/*) roomOf=mem_reg_model ;;
-    utils/regdump/tsr/tbl/tsr_tbl_desc.*) roomOf=tbl ;;
+    utils/regdump/tsr/tbl/tsr_tbl_desc.* | utils/regdump/tsr/tbl/tsr_tbl_name.*) roomOf=tbl ;;
     utils/regdump/tsr/tbl/*) roomOf=layout ;;
     utils/regdump/tsr/*) roomOf=tsr ;;
     *) roomOf=image ;;
