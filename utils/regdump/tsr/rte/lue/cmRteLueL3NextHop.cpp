@@ -131,7 +131,7 @@ void resolvePath(CmRteStat *statPtr, const NxtHop &hop) {
         CM_TRACE(1, "[L3NextHopLu] L2PselMpid RTE_L2_PSEL_MPID_SRAM[%x]=0x%x, result:\n", mp, word);
     }
     if (!statPtr->l3PselIsMgid && isLgid(statPtr->l3NxtHopMpidLgidEgidMgid)) {
-        const uint32_t lagId = bits(statPtr->l3NxtHopMpidLgidEgidMgid, 9, 0);
+        const uint32_t lagId = lgidOf(statPtr->l3NxtHopMpidLgidEgidMgid);
         const uint32_t lg = L2PselLgid(statPtr->l3NxtHopMpidLgidEgidMgid, statPtr);
         const uint32_t word = memWord(mem->RTE_L2_PSEL_LGID_SRAM, lg);
         takePath(statPtr, entryAt<LagPath>(&word)); // the type stays here, as on the chip
