@@ -8,9 +8,9 @@ cd "$(dirname "$0")/.."
 readonly table='
 image:
 mem_reg_model:
-base: tsr_reg.h
-tfe: base
 layout:
+base: tsr_reg.h layout
+tfe: base
 tae: base mem_reg_model layout
 tbl: base tfe tae layout be_word.h tsr_reg_dump.h
 prc: base layout
