@@ -277,7 +277,7 @@ struct RegencAssembler::Setting {
 
 /// Why a field does not take the value `text`.
 static std::string badValue(const TblFieldRef &ref, std::string_view name, std::string_view text) {
-    const std::string bad = regencText("bad value '", regdump_shown(text), "'");
+    std::string bad = regencText("bad value '", regdump_shown(text), "'");
     if (!ref.desc->isTcam && (text == "*" || text.find('/') != text.npos))
         return regencText(bad, ": '", regdump_shown(name), "' is no field of a TCAM's key, which alone has a mask");
     switch (ref.field->kind) {

@@ -110,7 +110,7 @@ static bool followLinks(std::string &path) {
         if (size < 0 || isDescriptor(path))
             return true;
         const std::string to(link, static_cast<size_t>(size));
-        path = !to.empty() && to[0] == '/' ? to : folderOf(path) + to;
+        path = to.starts_with('/') ? to : folderOf(path).append(to);
     }
     errno = ELOOP;
     return false;
