@@ -133,7 +133,7 @@ std::string noSuchField(const TblRow &row, std::string_view form, std::string_vi
     for (const TblDesc &desc : row.forms()) {
         for (const TblField &field : desc.field) {
             if ((form.empty() || form == desc.type) && std::find(names.begin(), names.end(), field.name) == names.end())
-                names.push_back(field.name);
+                names.emplace_back(field.name);
         }
     }
     const std::string_view who = form.empty() ? std::string_view(row.forms()[0].row) : form;

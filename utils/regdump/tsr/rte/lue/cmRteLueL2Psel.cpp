@@ -16,14 +16,14 @@ constexpr uint32_t kFirstClientPort = 1024;
 
 /// Which way a frame is routed for FCoE.
 struct FcoeRouted {
-    uint32_t vf;
-    uint32_t ve;
+    bool vf;
+    bool ve;
 };
 
 FcoeRouted fcoeRouted(const CmRteStat *statPtr, uint32_t isDaLu) {
     const uint32_t egid = statPtr->l2ExmDaEgidOrig;
     const bool rteRqd = !(isDaLu && statPtr->l2ExmDaIsMgidOrig) && CmRteCkRteRqdEgid(statPtr, egid);
-    const uint32_t vf = rteRqd && bit(egid, kRteRqdFcoeVfBit);
+    const bool vf = rteRqd && bit(egid, kRteRqdFcoeVfBit);
     return {vf, rteRqd && !vf && bit(egid, kRteRqdFcoeVeBit)};
 }
 
@@ -52,7 +52,8 @@ AclPorts pickIpPorts(const CmRteStat *statPtr) {
 }
 
 AclPorts pickPorts(const CmRteStat *statPtr, uint32_t isDaLu, const FcoeRouted &routed) {
-    const uint32_t fcoeWord = routed.ve << 15 | routed.vf << 14 | statPtr->fpmaChkOk << 13;
+    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): the analyzer takes a flag for -1
+    const uint32_t fcoeWord = uint32_t{routed.ve} << 15 | uint32_t{routed.vf} << 14 | statPtr->fpmaChkOk << 13;
     if (!isDaLu)
         return statPtr->l2FcoeFound ? AclPorts{0, fcoeWord} : AclPorts{statPtr->typL4Dst, statPtr->typL4Src};
     if (statPtr->l2FcoeFound)
