@@ -72,7 +72,7 @@ const std::map<std::string, Fields (*)(const uint32_t *)> &unpackers() {
 /// the first byte.
 unsigned bitAt(const RegencDump &dump, uint32_t off, uint32_t word, uint32_t bit) {
     const auto *bytes = reinterpret_cast<const uint8_t *>(dump.image()) + off + 4 * word;
-    return bytes[3 - bit / 8] >> bit % 8 & 1u;
+    return uint32_t{bytes[3 - bit / 8]} >> bit % 8 & 1u;
 }
 
 /// The element of a field, gathered bit by bit from the bytes of the image.

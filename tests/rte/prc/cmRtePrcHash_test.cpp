@@ -17,7 +17,7 @@ uint32_t wireCrc(const Key &key) {
     uint32_t reg = 0xffffffff;
     for (uint8_t byte : key)
         for (unsigned n = 0; n < 8; n++) {
-            const uint32_t feed = reg >> 31 ^ (byte >> n & 1u);
+            const uint32_t feed = reg >> 31 ^ (uint32_t{byte} >> n & 1u);
             reg = reg << 1 ^ (feed ? 0x04c11db7u : 0u);
         }
     reg = ~reg;
