@@ -506,8 +506,9 @@ TEST_F(PrcL3Ipv4Test, EndOfFrameReplacesEveryVerdictButAChecksum) {
 }
 
 TEST_F(PrcL3Ipv4Test, ResetVoidsTheHeaderAndKeepsTheRest) {
-    std::memset(static_cast<void *>(&stat.l3IpVer), 0xff,
-                reinterpret_cast<char *>(&stat.l4Offset) - reinterpret_cast<char *>(&stat.l3IpVer));
+    std::memset(
+        static_cast<void *>(&stat.l3IpVer), 0xff,
+        static_cast<size_t>(reinterpret_cast<char *>(&stat.l4Offset) - reinterpret_cast<char *>(&stat.l3IpVer)));
     stat.l2PselDscp = stat.IpDscpForPsel = stat.l3IpEcn = 7;
     PrcL3RstHdr(&stat);
     EXPECT_EQ(stat.l3PrcHdrUnk, 1u);

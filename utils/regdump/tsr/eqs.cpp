@@ -84,10 +84,9 @@ uint32_t mtuOf(const tsr_dmp_t *tsr_reg, uint32_t cls, uint32_t vid) {
 
 /// `n` bytes at `offset` of the IP header, big-endian; bytes behind the frame's end are 0.
 uint32_t ipField(const uint8_t *frm, uint32_t pkt_len, uint32_t offset, uint32_t n) {
-    const uint8_t *hdr = find_ip_hdr_in_frm(frm);
     uint32_t value = 0;
     for (uint32_t i = offset; i < offset + n; i++)
-        value = value << 8 | (kIpHdrOffset + i < pkt_len ? hdr[i] : 0u);
+        value = value << 8 | (kIpHdrOffset + i < pkt_len ? find_ip_hdr_in_frm(frm)[i] : 0u);
     return value;
 }
 
