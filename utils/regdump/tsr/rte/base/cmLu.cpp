@@ -1,6 +1,7 @@
 #include "base/cmLu.h"
 
 #include "base/cmUtl.h"
+#include "tbl/tsr_tbl.h"
 
 #include <algorithm>
 #include <bit>
@@ -11,6 +12,10 @@ namespace {
 
 constexpr uint32_t kBnkCnt = 32;
 constexpr uint32_t kKeyWdCnt = 16;
+
+/// The layer-2 exact match: bits of the hash, and of a place in a bucket.
+constexpr unsigned kL2ExmHashBits = 19;
+constexpr uint32_t kL2ExmPosBits = 5;
 
 uint32_t bytesOf(uint32_t keySiz) {
     return static_cast<uint32_t>((static_cast<uint64_t>(keySiz) + 7) >> 3);
@@ -337,10 +342,11 @@ void CmL2ExmLu(CmExmTbl *tblPtr) {
         return;
 
     const uint32_t crc = hashKey(tblPtr);
-    tblPtr->hshVal = crc & 0x7ffff;
-    const uint32_t pair = luWord(tblPtr->hshIdxSram, tblPtr->hshVal >> 1);
-    tblPtr->hshIdx = (crc & 1 ? pair : pair >> 16) & 0x3fff;
-    searchKey(tblPtr, 5);
+    tblPtr->hshVal = bits(crc, kL2ExmHashBits - 1, 0);
+    constexpr TblElems bkts = tblPlace<&L2ExmIdx::bkt>;
+    const uint32_t pair = luWord(tblPtr->hshIdxSram, elemEntry<&L2ExmIdx::bkt>(tblPtr->hshVal));
+    tblPtr->hshIdx = tblPieceBits(&pair, bkts.piece(tblPtr->hshVal % bkts.count));
+    searchKey(tblPtr, kL2ExmPosBits);
 }
 
 void CmTcamSetKey(CmTcamTbl *tblPtr, const uint32_t *words, uint32_t wordCnt) {

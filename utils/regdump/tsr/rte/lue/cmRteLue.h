@@ -57,8 +57,19 @@ void l2MultipathProcess(CmRteStat *statPtr, uint32_t isDaLu);
 uint32_t L2PselLgid(uint32_t lgid, CmRteStat *statPtr);
 uint32_t L2PselMpid(uint32_t mpid, CmRteStat *statPtr);
 uint32_t MctMpid(uint32_t mctId, uint32_t npath, CmRteStat *statPtr);
-/// Banks of the ACL counters, which the two layers share.
+/// Banks of the ACL counters, which the two layers share, and the counters of a bank.
 inline constexpr uint32_t kAclStsBnks = 8;
+inline constexpr uint32_t kAclStsBnkRows = 4096;
+/// The counter that an ACL result names by its index: the id of the bank stands above the row.
+struct AclStsIdx {
+    uint32_t bankId;
+    uint32_t row;
+
+    constexpr explicit AclStsIdx(uint32_t idx)
+        : bankId(idx / kAclStsBnkRows % kAclStsBnks), row(idx % kAclStsBnkRows) {}
+    /// The place of the counter in the memories when its bank is `bank`.
+    constexpr uint32_t in(uint32_t bank) const { return bank * kAclStsBnkRows + row; }
+};
 /// First bank of layer 2 (`owner` 0) or 3 (1) whose id is `id`; kAclStsBnks when none does.
 uint32_t aclStsBank(const CmRteHsiComReg *comRegPtr, uint32_t owner, uint32_t id);
 void IncL2AclSts(CmRteStat *statPtr);

@@ -20,8 +20,6 @@ constexpr uint32_t kPathRows = 0x10000;
 constexpr uint32_t kLagPaths = 32; // of an aggregation group
 constexpr uint32_t kLagRows = 0x8000;
 
-constexpr uint32_t kAclStsBnkRows = 4096;
-
 /// A group word of a path memory.
 struct Group {
     uint32_t isMgid;
@@ -250,13 +248,12 @@ void IncL2AclSts(CmRteStat *statPtr) {
     if (!statPtr->l2PselStsEn)
         return;
 
-    // The index has the bank's id above the row.
-    const uint32_t bankId = statPtr->l2PselStsIdx / kAclStsBnkRows % kAclStsBnks;
-    const uint32_t bank = aclStsBank(comRegPtr, 0, bankId);
+    const AclStsIdx counter(statPtr->l2PselStsIdx);
+    const uint32_t bank = aclStsBank(comRegPtr, 0, counter.bankId);
     if (bank == kAclStsBnks)
         return;
 
-    const uint32_t idx = bank * kAclStsBnkRows + statPtr->l2PselStsIdx % kAclStsBnkRows;
+    const uint32_t idx = counter.in(bank);
     const uint32_t oldFrmCnt = static_cast<uint32_t>(field<&AclFrmCnt::frm_cnt>(memPtr->RTE_ACL_STS_FCNT_SRAM, idx));
     const uint32_t byteCnt = countPath(statPtr, memPtr->RTE_ACL_STS_FCNT_SRAM, memPtr->RTE_ACL_STS_BCNT_SRAM, idx);
     CM_TRACE(1, "L2 ACL stats, statIdx=0x%x, matched bank %u (addr=%x), byteCnt=0x%x\n", statPtr->l2PselStsIdx, bank,

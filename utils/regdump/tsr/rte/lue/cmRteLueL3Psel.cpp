@@ -296,11 +296,12 @@ void IncL3AclSts(CmRteStat *statPtr) {
         return;
     const CmRteHsiComReg *comReg = statPtr->comRegPtr;
     CmRteHsiMem *mem = statPtr->memPtr;
-    const uint32_t bank = aclStsBank(comReg, 1, bits(statPtr->l3PselStsSflowIdx, 14, 12));
+    const AclStsIdx counter(statPtr->l3PselStsSflowIdx);
+    const uint32_t bank = aclStsBank(comReg, 1, counter.bankId);
     if (bank == kAclStsBnks)
         return;
 
-    const uint32_t statIdx = bank << 12 | bits(statPtr->l3PselStsSflowIdx, 11, 0);
+    const uint32_t statIdx = counter.in(bank);
     const uint64_t savedCnt = field<&AclFrmCnt::frm_cnt>(mem->RTE_ACL_STS_FCNT_SRAM, statIdx);
     countIn<&AclFrmCnt::frm_cnt>(mem->RTE_ACL_STS_FCNT_SRAM, statIdx, 1);
     countIn<&AclByteCnt::byte_cnt>(mem->RTE_ACL_STS_BCNT_SRAM, statIdx, statPtr->frmLen);

@@ -13,11 +13,18 @@ double acl_cpu_time = 0;
 
 namespace {
 
+// Groups of banks 0 to 5, 6 to 11 and so on.
+constexpr TblElems kBankGrpElems{.count = 6, .word = 0, .hi = 29, .lo = 25, .step = 5};
 constexpr TaeRegField TaeRegs::*kBankGrp[] = {
     &TaeRegs::bank_grp_0, &TaeRegs::bank_grp_1, &TaeRegs::bank_grp_2, &TaeRegs::bank_grp_3, &TaeRegs::bank_grp_4,
 };
 
+// Whether the pairs of banks hold IPv6 rows.
+constexpr TblElems kBankPairIpv6Elems{.count = 15, .word = 0, .hi = 0, .lo = 0, .step = -1};
+constexpr TaeRegField TaeRegs::*kBankPairIpv6[] = {&TaeRegs::bank_prtcl_sel_0};
+
 // Protocols of banks 0 to 7, 8 to 15, 16 to 23 and 24 to 29: the chip counts these registers downwards.
+constexpr TblElems kBankPrtclSelElems{.count = 8, .word = 0, .hi = 3, .lo = 0, .step = -4};
 constexpr TaeRegField TaeRegs::*kBankPrtclSel[] = {
     &TaeRegs::bank_prtcl_sel_4,
     &TaeRegs::bank_prtcl_sel_3,
@@ -25,6 +32,7 @@ constexpr TaeRegField TaeRegs::*kBankPrtclSel[] = {
     &TaeRegs::bank_prtcl_sel_1,
 };
 
+constexpr TblElems kBankTrapRsnElems{.count = 5, .word = 0, .hi = 29, .lo = 24, .step = 6};
 constexpr TaeRegField TaeRegs::*kBankTrapRsn[] = {
     &TaeRegs::bank_trap_rsn_0, &TaeRegs::bank_trap_rsn_1, &TaeRegs::bank_trap_rsn_2,
     &TaeRegs::bank_trap_rsn_3, &TaeRegs::bank_trap_rsn_4, &TaeRegs::bank_trap_rsn_5,
@@ -96,23 +104,20 @@ uint32_t CmTaeLkup::bankEnabled(uint32_t bank) const {
 uint32_t CmTaeLkup::getLogicalGroupId(uint32_t bank) const {
     if (bank >= TAE_BANKS)
         return 0;
-    return (regs.*kBankGrp[bank / 6])() >> (25 - 5 * (bank % 6)) & 0x1f;
+    return regs.elem(kBankGrp, kBankGrpElems, bank);
 }
 
 enumBankType CmTaeLkup::figureBankType(uint32_t bank) const {
     if (bank >= TAE_BANKS)
         return ACLT_L2_IP;
-    if (regs.bank_prtcl_sel_0() >> (bank / 2) & 1)
+    if (regs.elem(kBankPairIpv6, kBankPairIpv6Elems, bank / 2))
         return ACLT_L3_IPV6;
-    return static_cast<enumBankType>((regs.*kBankPrtclSel[bank / 8])() >> (4 * (bank % 8)) & 0xf);
+    return static_cast<enumBankType>(regs.elem(kBankPrtclSel, kBankPrtclSelElems, bank));
 }
 
 void CmTaeLkup::loadRegisterSettings() {
-    for (uint32_t r = 0; r < 6; r++) {
-        const uint32_t rsns = (regs.*kBankTrapRsn[r])();
-        for (uint32_t i = 0; i < 5; i++)
-            bnkTrapRsnLst[5 * r + i] = rsns >> (24 - 6 * i) & 0x3f;
-    }
+    for (uint32_t bank = 0; bank < TAE_BANKS; bank++)
+        bnkTrapRsnLst[bank] = regs.elem(kBankTrapRsn, kBankTrapRsnElems, bank);
 }
 
 void CmTaeLkup::bankLookup(const uint32_t *key, std::vector<int> &hits, int bank) const {

@@ -28,15 +28,27 @@ constexpr uint32_t kKeyWords = 8;
 constexpr uint32_t kIpv4ExmWords = 3;
 constexpr uint32_t kIpv6ExmWords = 9;
 
-/// Places of the customer or multicast user id.
-constexpr uint32_t kIdBits = 13;
-constexpr uint32_t kIpv4ExmIdLo = 9;
-constexpr uint32_t kIpv6ExmIdLo = 7;
-constexpr uint32_t kIpv4IdLo = 7;
-constexpr uint32_t kFlexIdLo = 6;
+// What stands in a bank's keys in place of the VLAN: banks 0 to 15, and the others.
+constexpr TblElems kBankIdSelElems{.count = 16, .word = 0, .hi = 1, .lo = 0, .step = -2};
+constexpr TaeRegField TaeRegs::*kBankIdSel[] = {&TaeRegs::l3_srch_cid_mcuid_sel_0, &TaeRegs::l3_srch_cid_mcuid_sel_1};
+
+/// Writes the field `Member` into the part of its key that begins with word `first`; pieces outside of that stay.
+template <auto Member> void putInPart(uint32_t *key, uint32_t first, uint32_t value) {
+    for (TblPiece piece : tblPlace<Member>) {
+        if (piece.word < first || piece.word >= first + kKeyWords)
+            continue;
+        piece.word = static_cast<uint8_t>(piece.word - first);
+        tblScatter(key, std::array{piece}, uint64_t{value});
+    }
+}
 
 /// Parameters and results of the exact match, refilled before every search.
 CmExmTbl exmTbl;
+
+/// A next hop's index, cut to the width that a result has for it.
+constexpr uint32_t nxtHopIdx(uint32_t idx) {
+    return tblTake(idx, 0, tblPlace<&L3PselRslt::nxt_hop_rslt_idx>[0].width);
+}
 
 uint64_t segment(uint32_t hi, uint32_t lo) {
     return static_cast<uint64_t>(hi) << 32 | lo;
@@ -251,7 +263,7 @@ uint32_t CmTaeLkup::iividSel(int bank, enumBankType type, int isTcam, int isIpv4
     uint32_t sel = isIpv4 ? regs.ipv4_exm_cid_mcuid_sel() : regs.ipv6_exm_cid_mcuid_sel();
     if (isTcam) {
         const uint32_t b = static_cast<uint32_t>(bank) & (isIpv6 ? ~1u : ~0u);
-        sel = (b < 16 ? regs.l3_srch_cid_mcuid_sel_0() : regs.l3_srch_cid_mcuid_sel_1()) >> (2 * (b % 16)) & 3;
+        sel = regs.elem(kBankIdSel, kBankIdSelElems, b % (2 * kBankIdSelElems.count));
     }
 
     if (sel != 0 && isTcam) {
@@ -276,33 +288,28 @@ uint32_t CmTaeLkup::replaceIivid(uint32_t *key, uint32_t l3Cugid, uint32_t l3Mcu
     const uint32_t sel = iividSel(bank, type, isTcam, isIpv4, isIpv6);
     if (sel == 0)
         return 0;
-    const uint32_t id = bits(sel == 1 ? l3Cugid : l3Mcuid, kIdBits - 1, 0);
+    const uint32_t id = sel == 1 ? l3Cugid : l3Mcuid;
 
-    // These places are the chip's own numbering; they are not where the keys hold the VLAN.
     if (!isTcam) {
-        const uint32_t lo = isIpv4 ? kIpv4ExmIdLo : kIpv6ExmIdLo;
-        key[0] = setBits(key[0], lo + kIdBits - 1, lo, id);
+        if (isIpv4)
+            putInPart<&TaeIpv4ExmBkt::iivid_cugid_mcuid>(key, TaeIpv4ExmBkt::kWords - kIpv4ExmWords, id);
+        else
+            putInPart<&TaeIpv6ExmBkt::iivid_cugid_mcuid>(key, TaeIpv6ExmBkt::kWords - kIpv6ExmWords, id);
         return 1;
     }
+    // These places are the chip's own numbering; they are not where the keys hold the VLAN.
     switch (type) {
     case ACLT_L3_IPV4:
-        key[3] = setBits(key[3], kIpv4IdLo + kIdBits - 1, kIpv4IdLo, id);
+        putInPart<&TaeL3Ipv4::cugid_mcuid>(key, 0, id);
         return 1;
     case ACLT_L3_IP_FLEX0:
     case ACLT_L3_IP_FLEX1:
     case ACLT_L3_IP_FLEX2:
     case ACLT_L3_IP_FLEX3:
-        key[7] = setBits(key[7], kFlexIdLo + kIdBits - 1, kFlexIdLo, id);
+        putInPart<&TaeL3IpFlex0::cugid_mcuid>(key, 0, id);
         return 1;
     case ACLT_L3_IPV6:
-        if (bank % 2 == 1) {
-            key[3] = setBits(key[3], 1, 0, bits(id, 3, 2));
-            key[7] = setBits(key[7], 1, 0, bits(id, 1, 0));
-        } else {
-            key[3] = setBits(key[3], 1, 0, bits(id, 7, 6));
-            key[3] = setBits(key[3], 18, 14, bits(id, 12, 8));
-            key[7] = setBits(key[7], 1, 0, bits(id, 5, 4));
-        }
+        putInPart<&TaeL3Ipv6::cugid_mcuid>(key, bank % 2 == 1 ? kKeyWords : 0, id);
         return 1;
     default:
         return 0;
@@ -411,11 +418,11 @@ void CmTaeLkup::mergeL3AclResults(tL3AclInterface &intf, int *hitByBank, L3PselR
     const uint32_t trapBank = merge.winner(GRP_trap_en);
     uint32_t trapRsn = trapBank == merge.kNoBank ? kNoRsn : bnkTrapRsnLst[trapBank];
     if (ptrs.aclDrop) {
-        merged.nxt_hop_rslt_idx = intf.acl_drop_ptr & 0x3ffff;
+        merged.nxt_hop_rslt_idx = nxtHopIdx(intf.acl_drop_ptr);
         merged.trap_en = 0;
         trapRsn = kNoRsn;
     } else if (ptrs.drop) {
-        merged.nxt_hop_rslt_idx = intf.drop_ptr & 0x3ffff;
+        merged.nxt_hop_rslt_idx = nxtHopIdx(intf.drop_ptr);
     }
     if (!merged.trap_en)
         merged.trap_que = 0;

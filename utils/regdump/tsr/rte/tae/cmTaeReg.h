@@ -3,7 +3,9 @@
 
 #include "cmAssert.h"
 #include "mem_reg_class.h"
+#include "tbl/tsr_tbl.h"
 
+#include <cstddef>
 #include <cstdint>
 
 /// One field of a register.
@@ -28,6 +30,13 @@ struct TaeRegs {
 #define FLD(name, hi, lo) TaeRegField name;
 #define REG(offset, name, ...) __VA_ARGS__
 #include "tae/cmTaeHsiReg.def"
+
+    /// Element `idx` of those that stand in `row`, as many in each register as `elems` says. `idx` must lie within.
+    template <size_t N>
+    uint32_t elem(TaeRegField TaeRegs::*const (&row)[N], const TblElems &elems, uint32_t idx) const {
+        const uint32_t word = (this->*row[idx / elems.count])();
+        return tblPieceBits(&word, elems.piece(idx % elems.count));
+    }
 
     /// Binds the fields of the registers that stand in `regs`.
     void bind(const tRegPtrMap &regs);
