@@ -6,13 +6,11 @@
 #include "tae/cmTae.h"
 #include "tae/cmTaeL3Key.h"
 
-#include "tbl_check.h"
+#include "entry_layout.h"
 
 #include <memory>
 
 namespace {
-
-using namespace tbl_check;
 
 // ---- The positions, a second time ----------------------------------------------------------------------------------
 
@@ -368,7 +366,7 @@ TEST(TblAclLayout, RowsMemoriesAndFormsAreThoseOfTheEngine) {
         {"TaeIpv6ExmRslt", "tae_l3_ipv6_mc_rslt", "TAE_IPV6_EXM_RSLT", 4, false, 0},
     };
     for (const auto &row : rows) {
-        const TblDesc &desc = descOf(row.type);
+        const TblDesc &desc = findEntry(row.type);
         EXPECT_STREQ(desc.row, row.row) << row.type;
         EXPECT_STREQ(desc.mem, row.mem) << row.type;
         EXPECT_EQ(desc.words, row.words) << row.type;
@@ -378,9 +376,9 @@ TEST(TblAclLayout, RowsMemoriesAndFormsAreThoseOfTheEngine) {
             EXPECT_EQ(desc.form.value, row.banks) << row.type;
         }
     }
-    EXPECT_EQ(descOf("TaeL2Rslt").kept(0), 0xffu);
-    EXPECT_EQ(descOf("TaeIpv4ExmBkt").kept(1), 0x3fffffu);
-    EXPECT_EQ(descOf("TaeIpv6ExmTcam").kept(16 + 7), 0xfffffu);
+    EXPECT_EQ(findEntry("TaeL2Rslt").kept(0), 0xffu);
+    EXPECT_EQ(findEntry("TaeIpv4ExmBkt").kept(1), 0x3fffffu);
+    EXPECT_EQ(findEntry("TaeIpv6ExmTcam").kept(16 + 7), 0xfffffu);
 }
 
 // ---- By doing ------------------------------------------------------------------------------------------------------

@@ -208,10 +208,9 @@ TEST(TblEgr, MemoriesWithoutALayoutAreListed) {
 TEST(TblEgr, TheFrameChoosesTheTunnelsForm) {
     for (const auto &[type, kind] :
          {std::pair{"EqsPetIpv4", "ipv4"}, std::pair{"EqsPetIpv6", "ipv6"}, std::pair{"EqsPetIpv6Next", "ipv6_next"}}) {
-        const TblDesc *desc = findEntry(type);
-        ASSERT_NE(desc, nullptr);
-        EXPECT_EQ(desc->form.kind, TblForm::FRAME);
-        EXPECT_STREQ(desc->form.field, kind);
+        const TblDesc &desc = findEntry(type);
+        EXPECT_EQ(desc.form.kind, TblForm::FRAME);
+        EXPECT_STREQ(desc.form.field, kind);
     }
 }
 

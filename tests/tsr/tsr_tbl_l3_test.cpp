@@ -160,9 +160,8 @@ TEST(TblL3, TheListHasTheseEntries) {
 }
 
 TEST(TblL3, ControlKeysAreComparedByTheirLow424Bits) {
-    const TblDesc *desc = findEntry("L3CtrlKey");
-    ASSERT_NE(desc, nullptr);
-    const std::vector<uint32_t> half(desc->loadMsk.begin(), desc->loadMsk.begin() + 16);
+    const TblDesc &desc = findEntry("L3CtrlKey");
+    const std::vector<uint32_t> half(desc.loadMsk.begin(), desc.loadMsk.begin() + 16);
     std::vector<uint32_t> expected(16, 0xffffffff);
     expected[0] = expected[1] = 0;
     expected[2] = 0xff; // 13 words and 8 bits

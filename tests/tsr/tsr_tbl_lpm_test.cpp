@@ -4,13 +4,11 @@
 #include "hsi/cmRteHsiMem.h"
 #include "tfe/cmTfe.h"
 
-#include "tbl_check.h"
+#include "entry_layout.h"
 
 #include <memory>
 
 namespace {
-
-using namespace tbl_check;
 
 // ---- The positions, a second time ----------------------------------------------------------------------------------
 
@@ -109,7 +107,7 @@ protected:
     /// interface a bit that the load drops makes no difference.
     template <class Plain, class Cells, class Row>
     void expectKeyMeetsRows(const char *type, const Positions &plain, const Positions &row, uint32_t idx) {
-        const TblDesc &desc = descOf(type);
+        const TblDesc &desc = findEntry(type);
         for (int round = 0; round < 5; round++) {
             Plain key;
             for (uint32_t &word : key.word)
@@ -169,7 +167,7 @@ TEST(TblLpmLayout, RowsMemoriesAndFormsAreThoseOfTheEngine) {
         {"TfeFcoeRslt", "tfe_amap_data", "TFE_AMAP", 1, 1u << 1},
     };
     for (const auto &row : rows) {
-        const TblDesc &desc = descOf(row.type);
+        const TblDesc &desc = findEntry(row.type);
         EXPECT_STREQ(desc.row, row.row) << row.type;
         EXPECT_STREQ(desc.mem, row.mem) << row.type;
         EXPECT_EQ(desc.words, row.words) << row.type;
@@ -179,8 +177,8 @@ TEST(TblLpmLayout, RowsMemoriesAndFormsAreThoseOfTheEngine) {
     }
     // The load cuts every other word of a row, and the upper byte of the address map.
     for (uint32_t w = 0; w < 16; w++)
-        EXPECT_EQ(descOf("TfeIpv6").kept(w), w % 2 == 0 ? 0xfffu : ~0u) << w;
-    EXPECT_EQ(descOf("TfeIpRslt").kept(0), 0xffffffu);
+        EXPECT_EQ(findEntry("TfeIpv6").kept(w), w % 2 == 0 ? 0xfffu : ~0u) << w;
+    EXPECT_EQ(findEntry("TfeIpRslt").kept(0), 0xffffffu);
 }
 
 TEST_F(TblLpm, Ipv4KeysMeetTheRowsOfTheirFields) {
