@@ -10,7 +10,7 @@ image:
 mem_reg_model:
 layout:
 base: tsr_reg.h layout
-tfe: base
+tfe: base layout
 tae: base mem_reg_model layout
 tbl: base tfe tae layout be_word.h tsr_reg_dump.h
 prc: base layout

@@ -20,8 +20,8 @@ uint32_t fcidLu(uint32_t fcid) {
 
 /// Searches one Fibre Channel id in the frame's virtual fabric.
 TFE_LUE_RSLT srchFcid(const CmRteStat *statPtr, uint32_t fcid, uint32_t isDa) {
-    const L3FwdFcoeInKey key = {
-        {statPtr->l2FcoeClsVfid << 20, fcidLu(fcid) << 8 | (statPtr->l2FcoeClsVfidTyp & 1) << 7}};
+    const auto key = plainKey(
+        TfeFcoe{.vfid = statPtr->l2FcoeClsVfid, .vfid_typ = statPtr->l2FcoeClsVfidTyp, .fcid_lu = fcidLu(fcid)});
     L3FwdFcoeInKeyR keyR;
     CmTfeLue::ReshuffleKey(&key, &keyR, 0);
     TFE_LUE_INPUT input = lpmInput(statPtr, keyR.word, isDa);

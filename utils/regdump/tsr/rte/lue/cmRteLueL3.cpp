@@ -10,7 +10,7 @@ namespace {
 
 /// Searches one IPv4 address in the frame's VRF.
 void srchIpv4(const CmRteStat *statPtr, uint64_t addr, uint32_t isDa, TFE_LUE_RSLT *rslt) {
-    const L3FwdIpv4InKey key = {{statPtr->vrfId << 20, static_cast<uint32_t>(addr)}};
+    const auto key = plainKey(TfeIpv4{.vrf_id = statPtr->vrfId, .ipv4_addr = static_cast<uint32_t>(addr)});
     L3FwdIpv4InKeyR keyR;
     CmTfeLue::ReshuffleKey(&key, &keyR, 0);
     TFE_LUE_INPUT input = lpmInput(statPtr, keyR.word, isDa);
@@ -20,8 +20,9 @@ void srchIpv4(const CmRteStat *statPtr, uint64_t addr, uint32_t isDa, TFE_LUE_RS
 
 /// Searches one IPv6 address, given by its two halves.
 void srchIpv6(const CmRteStat *statPtr, uint64_t addr0, uint64_t addr1, uint32_t isDa, TFE_LUE_RSLT *rslt) {
-    const L3FwdIpv6InKey key = {{statPtr->vrfId << 20, static_cast<uint32_t>(addr0 >> 32), static_cast<uint32_t>(addr0),
-                                 static_cast<uint32_t>(addr1 >> 32), static_cast<uint32_t>(addr1)}};
+    const auto key = plainKey(TfeIpv6{.vrf_id = statPtr->vrfId,
+                                      .ipv6_addr = {static_cast<uint32_t>(addr0 >> 32), static_cast<uint32_t>(addr0),
+                                                    static_cast<uint32_t>(addr1 >> 32), static_cast<uint32_t>(addr1)}});
     L3FwdIpv6InKeyR keyR;
     CmTfeLue::ReshuffleKey(&key, &keyR, 0);
     TFE_LUE_INPUT input = lpmInput(statPtr, keyR.word, isDa);

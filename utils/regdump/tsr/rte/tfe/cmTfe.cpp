@@ -6,6 +6,21 @@
 
 #include <cstdio>
 
+#define KEY KEY_MOVE_CNT
+#define FLD FLD_MOVE_CNT
+#define CARRY CARRY_MOVE_CNT
+#include "tfe/cmTfeKey.def"
+#define KEY KEY_MOVES
+#define FLD FLD_MOVES
+#define CARRY CARRY_MOVES
+#include "tfe/cmTfeKey.def"
+#define KEY KEY_BITS
+#define FLD FLD_BITS
+#define CARRY CARRY_BITS
+#include "tfe/cmTfeKey.def"
+#define KEY KEY_PROOF
+#include "tfe/cmTfeKey.def"
+
 namespace {
 
 constexpr uint32_t kBanks = 13;
@@ -14,55 +29,11 @@ constexpr uint32_t kBigBankWords = 0x20000;
 constexpr uint32_t kSmallBankWords = 0x10000;
 constexpr uint32_t kIpv6BlockWords = 0x8000;
 constexpr uint32_t kEntriesPerCell = 2048;
-constexpr uint32_t kForcedMissBit = 21;
 
-/// Values of a bank's two bits in `bank_prtcl_sel`.
+/// The protocols of the banks in `bank_prtcl_sel`.
+constexpr TblElems kBankPrtclElems{.count = kBanks, .word = 0, .hi = 1, .lo = 0, .step = -2};
+/// Their values.
 enum BankPrtcl : uint32_t { PRTCL_IPV4 = 0, PRTCL_FCOE = 1, PRTCL_IPV6 = 2, PRTCL_INVALID = 3 };
-
-/// Moves of 32 address bits, less the top one, into the word of their group behind a bit of the VRF.
-#define ADDR_GROUP(src, dst)                                                                                           \
-    {src, 0, 0, dst, 30}, {src, 8, 7, dst, 28}, {src, 16, 15, dst, 26}, {src, 24, 23, dst, 24}, {src, 6, 1, dst, 18},  \
-        {src, 14, 9, dst, 12}, {src, 22, 17, dst, 6}, {                                                                \
-        src, 30, 25, dst, 0                                                                                            \
-    }
-
-constexpr std::array<KeyMove, 12> kIpv4Moves{{
-    {1, 31, 31, 0, 31}, // ipv4_addr_31
-    {0, 31, 21, 0, 20}, // vrf_id_11_1
-    {0, 19, 0, 0, 0},   // carries through
-    {0, 20, 20, 1, 31}, // vrf_id_0
-    ADDR_GROUP(1, 1),
-}};
-static_assert(movesEachBitOnce<2, 2>(kIpv4Moves, {0xffffffff, 0xffffffff}));
-
-constexpr std::array<KeyMove, 41> kIpv6Moves{{
-    {0, 31, 24, 0, 23}, // vrf_id_11_4
-    {1, 31, 31, 0, 31},
-    {0, 23, 23, 1, 31},
-    ADDR_GROUP(1, 1), // address bits 127:96 with vrf_id_3
-    {2, 31, 31, 2, 31},
-    {0, 22, 22, 3, 31},
-    ADDR_GROUP(2, 3), // 95:64 with vrf_id_2
-    {3, 31, 31, 4, 31},
-    {0, 21, 21, 5, 31},
-    ADDR_GROUP(3, 5), // 63:32 with vrf_id_1
-    {4, 31, 31, 6, 31},
-    {0, 20, 20, 7, 31},
-    ADDR_GROUP(4, 7), // 31:0 with vrf_id_0
-}};
-static_assert(movesEachBitOnce<5, 8>(kIpv6Moves, {0xfff00000, 0xffffffff, 0xffffffff, 0xffffffff, 0xffffffff}));
-
-#undef ADDR_GROUP
-
-constexpr std::array<KeyMove, 6> kFcoeMoves{{
-    {0, 31, 28, 0, 28}, // vfid_11_8
-    {1, 7, 7, 0, 27},   // vfid_typ
-    {1, 23, 16, 1, 24}, // fcid_lu_15_8
-    {1, 15, 8, 1, 16},  // fcid_lu_7_0
-    {1, 31, 24, 1, 8},  // fcid_lu_23_16
-    {0, 27, 20, 1, 0},  // vfid_7_0
-}};
-static_assert(movesEachBitOnce<2, 2>(kFcoeMoves, {0xfff00000, 0xffffff80}));
 
 /// Whether a word pair of an entry is valid and matches `key`: a bit with both value and mask set never does.
 bool pairMatches(uint32_t value, uint32_t mask, uint32_t key) {
@@ -134,17 +105,15 @@ uint32_t defaultRslt(const CmTfeHsiComReg &reg, const TFE_LUE_INPUT &input) {
 
 } // namespace
 
-void CmTfeLue::ReshuffleKey(const L3FwdIpv4InKey *in, L3FwdIpv4InKeyR *out, int dbg) {
-    reshuffle(kIpv4Moves, "L3FwdIpv4InKey", in->word, out->word, dbg);
-}
+#define KEY KEY_PLAIN
+#define FLD FLD_PLAIN
+#include "tfe/cmTfeKey.def"
 
-void CmTfeLue::ReshuffleKey(const L3FwdIpv6InKey *in, L3FwdIpv6InKeyR *out, int dbg) {
-    reshuffle(kIpv6Moves, "L3FwdIpv6InKey", in->word, out->word, dbg);
-}
-
-void CmTfeLue::ReshuffleKey(const L3FwdFcoeInKey *in, L3FwdFcoeInKeyR *out, int dbg) {
-    reshuffle(kFcoeMoves, "L3FwdFcoeInKey", in->word, out->word, dbg);
-}
+#define KEY(Type, Row, words, ...)                                                                                     \
+    void CmTfeLue::ReshuffleKey(const Type *in, Type##R *out, int dbg) {                                               \
+        reshuffle(kKeyMoves<Type>, #Type, in->word, out->word, dbg);                                                   \
+    }
+#include "tfe/cmTfeKey.def"
 
 int CmTfeLue::lookupL3Lpm(const TFE_LUE_INPUT *input, TFE_LUE_RSLT *rslt) const {
     const CmTfeHsiComReg &reg = *comRegPtr;
@@ -160,7 +129,7 @@ int CmTfeLue::lookupL3Lpm(const TFE_LUE_INPUT *input, TFE_LUE_RSLT *rslt) const 
     for (uint32_t bank = 0; bank < kBanks && !found.found; bank++) {
         if (!bit(active, bank))
             continue;
-        const uint32_t bankPrtcl = bits(reg.bank_prtcl_sel, 2 * bank + 1, 2 * bank);
+        const uint32_t bankPrtcl = tblPieceBits(&reg.bank_prtcl_sel, kBankPrtclElems.piece(bank));
         if (bankPrtcl == PRTCL_INVALID)
             TbMsg(TB_MSG_PRINT, __func__, __FILE_NAME__, __LINE__, "CM-TFE Invalid bank_prtcl_sel (%d) for bank %d\n",
                   static_cast<int>(bankPrtcl), static_cast<int>(bank));
@@ -177,8 +146,8 @@ int CmTfeLue::lookupL3Lpm(const TFE_LUE_INPUT *input, TFE_LUE_RSLT *rslt) const 
     }
 
     // The lookup stages read the entry's default-VRF flag at another bit; the two positions are meant to differ.
-    if (found.found && (input->ipv4_srch || input->ipv6_srch) && bit(memPtr->TFE_AMAP[found.rsltIdx], kForcedMissBit) &&
-        !input->default_vrf_en) {
+    if (found.found && (input->ipv4_srch || input->ipv6_srch) &&
+        fieldAt<&TfeIpRslt::force_miss>(&memPtr->TFE_AMAP[found.rsltIdx]) && !input->default_vrf_en) {
         found.found = false;
         TFE_TRACE("default_vrf set, forcing miss\n");
     }

@@ -1,20 +1,27 @@
 #pragma once
 // The TFE block: the longest-prefix-match engine with its registers and memories.
 
+#include "tbl/tsr_tbl.h"
 #include "tfe/cmTfeHsi.h"
 
 #include <cstdint>
 
-/// Keys of the three searches as the stages build them, word 0 first. The low bits of word 0 do not exist in hardware.
+/// Keys of the three searches as the stages build them, word 0 first; cmTfeKey.def has their fields. The low bits of
+/// word 0 do not exist in hardware.
 struct L3FwdIpv4InKey {
-    uint32_t word[2]; // vrf_id 31:20; ipv4_addr
+    uint32_t word[2];
 };
 struct L3FwdIpv6InKey {
-    uint32_t word[5]; // vrf_id 31:20; ipv6_addr from its upper bits down
+    uint32_t word[5];
 };
 struct L3FwdFcoeInKey {
-    uint32_t word[2]; // vfid 31:20; fcid_lu 31:8, vfid_typ 7
+    uint32_t word[2];
 };
+
+/// The key of the fields, each cut to its width; bits without a field are 0.
+L3FwdIpv4InKey plainKey(const TfeIpv4 &fields);
+L3FwdIpv6InKey plainKey(const TfeIpv6 &fields);
+L3FwdFcoeInKey plainKey(const TfeFcoe &fields);
 
 /// The same keys as the TCAM compares them.
 struct L3FwdIpv4InKeyR {
