@@ -4,6 +4,9 @@
 #include "base/cmRte.h"
 #include "base/cmRteVerdict.h"
 
+/// Flags of the TCP header as bit numbers of `l4TcpFlags`.
+enum TcpFlag : unsigned { TCP_FIN = 0, TCP_SYN = 1, TCP_RST = 2, TCP_PSH = 3, TCP_ACK = 4, TCP_URG = 5 };
+
 inline bool isIpv4(const CmRteStat *statPtr) {
     return statPtr->l3IpVer == 4;
 }

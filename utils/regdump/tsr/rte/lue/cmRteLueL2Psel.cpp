@@ -96,8 +96,8 @@ void buildAclKey(const CmRteStat *statPtr, uint32_t isDaLu, const FcoeRouted &ro
     TaeL2Ip acl{};
     acl.is_stagged = statPtr->isSTagged;
     acl.is_cn_tagged = statPtr->isCnTagged;
-    acl.tcp_psh = bit(flags, 3);
-    acl.tcp_urg_o_fip_f = isFip ? statPtr->l2FipBitF : bit(flags, 5);
+    acl.tcp_psh = bit(flags, TCP_PSH);
+    acl.tcp_urg_o_fip_f = isFip ? statPtr->l2FipBitF : bit(flags, TCP_URG);
     acl.l3_configured = ckL3Configured(statPtr);
     acl.l3_rte_en = statPtr->l2PselRteEn;
     acl.has_non_snap_llc = statPtr->l2LlcDet;
@@ -122,10 +122,10 @@ void buildAclKey(const CmRteStat *statPtr, uint32_t isDaLu, const FcoeRouted &ro
     acl.ethertype = statPtr->l2Etyp;
     acl.ip_protocol = statPtr->l3IpUlp;
     acl.vpn_id = statPtr->vpn_id;
-    acl.tcp_ack_o_fip_a = isFip ? statPtr->l2FipBitA : bit(flags, 4);
-    acl.tcp_rst_o_fip_s = isFip ? statPtr->l2FipBitS : bit(flags, 2);
-    acl.tcp_syn_o_fip_sp = isFip ? statPtr->l2FipBitSP : bit(flags, 1);
-    acl.tcp_fin_o_fip_fp = isFip ? statPtr->l2FipBitFP : bit(flags, 0);
+    acl.tcp_ack_o_fip_a = isFip ? statPtr->l2FipBitA : bit(flags, TCP_ACK);
+    acl.tcp_rst_o_fip_s = isFip ? statPtr->l2FipBitS : bit(flags, TCP_RST);
+    acl.tcp_syn_o_fip_sp = isFip ? statPtr->l2FipBitSP : bit(flags, TCP_SYN);
+    acl.tcp_fin_o_fip_fp = isFip ? statPtr->l2FipBitFP : bit(flags, TCP_FIN);
     acl.l4_src_port = ports.sprt;
     acl.l4_dst_port_o_fip_proto_codet = ports.dprt;
     putAclKey(acl, key);

@@ -5,9 +5,6 @@
 #include "base/cmRte.h"
 #include "tfe/cmTfe.h"
 
-/// Flags of the TCP header as bit numbers of `l4TcpFlags`.
-enum TcpFlag : unsigned { TCP_FIN = 0, TCP_SYN = 1, TCP_RST = 2, TCP_PSH = 3, TCP_ACK = 4, TCP_URG = 5 };
-
 // Classification.
 
 /// Reads the VRF of the frame's VLAN.
