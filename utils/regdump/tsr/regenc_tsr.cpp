@@ -136,6 +136,7 @@ RegencAssembler::RegencAssembler(RegencDump &dump) : dump_(dump), names_(tsr_dmp
 void RegencAssembler::beginText() {
     wordClaims_.assign(wordClaims_.size(), false);
     fieldClaims_.clear();
+    listing_.end();
     hdrClaims_ = 0;
 }
 
@@ -575,7 +576,20 @@ bool RegencAssembler::listingLine(std::string_view text, std::string &error) {
         error = regencText("'", regdump_shown(name), "' is at ", hex(words.chipOff), ", not at ", hex(chipOff));
         return false;
     }
-    return setWord(words.dumpOff, name, value, error);
+    if (!setWord(words.dumpOff, name, value, error))
+        return false;
+    listing_.begin(text, *words.row, words.chipOff, words.dumpOff);
+    return true;
+}
+
+/// Takes the line that begins `text` if it is the listing's next one. Returns its size, 0 if it is another line; an
+/// error leaves a message in `error`.
+size_t RegencAssembler::foretoldLine(std::string_view text, std::string &error) {
+    RegencListingRun::Word word;
+    if (!listing_.take(text, word))
+        return 0;
+    setWord(word.dumpOff, word.name, word.value, error);
+    return word.lineSize;
 }
 
 /// Takes a line of a listing that is not about a word: the header block and the headings. `taken` tells whether it was
@@ -646,6 +660,11 @@ bool RegencAssembler::file(const std::string &path, std::string &error) {
         const char *start = buf.get();
         const char *end = start + used;
         while (start != end && message.empty()) {
+            if (const size_t size = foretoldLine({start, static_cast<size_t>(end - start)}, message); size != 0) {
+                ++lineNumber;
+                start += size + 1;
+                continue;
+            }
             const char *newline = static_cast<const char *>(std::memchr(start, '\n', static_cast<size_t>(end - start)));
             if (newline == nullptr && !atEnd)
                 break;

@@ -14,6 +14,7 @@
 
 #include "asic_dump.h"
 #include "asic_reg_dump.h"
+#include "regenc_tsr_listing.h"
 #include "tbl/tsr_tbl_name.h"
 #include "tsr_reg_dump.h"
 
@@ -166,6 +167,7 @@ private:
     static Value readText(std::string_view text);
 
     bool listingLine(std::string_view text, std::string &error);
+    size_t foretoldLine(std::string_view text, std::string &error);
     bool hdrBlockLine(std::string_view text, bool &taken, std::string &error);
     bool assign(std::string_view name, const Value &value, bool isAfresh, std::string &error);
     bool setHdr(std::string_view name, uint32_t value, std::string &error);
@@ -183,6 +185,7 @@ private:
     RegencNames names_;
     std::vector<bool> wordClaims_; ///< for each word of the image: a single-word line of this text has set it
     std::unordered_map<uint32_t, uint32_t> fieldClaims_; ///< the bits of a word that field lines of this text have set
+    RegencListingRun listing_;                           ///< behind the listing's line read last
     uint32_t hdrClaims_ = 0;                             ///< a bit for each word of the header
     std::function<void(const std::string &)> warn_;
     std::string file_;        ///< the file that is read, or empty
