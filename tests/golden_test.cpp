@@ -15,8 +15,10 @@
 #include <unistd.h>
 #include <vector>
 
+#include "frame_words.h"
 #include "regenc_tsr.h"
 #include "run_program.h"
+#include "shim_words.h"
 #include "temp_dir.h"
 
 namespace fs = std::filesystem;
@@ -57,6 +59,17 @@ static std::vector<std::string> includes(const fs::path &folder) {
     for (const std::string &include : lines(readOptional(folder / "dump.inc")))
         paths.push_back((GOLDEN / include).string());
     return paths;
+}
+
+/// The frame of the case's file `frame` in hexadecimal digits, or nothing when there is none.
+static std::string frameOf(const fs::path &folder) {
+    if (!fs::exists(folder / "frame"))
+        return "";
+    try {
+        return hexDigits(frameOfWords(readFile((folder / "frame").string())));
+    } catch (const std::runtime_error &error) {
+        throw std::runtime_error((folder / "frame").string() + ":" + error.what());
+    }
 }
 
 /// The dump of some texts, in a file. To write the 40 MB for each case would take longer than all else, so that the
@@ -161,8 +174,9 @@ private:
 TEST_P(Golden, Case) {
     const fs::path folder = GOLDEN / GetParam();
     const std::string dump = dumpOf(folder);
+    const std::string frame = frameOf(folder);
     const auto filled = [&](const std::string &text) {
-        return replaced(replaced(text, "@DUMP@", dump), "@PROGRAM@", REGDEC_TSR_PROGRAM);
+        return replaced(replaced(replaced(text, "@DUMP@", dump), "@PROGRAM@", REGDEC_TSR_PROGRAM), "@FRAME@", frame);
     };
 
     RunOptions options;
@@ -172,6 +186,8 @@ TEST_P(Golden, Case) {
     EXPECT_EQ(result.out, filled(readFile((folder / "stdout").string())));
     EXPECT_EQ(std::to_string(result.status) + "\n", readFile((folder / "status").string()));
     EXPECT_EQ(result.err, filled(readOptional(folder / "stderr")));
+    for (const std::string &difference : shimDifferences(readOptional(folder / "expect.txt"), result.out))
+        ADD_FAILURE() << (folder / "expect.txt").string() << ":" << difference;
 }
 
 // A ground with the case's text on it is what the assembler makes of all the texts, also after another case.

@@ -6,6 +6,7 @@
 // Ends with status 0 when all runs are equal, 1 when some differ, 2 when it cannot do its job.
 
 #include "dump_builder.h"
+#include "frame_words.h"
 #include "random_chip.h"
 #include "temp_dir.h"
 #include "tsr_reg.h"
@@ -304,15 +305,6 @@ struct Sent {
     Bytes bytes;
 };
 
-std::string hexText(const Bytes &bytes) {
-    std::string text;
-    for (uint8_t byte : bytes) {
-        text += "0123456789abcdef"[byte >> 4];
-        text += "0123456789abcdef"[byte & 15];
-    }
-    return text;
-}
-
 Words linesOf(const fs::path &path) {
     std::istringstream in(readFile(path.string()));
     Words lines;
@@ -329,6 +321,16 @@ struct Config {
     bool fabric() const { return std::strtol(sent.port.c_str(), nullptr, 0) >= TSR_PORTS; }
 };
 
+/// The frame of an end-to-end case: `arg` is its digits, or says that the case has it in words.
+Bytes frameOf(const fs::path &folder, const std::string &arg) {
+    if (arg == "@FRAME@")
+        return frameOfWords(readFile((folder / "frame").string()));
+    Bytes bytes;
+    for (size_t at = 0; at + 1 < arg.size(); at += 2)
+        bytes.push_back(static_cast<uint8_t>(std::strtoul(arg.substr(at, 2).c_str(), nullptr, 16)));
+    return bytes;
+}
+
 /// The configurations of the end-to-end cases that route a frame.
 std::vector<Config> configs() {
     const fs::path root = TSR_SOURCE_DIR;
@@ -344,8 +346,7 @@ std::vector<Config> configs() {
             continue;
         Config config;
         config.sent.port = args[3];
-        for (size_t at = 0; at + 1 < args[5].size(); at += 2)
-            config.sent.bytes.push_back(static_cast<uint8_t>(std::strtoul(args[5].substr(at, 2).c_str(), nullptr, 16)));
+        config.sent.bytes = frameOf(folder, args[5]);
         if (fs::exists(folder / "dump.inc")) {
             for (const std::string &include : linesOf(folder / "dump.inc"))
                 config.files.push_back((root / "tests/golden" / include).string());
@@ -664,7 +665,7 @@ private:
         std::map<std::string, uint64_t> verdicts;
         for (uint64_t i = 0; i < runs; i++) {
             const Sent sent = source.next();
-            Words args{path, "route", "port", sent.port, "frame", hexText(sent.bytes)};
+            Words args{path, "route", "port", sent.port, "frame", hexDigits(sent.bytes)};
             if (i % 2)
                 args.push_back("topspin");
             const Output base = run(base_, args);
