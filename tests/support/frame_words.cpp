@@ -438,10 +438,11 @@ struct LayerKind {
     Rest (*encode)(Layer &layer, const Rest &rest);
 };
 constexpr LayerKind KINDS[] = {
-    {"shim", shim}, {"eth", eth},   {"ctag", ctag}, {"vlan", ctag},       {"stag", stag},       {"cn", cn},
-    {"llc", llc},   {"snap", snap}, {"trill", trill}, {"ipv4", ipv4},     {"ipv6", ipv6},       {"hopopts", hopopts},
-    {"routing", routing}, {"dstopts", dstopts}, {"fragment", fragment}, {"tcp", tcp}, {"udp", udp}, {"icmp", icmp},
-    {"icmpv6", icmpv6}, {"pim", pim}, {"fcoe", fcoe}, {"vsan", vsan}, {"fc", fc}, {"bytes", bytes},
+    {"shim", shim}, {"eth", eth},         {"ctag", ctag},       {"vlan", ctag},       {"stag", stag},
+    {"cn", cn},     {"llc", llc},         {"snap", snap},       {"trill", trill},     {"ipv4", ipv4},
+    {"ipv6", ipv6}, {"hopopts", hopopts}, {"routing", routing}, {"dstopts", dstopts}, {"fragment", fragment},
+    {"tcp", tcp},   {"udp", udp},         {"icmp", icmp},       {"icmpv6", icmpv6},   {"pim", pim},
+    {"fcoe", fcoe}, {"vsan", vsan},       {"fc", fc},           {"bytes", bytes},
 };
 
 /// The layers of a text, each with its words.
@@ -483,6 +484,13 @@ std::vector<uint8_t> frameOfWords(const std::string &text) {
         layer->end();
     }
     return rest.bytes;
+}
+
+std::vector<std::string> frameLayers() {
+    std::vector<std::string> names;
+    for (const LayerKind &kind : KINDS)
+        names.emplace_back(kind.name);
+    return names;
 }
 
 std::string hexDigits(const std::vector<uint8_t> &bytes) {

@@ -12,5 +12,8 @@
 /// The bytes of the frame that `text` gives in words. Throws `std::runtime_error` with "line:column: what is wrong".
 std::vector<uint8_t> frameOfWords(const std::string &text);
 
+/// The names of the layers.
+std::vector<std::string> frameLayers();
+
 /// Bytes as hexadecimal digits, two each.
 std::string hexDigits(const std::vector<uint8_t> &bytes);

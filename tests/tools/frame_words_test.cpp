@@ -1,8 +1,12 @@
 // Frames in words: each layer against bytes that are written down here, and the messages about wrong words.
 
 #include "frame_words.h"
+#include "temp_dir.h"
 
 #include <gtest/gtest.h>
+#include <regex>
+#include <set>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -83,9 +87,9 @@ TEST(FrameWords, Ipv6) {
 
 TEST(FrameWords, Ipv6Extensions) {
     const std::string zeroes(64, '0');
-    EXPECT_EQ(frame("ipv6 :: > :: | hopopts | routing data 00*7 | dstopts data 0104 next 59 len 3"),
-              packed("60000000 00200040" + zeroes + "2b00000000000000" + "3c01" + std::string(28, '0') +
-                     "3b03010400000000"));
+    EXPECT_EQ(
+        frame("ipv6 :: > :: | hopopts | routing data 00*7 | dstopts data 0104 next 59 len 3"),
+        packed("60000000 00200040" + zeroes + "2b00000000000000" + "3c01" + std::string(28, '0') + "3b03010400000000"));
     EXPECT_EQ(frame("ipv6 :: > :: | fragment frag 2 more id 0x11223344 | udp 1 > 2"),
               packed("60000000 00102c40" + zeroes + "11000011 11223344 0001000200080000"));
 }
@@ -114,12 +118,15 @@ TEST(FrameWords, Pim) {
 }
 
 TEST(FrameWords, FibreChannel) {
-    EXPECT_EQ(frame(ETH + "| fcoe | fc 04.05.06 > 01.02.03 ox_id 0x1234"),
-              packed(MACS + "8906 00000000000000000000000000 2e 06010203 00040506 08000000 00000000 1234ffff 00000000"));
+    EXPECT_EQ(
+        frame(ETH + "| fcoe | fc 04.05.06 > 01.02.03 ox_id 0x1234"),
+        packed(MACS + "8906 00000000000000000000000000 2e 06010203 00040506 08000000 00000000 1234ffff 00000000"));
     EXPECT_EQ(frame("fcoe ver 1 sof 0x28 | vsan vfid 0x64 pri 5 hop 64"),
               packed("10 000000000000000000000000 28 5000a0c8 40000000"));
-    EXPECT_EQ(frame("fc 01.02.03 < 04.05.06 r_ctl 0x22 cs_ctl 1 type 0x20 f_ctl 2 seq_id 3 df_ctl 4 seq_cnt 5 rx_id 6 param 7"),
-              packed("22010203 01040506 20000002 03040005 00000006 00000007"));
+    EXPECT_EQ(
+        frame(
+            "fc 01.02.03 < 04.05.06 r_ctl 0x22 cs_ctl 1 type 0x20 f_ctl 2 seq_id 3 df_ctl 4 seq_cnt 5 rx_id 6 param 7"),
+        packed("22010203 01040506 20000002 03040005 00000006 00000007"));
 }
 
 TEST(FrameWords, Trill) {
@@ -160,4 +167,29 @@ TEST(FrameWords, ErrorsNameThePlace) {
     EXPECT_EQ(error("udp 1 > 2 | bytes 00*65528"), "1:1: 'len' would have more than 16 bits");
     EXPECT_EQ(error("ipv4 0.0.0.0 > 0.0.0.0 options 010203"), "1:32: the bytes of 'options' are no multiple of 4");
     EXPECT_EQ(error("ipv4 0.0.0.0 > 0.0.0.0 options 00*44"), "1:1: 'ihl' would have more than 4 bits");
+}
+
+// The page that cases are written by: its table has every layer, and its example is a frame.
+TEST(FrameWords, ThePageHasEveryLayer) {
+    std::istringstream page(readFile(TSR_SOURCE_DIR "/tests/golden/README.md"));
+    static const std::regex NAME("`(\\w+)`");
+    std::set<std::string> listed;
+    size_t numExamples = 0;
+    for (std::string line; std::getline(page, line) && line != "## Fields of the shim";) {
+        if (line.starts_with("| `")) {
+            const std::string names = line.substr(0, line.find('|', 1));
+            for (auto name = std::sregex_iterator(names.begin(), names.end(), NAME); name != std::sregex_iterator();
+                 ++name)
+                listed.insert((*name)[1]);
+        }
+        if (line.starts_with("    eth")) {
+            EXPECT_EQ(frameOfWords(line).size(), 14u + 20 + 16);
+            numExamples++;
+        }
+        if (line == "## Frames in words")
+            listed.clear();
+    }
+    const std::vector<std::string> layers = frameLayers();
+    EXPECT_EQ(listed, std::set<std::string>(layers.begin(), layers.end()));
+    EXPECT_EQ(numExamples, 1u);
 }

@@ -40,7 +40,8 @@ TEST(ShimWords, OfAnOutput) {
 
 TEST(ShimWords, ExpectationsThatHold) {
     EXPECT_EQ(shimDifferences("# none\n\n", OUT), Messages{});
-    EXPECT_EQ(shimDifferences("shim.egid = 0x15\n  shim.dscp=46   # code point\nshim.vpn_id = 0x54321", OUT), Messages{});
+    EXPECT_EQ(shimDifferences("shim.egid = 0x15\n  shim.dscp=46   # code point\nshim.vpn_id = 0x54321", OUT),
+              Messages{});
 }
 
 TEST(ShimWords, ExpectationsThatDoNot) {
