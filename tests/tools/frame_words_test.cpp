@@ -90,6 +90,7 @@ TEST(FrameWords, Ipv6Extensions) {
     EXPECT_EQ(
         frame("ipv6 :: > :: | hopopts | routing data 00*7 | dstopts data 0104 next 59 len 3"),
         packed("60000000 00200040" + zeroes + "2b00000000000000" + "3c01" + std::string(28, '0') + "3b03010400000000"));
+    EXPECT_EQ(frame("hopopts data 010400000000 next 59"), "3b00010400000000");
     EXPECT_EQ(frame("ipv6 :: > :: | fragment frag 2 more id 0x11223344 | udp 1 > 2"),
               packed("60000000 00102c40" + zeroes + "11000011 11223344 0001000200080000"));
 }
