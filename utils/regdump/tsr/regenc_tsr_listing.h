@@ -7,7 +7,8 @@
 #include "asic_reg_dump.h"
 
 /// A listing's line for the word behind the one read last: the same text but for its place, its value and the number
-/// that counts up at the end of its name. Nearly all lines of a listing are so foretold, which saves reading their names.
+/// that counts up at the end of its name. Nearly all lines of a listing are so foretold, which saves reading their
+/// names.
 class RegencListingRun {
 public:
     /// What a line that was foretold says.
@@ -36,6 +37,6 @@ private:
     uint32_t chipOff_ = 0;
     uint32_t dumpOff_ = 0;
     size_t size_ = 0;
-    size_t numberEnd_ = 0;             ///< behind the number's last digit
+    size_t numberEnd_ = 0;              ///< behind the number's last digit
     char text_[REGDUMP_NAME_SIZE + 64]; ///< the line foretold, with any value
 };
