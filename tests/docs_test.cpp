@@ -48,6 +48,14 @@ TEST(Docs, PagesTellWhatAPersonWouldLookUp) {
     EXPECT_NE(tables.find("## `rte_vlan_xlate`"), std::string::npos);
     EXPECT_NE(tables.find("| `vid[2]` | 0 28:16; 2 of them, 16 bits on | VLAN |"), std::string::npos);
     EXPECT_NE(tables.find("The load drops the bits 0xe000e000 of word 0."), std::string::npos);
+    // What the stages make of a word, where its name says less or something else.
+    EXPECT_NE(tables.find("| `ip_tlen` | 10 18:3 | number | bytes of the packet, header included |"),
+              std::string::npos);
+    EXPECT_NE(tables.find("| `fc_payload_35` | 1 23:16 | hex | payload byte 11, byte 35 from the FC header |"),
+              std::string::npos);
+    EXPECT_NE(tables.find("| `egid` | 0 31:0 | hex | egress group whose frames take queue 36 |"), std::string::npos);
+    EXPECT_NE(tables.find("| `rp_valid` | 0 12 | yes or no | valid as a source, for the reverse-path checks"),
+              std::string::npos);
 }
 
 TEST(Docs, EachMeaningBelongsToAField) {
