@@ -9,7 +9,7 @@ readonly table='
 image:
 mem_reg_model:
 layout:
-base: tsr_reg.h layout
+base: tsr_reg.h layout cmStop.h
 tfe: base layout
 tae: base mem_reg_model layout
 tbl: base tfe tae layout be_word.h tsr_reg_dump.h
@@ -19,7 +19,7 @@ roc: base lue/cmRteLueLrn.h cmAssert.h layout
 log: base
 hsi: base tfe tae log tsr_reg.h be_word.h
 engine: base tfe tae hsi log tsr_reg.h
-tsr: image base tfe tae hsi layout tbl
+tsr: image base tfe tae hsi prc/cmRtePrc.h cmStop.h layout tbl
 '
 
 # Sets roomOf to the room of the file at path $1.

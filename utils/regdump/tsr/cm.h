@@ -1,8 +1,10 @@
 #pragma once
 // What the stages round the RTE share: the shim header, its side bands, and reads of the dump image.
 
+#include "base/cmRteState.h"
 #include "be_word.h"
 #include "bit_range.h"
+#include "dmp_overlay.h"
 #include "tsr_reg_dump.h"
 
 #include <cstddef>
@@ -168,18 +170,29 @@ struct emc_side_band_t {
     uint32_t eacl_dscp;
 };
 
-/// Word `idx` of the image, counted flat from byte offset `base` (a field's offset in tsr_dmp_t), in host order. An
-/// index past the field reads on in the image, as the chip's formulas do; past the image it reads 0.
+/// Word `idx` of the image, counted flat from byte offset `base` (a field's offset in tsr_dmp_t), in host order; the
+/// changed one where the thread's model has changes. An index past the field reads on in the image, as the chip's
+/// formulas do; past the image it reads 0.
 inline uint32_t dmpWord(const tsr_dmp_t *tsr_reg, size_t base, uint64_t idx) {
     if (base >= sizeof(tsr_dmp_t) || idx >= (sizeof(tsr_dmp_t) - base) / 4)
         return 0;
-    return imageWord(tsr_reg, base + idx * 4);
+    const size_t offset = base + idx * 4;
+    if (const DmpOverlay *changes = cmState().dmp) {
+        if (const uint32_t *word = changes->find(offset))
+            return *word;
+    }
+    return imageWord(tsr_reg, offset);
 }
 
 /// Stores `value` as that word; past the image it is lost.
 inline void setDmpWord(tsr_dmp_t *tsr_reg, size_t base, uint64_t idx, uint32_t value) {
-    if (base < sizeof(tsr_dmp_t) && idx < (sizeof(tsr_dmp_t) - base) / 4)
-        setImageWord(tsr_reg, base + idx * 4, value);
+    if (base >= sizeof(tsr_dmp_t) || idx >= (sizeof(tsr_dmp_t) - base) / 4)
+        return;
+    const size_t offset = base + idx * 4;
+    if (DmpOverlay *changes = cmState().dmp)
+        changes->write(offset, value);
+    else
+        setImageWord(tsr_reg, offset, value);
 }
 
 /// The word at byte `fieldOffset` of the registers of port `port`; ports behind the last read on in the image.

@@ -1,10 +1,10 @@
 #include "cm_rte_wrapper.h"
 
+#include "base/cmOut.h"
 #include "base/cmRte.h"
+#include "base/cmRteState.h"
 #include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
-
-#include <cstdio>
 
 /// The wire shim from the result record, each field cut to its width on the wire.
 static void fillShim(const CmRteRslt &rslt, shim_t *shim) {
@@ -27,8 +27,9 @@ int rte_ingress_proc(uint8_t *frm, uint32_t pkt_len, uint32_t port, shim_t *shim
     macInf.isCrcBadFrm = 0;
     CmRteProc(port, rte_mem, &macInf, pkt_len, frm, &rslt, verbose);
     if (rslt.dropRsnRslt != kNoRsn) {
-        std::printf("Pkt dropped by RTE, reason code: %d\n", static_cast<int>(rslt.dropRsnRslt));
-        std::printf("\t%s\n", rslt.dropRsnRslt < kRteRsnCnt ? rte_rsn_str[rslt.dropRsnRslt] : "(no text)");
+        cmState().dropRsn = rslt.dropRsnRslt;
+        cmPrintf("Pkt dropped by RTE, reason code: %d\n", static_cast<int>(rslt.dropRsnRslt));
+        cmPrintf("\t%s\n", rslt.dropRsnRslt < kRteRsnCnt ? rte_rsn_str[rslt.dropRsnRslt] : "(no text)");
         return 1;
     }
     fillShim(rslt, shim);

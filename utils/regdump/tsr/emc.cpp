@@ -1,12 +1,12 @@
 #include "emc.h"
 
+#include "base/cmOut.h"
 #include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 #include "dmp_entry.h"
 #include "eqs.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -403,7 +403,7 @@ int emc_egress_proc(const uint8_t *frm_in, uint32_t pkt_len, const shim_t *shim,
                     uint8_t ***frm_out, uint32_t **out_frm_len, const tsr_dmp_t *tsr_reg) {
     if (sideband->eqs_drop || sideband->eacl_drop) {
         if (eqs_verbose())
-            std::puts("Frame dropped by EMC");
+            cmPuts("Frame dropped by EMC");
         return 1;
     }
 
@@ -418,7 +418,7 @@ int emc_egress_proc(const uint8_t *frm_in, uint32_t pkt_len, const shim_t *shim,
         // One copy leaves, whatever the number of fragments.
         frames.put(0, frm_in, pkt_len, seqSide);
         if (eqs_verbose())
-            std::puts("EMC proc done.");
+            cmPuts("EMC proc done.");
         return 0;
     }
 

@@ -1,18 +1,14 @@
 #include "eqs.h"
 
+#include "base/cmOut.h"
+#include "base/cmRteState.h"
 #include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 #include "cm_glue.h"
 #include "dmp_entry.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
-
-static int verbose = 0;
-
-/// Sequence counters, one a logical port.
-static uint32_t eqs_seq[32];
 
 namespace {
 
@@ -26,8 +22,8 @@ constexpr uint32_t kVlans = 1u << shimFld::egr_ivid.width();
 
 /// Prints a line of the stage's trace.
 void say(const char *line) {
-    if (verbose)
-        std::puts(line);
+    if (eqs_verbose())
+        cmPuts(line);
 }
 
 int dropFrame(eqs_side_band_t *sideband, const char *line) {
@@ -154,8 +150,9 @@ void countFragments(const uint8_t *frm, uint32_t pkt_len, const shim_t *shim, eq
         sideband->num_frags = 1;
     }
     if (sideband->hsq_eqs_phyp_pkt_q == 0 && elp < 32) {
-        sideband->eqs_seq = eqs_seq[elp];
-        eqs_seq[elp] += sideband->num_frags;
+        uint32_t &seq = cmState().eqs_seq[elp];
+        sideband->eqs_seq = seq;
+        seq += sideband->num_frags;
     }
 }
 
@@ -209,11 +206,11 @@ bool suppressedOrFiltered(const shim_t *shim, eqs_side_band_t *sideband, int pre
 } // namespace
 
 int eqs_verbose(void) {
-    return verbose;
+    return cmState().eqsVerbose;
 }
 
 void eqs_init(void) {
-    std::memset(eqs_seq, 0, sizeof eqs_seq);
+    std::fill(std::begin(cmState().eqs_seq), std::end(cmState().eqs_seq), 0);
 }
 
 const uint8_t *find_ip_hdr_in_frm(const uint8_t *frm) {
@@ -263,10 +260,10 @@ int l2_3_source_supp(const shim_t *shim, eqs_side_band_t *sideband, int pre, uin
 
 int vlan_filtering(const shim_t *shim, eqs_side_band_t *sideband, int pre, uint32_t elp, const tsr_dmp_t *tsr_reg) {
     const bool vlan_drop = evtVlan(tsr_reg, elp, shim->egr_ivid).vlan_drop;
-    if (vlan_drop && verbose) {
+    if (vlan_drop && eqs_verbose()) {
         const uint32_t pair = shim->egr_ivid >> 1;
         const uint32_t word = dmpEntryWords<EqsEvt>(tsr_reg, evtIdx(elp, pair))[0];
-        std::printf(" elp is %d, evt_idx is %x, evt mem: %08x\n", static_cast<int>(elp), pair, word);
+        cmPrintf(" elp is %d, evt_idx is %x, evt mem: %08x\n", static_cast<int>(elp), pair, word);
     }
     if (!vlan_drop || shim->dont_touch)
         return 0;
@@ -279,7 +276,7 @@ int eqs_egress_proc(const uint8_t *frm, uint32_t pkt_len, const shim_t *shim, eq
                     tsr_dmp_t *tsr_reg, int vb) {
     const uint32_t elp = queueElp(tsr_reg, sideband->hsq_eqs_qid_q);
     sideband->elp = elp;
-    verbose = vb;
+    cmState().eqsVerbose = vb;
 
     if (elp == 36 || elp == 37) {
         say("Frame goes to CPU ");

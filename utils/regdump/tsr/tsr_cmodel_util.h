@@ -4,7 +4,7 @@
 
 /// Builds the model `rte_mem` in the chip's reset state and loads it with the forwarding engine's part of the dump
 /// image `tsr_reg`, whose words are big-endian, through the model's own host interface. Throws `std::bad_alloc` without
-/// memory for it; there is no model then, and what was allocated until then is lost.
+/// memory for it; there is no model then.
 void rte_memory_init(const tsr_dmp_t *tsr_reg);
 
 /// Frees the model.

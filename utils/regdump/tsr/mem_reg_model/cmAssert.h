@@ -1,7 +1,8 @@
 #pragma once
-// Assertions that stand in every build: a failed one ends the process by abort, after its message.
+// Assertions that stand in every build: a failed one is a stop (cmStop.h), and as such ends the process by abort.
 
-/// Flushes what was printed so far, names the failed `expr` and its place on standard error, and aborts.
+/// Stops with the failed `expr` and its place. Where stops end the process, it flushes what was printed so far, says
+/// them on standard error, and aborts.
 [[noreturn]] void CmAssertFail(const char *expr, const char *file, int line, const char *func);
 
 #define CM_ASSERT_TXT(cond, txt)                                                                                       \

@@ -349,8 +349,20 @@ int EmbeddedMemory::readRaw(uint32_t addr, uint32_t *words) const {
     return 0;
 }
 
+EmbeddedMemory::Kept EmbeddedMemory::kept(uint32_t addr) const {
+    if (addr < rawWritten.size() && rawWritten[addr])
+        return Kept::RAW;
+    return memContent.count(addr) != 0 ? Kept::LINE : Kept::NOT;
+}
+
+void EmbeddedMemory::forget(uint32_t addr) {
+    if (addr < rawWritten.size())
+        rawWritten[addr] = false;
+    memContent.erase(addr);
+}
+
 bool EmbeddedMemory::isWritten(uint32_t addr) const {
-    return (addr < rawWritten.size() && rawWritten[addr]) || memContent.count(addr) != 0;
+    return kept(addr) != Kept::NOT;
 }
 
 // Dense memories.

@@ -164,6 +164,11 @@ public:
     /// The inverse: packs entry `addr` into keyWords() words, lowest bits first; bits without a field are 0. Returns 0,
     /// or -1 after a message for an address beyond the memory.
     int readRaw(uint32_t addr, uint32_t *words) const;
+    /// How the entry was written last, if ever.
+    enum class Kept { NOT, LINE, RAW };
+    Kept kept(uint32_t addr) const;
+    /// Makes the entry one that was never written.
+    void forget(uint32_t addr);
     /// Whether the entry was ever written.
     bool isWritten(uint32_t addr) const;
     uint32_t memSize() const { return size; }

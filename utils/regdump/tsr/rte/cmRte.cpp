@@ -1,6 +1,5 @@
 #include "base/cmRte.h"
 
-#include "base/cmUtl.h"
 #include "hsi/cmRteHsiMem.h"
 #include "hsi/cmRteHsiReg.h"
 #include "tae/cmTae.h"
@@ -65,7 +64,6 @@ void updateFlag(uint32_t &flag, uint32_t force, uint32_t enable) {
 } // namespace
 
 void CmRteInit(CmRte *cmRtePtr) {
-    CmEnetCrcInit();
     for (uint32_t port = 0; port < TSR_PORTS; port++)
         CmRteHsiPortRegInit(&cmRtePtr->portRegLst[port]);
     CmRteHsiMemInit(&cmRtePtr->mem);
@@ -94,6 +92,15 @@ void CmRteInit(CmRte *cmRtePtr) {
     emptyTcam(taeMemPtr->TAE_IPV6_EXM_TCAM);
     for (const AclTcamBlock &block : kAclTcamBlocks)
         cmRtePtr->taePtr->getAclTcamBlockPointer(block.bank, block.half)->fill(tcamNoMatchBit, block.byteCnt);
+}
+
+void CmRteFree(CmRte *cmRtePtr) {
+    if (cmRtePtr->taePtr)
+        freeTaeDefs(*cmRtePtr->taePtr);
+    delete cmRtePtr->taePtr;
+    delete cmRtePtr->tfePtr;
+    cmRtePtr->taePtr = nullptr;
+    cmRtePtr->tfePtr = nullptr;
 }
 
 void CmRteNorIntr(CmRteHsiComReg *comRegPtr) {

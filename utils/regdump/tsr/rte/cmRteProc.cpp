@@ -1,3 +1,4 @@
+#include "base/cmOut.h"
 #include "base/cmRte.h"
 #include "log/cmRteLog.h"
 #include "tae/cmTae.h"
@@ -5,38 +6,27 @@
 #include "tsr_reg.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <iterator>
 
 namespace {
 
-constexpr uint32_t kMyDaMacHiAddr = 0x52400; // chip address of rte_l2_myda_mac_hi
-constexpr uint32_t kMyDaMacLoAddr = 0x52600; // chip address of rte_l2_myda_mac_lo
-
 void printFrame(uint32_t port, uint32_t frmIdx, uint32_t frmLen, const uint8_t *frm) {
     constexpr uint32_t kRow = 16;
-    std::printf("PORT %2d, FRM %d, frmLen = %4d ( 0x%03x )\n", static_cast<int>(port), static_cast<int>(frmIdx),
-                static_cast<int>(frmLen), frmLen);
+    cmPrintf("PORT %2d, FRM %d, frmLen = %4d ( 0x%03x )\n", static_cast<int>(port), static_cast<int>(frmIdx),
+             static_cast<int>(frmLen), frmLen);
     const uint32_t shown = std::min(frmLen, 256u);
     for (uint32_t row = 0; row < shown; row += kRow) {
-        std::printf("  %3d:", static_cast<int>(row));
+        cmPrintf("  %3d:", static_cast<int>(row));
         for (uint32_t i = row; i < row + kRow; i++) {
             if (i < shown)
-                std::printf(" %02x", frm[i]);
+                cmPrintf(" %02x", frm[i]);
             else
-                std::printf("   ");
+                cmPrintf("   ");
         }
-        std::printf("\n");
+        cmPrintf("\n");
     }
-    std::printf("\n");
-}
-
-void fillMyDaAddresses() {
-    for (uint32_t i = 0; i < std::size(RTE_L2_CHS_MAC_HI); i++) {
-        RTE_L2_CHS_MAC_HI[i] = kMyDaMacHiAddr + 4 * i;
-        RTE_L2_CHS_MAC_LO[i] = kMyDaMacLoAddr + 4 * i;
-    }
+    cmPrintf("\n");
 }
 
 } // namespace
@@ -72,7 +62,6 @@ int CmRteProc(uint32_t port, CmRte *cmRtePtr, CmRteMacInf *macInfPtr, uint32_t f
         cmRtePtr->taePtr->dbgLvl = dbgLvl;
         cmRtePtr->tfePtr->dbgLvl = dbgLvl;
 
-        fillMyDaAddresses();
         statPtr->list_RTE_MYDA_RANGE_HI_REG = RTE_L2_CHS_MAC_HI;
         statPtr->list_RTE_MYDA_RANGE_LO_REG = RTE_L2_CHS_MAC_LO;
 

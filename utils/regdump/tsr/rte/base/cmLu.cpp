@@ -1,12 +1,14 @@
 #include "base/cmLu.h"
 
 #include "base/cmUtl.h"
+#include "cmStop.h"
 #include "tbl/tsr_tbl.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 namespace {
 
@@ -273,6 +275,7 @@ void CmTcamLu1Hot(CmTcamTbl *tblPtr) {
 
     const uint32_t keyBytes = bytesOf(tblPtr->keySiz);
     if (keyBytes > 64) {
+        cmStop("CmTcamLu1Hot: no search for a key of " + std::to_string(tblPtr->keySiz) + " bits");
         std::printf("CmTcamLu1Hot: Key width (%d) > 512 is not yet supported\n", static_cast<int>(tblPtr->keySiz));
         std::exit(0);
     }
@@ -323,6 +326,7 @@ void CmHalfTcamLu(CmTcamTbl *tblPtr) {
 void CmExmLu(CmExmTbl *tblPtr) {
     clearExmRslt(tblPtr);
     if (bytesOf(tblPtr->hshKeySiz) > 64) {
+        cmStop("CmExmLu: no hash for a key of " + std::to_string(tblPtr->hshKeySiz) + " bits");
         std::fprintf(stderr, "CmExmLu: no hash for a key of %u bits\n", tblPtr->hshKeySiz);
         std::abort();
     }

@@ -107,7 +107,7 @@ struct CmRteExtCfg {
 };
 static_assert(sizeof(CmRteExtCfg) == 76 * sizeof(uint32_t));
 
-/// The chip. One instance, reached through `rte_mem`.
+/// The chip. The one that the calling thread works on is reached through `rte_mem`.
 struct CmRte {
     CmRteHsiPortReg portRegLst[32]; // only ports 0 to 11 are used
     CmRteHsiComReg comReg;
@@ -165,14 +165,17 @@ struct CmRteStat {
 #include "base/cmRteStat.def"
 };
 
-extern CmRte *rte_mem;
+extern thread_local CmRte *rte_mem;
 
-/// Chip addresses of the entries of `rte_l2_myda_mac_hi` and `rte_l2_myda_mac_lo`, filled before every frame.
-extern uint32_t RTE_L2_CHS_MAC_HI[128];
-extern uint32_t RTE_L2_CHS_MAC_LO[128];
+/// Chip addresses of the entries of `rte_l2_myda_mac_hi` and `rte_l2_myda_mac_lo`.
+extern const uint32_t (&RTE_L2_CHS_MAC_HI)[128];
+extern const uint32_t (&RTE_L2_CHS_MAC_LO)[128];
 
 /// Builds a reset chip in the zeroed `cmRtePtr`, with its TAE and TFE blocks.
 void CmRteInit(CmRte *cmRtePtr);
+
+/// Frees both blocks with all that CmRteInit made for them; the chip itself stays the caller's.
+void CmRteFree(CmRte *cmRtePtr);
 
 /// Runs one frame of `frmLen` bytes (FCS included) from `port` through PRC, LUE and ROC; `frm` has 32 writable bytes
 /// behind its last byte. `verbose` turns the stages' trace on. Returns 1 when the frame was run, 0 for a port above 11.
@@ -192,7 +195,7 @@ void CmRteNorIntr(CmRteHsiComReg *comRegPtr);
 uint32_t CmRteGetIntr(CmRte *cmRtePtr);
 uint32_t CmRteGetOutFlag(CmRte *cmRtePtr);
 
-/// The record of the frame that runs or ran last.
+/// The record of the frame that runs or ran last in the calling thread's model.
 CmRteStat *CmRteGetStat(void);
 
 /// Marks where the history registers would be reset; the model keeps them.

@@ -1,11 +1,14 @@
 #include "base/cmRteAbort.h"
 
 #include "base/cmRte.h"
+#include "cmStop.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 void CmRteAbort_(const char *file, int line, const char *msg) {
+    cmStop(std::string(file) + ":" + std::to_string(line) + ": " + msg);
     const CmRteStat *statPtr = CmRteGetStat();
     std::printf("\n\n============================================================\n"
                 "@%s:%d, portIdx = %d, frmIdx = %d\n%s"

@@ -1,6 +1,7 @@
 #pragma once
-// The chip's frame and byte counters.
+// What frames write into the memories: the chip's frame and byte counters, and flags.
 
+#include "base/cmRteJournal.h"
 #include "tbl/tsr_tbl.h"
 
 #include <cstddef>
@@ -20,5 +21,15 @@ template <auto Member, size_t N> void countIn(uint32_t (&mem)[N], uint64_t idx, 
     if (idx >= N / words)
         return;
     uint32_t *entry = mem + idx * words;
+    cmNote(entry, words);
     tblScatter(entry, tblPlace<Member>, fieldAt<Member>(entry) + incr);
+}
+
+/// Sets element `idx` of the array field `Member`, counted through all entries of a memory; nothing beyond it.
+template <auto Member, size_t N> void setFlagIn(uint32_t (&mem)[N], uint64_t idx, uint32_t value) {
+    constexpr uint32_t words = TblRecordOf<Member>::kWords;
+    const uint64_t entry = idx / tblPlace<Member>.count;
+    if (entry < N / words)
+        cmNote(mem + entry * words, words);
+    setElem<Member>(mem, idx, value);
 }

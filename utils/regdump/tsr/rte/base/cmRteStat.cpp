@@ -1,13 +1,35 @@
 #include "base/cmRte.h"
 
-CmRte *rte_mem = nullptr;
+#include "base/cmRteState.h"
 
-uint32_t RTE_L2_CHS_MAC_HI[128];
-uint32_t RTE_L2_CHS_MAC_LO[128];
+thread_local CmRte *rte_mem = nullptr;
 
-/// The one per-frame record: the model runs one frame at a time.
-static CmRteStat stat;
+namespace {
+
+/// The chip addresses of `N` words from `first` on.
+template <uint32_t N> struct ChipAddrs {
+    uint32_t word[N] = {};
+
+    explicit constexpr ChipAddrs(uint32_t first) {
+        for (uint32_t i = 0; i < N; i++)
+            word[i] = first + 4 * i;
+    }
+};
+constexpr ChipAddrs<128> kMyDaMacHi(0x52400);
+constexpr ChipAddrs<128> kMyDaMacLo(0x52600);
+
+} // namespace
+
+const uint32_t (&RTE_L2_CHS_MAC_HI)[128] = kMyDaMacHi.word;
+const uint32_t (&RTE_L2_CHS_MAC_LO)[128] = kMyDaMacLo.word;
+
+thread_local CmRteState *cmRteState = nullptr;
+
+CmRteState &cmOwnState() {
+    static thread_local CmRteState state;
+    return state;
+}
 
 CmRteStat *CmRteGetStat(void) {
-    return &stat;
+    return &cmState().stat;
 }

@@ -2,29 +2,30 @@
 
 namespace {
 
-uint32_t crcTable[256];
-bool crcTableDone = false;
-uint8_t crc8Table[256];
-bool crc8TableDone = false;
-uint32_t crcTbl[256];
+/// A checksum table of 256 entries.
+template <class Word> struct CrcTable {
+    Word value[256] = {};
+};
 
 /// Table of the reflected CRC-32 of Ethernet: one byte a step, low bit first.
-void fillCrcTable(uint32_t (&table)[256]) {
+constexpr CrcTable<uint32_t> kCrcTable = [] {
+    CrcTable<uint32_t> table;
     for (uint32_t i = 0; i < 256; i++) {
         uint32_t value = i;
         for (int step = 0; step < 8; step++)
             value = value & 1 ? value >> 1 ^ 0xedb88320u : value >> 1;
-        table[i] = value;
+        table.value[i] = value;
     }
-}
+    return table;
+}();
 
 /// CRC of `len` bytes before the complement. A short input has a short start value: 8 bits of ones for each byte.
-uint32_t crcOf(const uint32_t (&table)[256], uint32_t len, const uint8_t *frm) {
+uint32_t crcOf(uint32_t len, const uint8_t *frm) {
     uint32_t value = 0xffffffffu;
     if (len < 4)
         value = len ? value >> (4 - len) * 8 : 0;
     for (uint32_t i = 0; i < len; i++)
-        value = table[(value ^ frm[i]) & 0xff] ^ value >> 8;
+        value = kCrcTable.value[(value ^ frm[i]) & 0xff] ^ value >> 8;
     return value;
 }
 
@@ -99,32 +100,21 @@ void reverseKey(uint32_t *key, uint32_t wdCnt) {
     }
 }
 
-void BuildCrcTable(void) {
-    fillCrcTable(crcTable);
-    crcTableDone = true;
-}
+void BuildCrcTable(void) {}
 
 void CalcEnetCrc(int len, const uint8_t *frm, uint8_t *crc) {
-    if (!crcTableDone)
-        BuildCrcTable();
-    const uint32_t value = ~crcOf(crcTable, len > 0 ? static_cast<uint32_t>(len) : 0, frm);
+    const uint32_t value = ~crcOf(len > 0 ? static_cast<uint32_t>(len) : 0, frm);
     for (int i = 0; i < 4; i++)
         crc[i] = static_cast<uint8_t>(value >> 8 * i);
 }
 
-void BuildCrc8Table(void) {
-    // The chip's table is the identity, so the checksum comes to the XOR of all bytes.
-    for (uint32_t i = 0; i < 256; i++)
-        crc8Table[i] = static_cast<uint8_t>(i);
-    crc8TableDone = true;
-}
+void BuildCrc8Table(void) {}
 
 void CalcEnetCrc8(int len, const uint8_t *frm, uint8_t *crc) {
-    if (!crc8TableDone)
-        BuildCrc8Table();
+    // The chip's table is the identity, so the checksum comes to the XOR of all bytes.
     uint8_t value = 0xff;
     for (int i = 0; i < len; i++)
-        value = crc8Table[value ^ frm[i]];
+        value ^= frm[i];
     *crc = static_cast<uint8_t>(~value);
 }
 
@@ -133,10 +123,8 @@ int recalcEnetCrc(uint8_t *pkt, uint32_t pkt_len) {
     return 0;
 }
 
-void CmEnetCrcInit(void) {
-    fillCrcTable(crcTbl);
-}
+void CmEnetCrcInit(void) {}
 
 uint32_t CmEnetCrcCalc(uint32_t len, const uint8_t *frm) {
-    return __builtin_bswap32(~crcOf(crcTbl, len, frm));
+    return __builtin_bswap32(~crcOf(len, frm));
 }

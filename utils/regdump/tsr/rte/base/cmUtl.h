@@ -50,7 +50,8 @@ void CmSwpU64(uint32_t keyBitSiz, uint64_t key, uint64_t swap, uint64_t *swapped
 void reverseKey(uint32_t *key, uint32_t wdCnt);
 
 /// Ethernet's CRC-32 over `len` bytes; the four result bytes stand in `crc` as on the wire. An input shorter than four
-/// bytes starts from a shorter value.
+/// bytes starts from a shorter value. The tables of the checksums are constant: the functions that once built them do
+/// nothing.
 void BuildCrcTable(void);
 void CalcEnetCrc(int len, const uint8_t *frm, uint8_t *crc);
 
@@ -61,6 +62,6 @@ void CalcEnetCrc8(int len, const uint8_t *frm, uint8_t *crc);
 /// Writes the frame check sequence of a frame of `pkt_len` bytes over its last four bytes. Returns 0.
 int recalcEnetCrc(uint8_t *pkt, uint32_t pkt_len);
 
-/// The model's copy of the CRC-32: the result has the first wire byte on top. CmEnetCrcInit fills its table.
+/// The model's copy of the CRC-32: the result has the first wire byte on top.
 void CmEnetCrcInit(void);
 uint32_t CmEnetCrcCalc(uint32_t len, const uint8_t *frm);

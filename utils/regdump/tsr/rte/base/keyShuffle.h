@@ -3,6 +3,7 @@
 // one constant table of moves, checked at compile time. It follows from the places of the fields in the plain key,
 // which a list says, and in the cells, which the TCAM's table says.
 
+#include "base/cmOut.h"
 #include "base/cmUtl.h"
 #include "tbl/tsr_tbl.h"
 
@@ -10,7 +11,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 
 /// Moves bits `srcHi` to `srcLo` of source word `srcWord` to destination word `dstWord`, from bit `dstLo` up.
 struct KeyMove {
@@ -117,10 +117,10 @@ template <class Plain> constexpr auto kKeyMoves = movesOf(static_cast<const Plai
 
 /// Prints a key as "ReshuffleKey [name] dir0x..._...".
 template <size_t N> void printKey(const char *name, const char *dir, const uint32_t (&word)[N]) {
-    std::printf("ReshuffleKey [%s] %s0x%08x", name, dir, word[0]);
+    cmPrintf("ReshuffleKey [%s] %s0x%08x", name, dir, word[0]);
     for (size_t i = 1; i < N; i++)
-        std::printf("_%08x", word[i]);
-    std::printf("\n");
+        cmPrintf("_%08x", word[i]);
+    cmPrintf("\n");
 }
 
 /// Makes `out` the key `in` with its bits at their places and zero elsewhere; `dbg` prints both forms.

@@ -1,5 +1,8 @@
 #include "base/tbMsg.h"
 
+#include "base/cmOut.h"
+#include "base/cmRteState.h"
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -8,16 +11,6 @@
 
 namespace {
 
-char baseStr[8192];
-int debugEna = 1;
-int exitOnErr = 1;
-int stopOnErr = 0;
-int suppressMsg = 0;
-char *argv0 = nullptr;
-int errCnt = 0;
-int wrnCnt = 0;
-int exit_on_error = 0;
-
 const char kStackTraceFile[] = ".StackTraceGdbCmd";
 
 } // namespace
@@ -25,100 +18,104 @@ const char kStackTraceFile[] = ".StackTraceGdbCmd";
 void TbMsg(TB_MSG_TYPE type, const char *func, const char *file, int line, const char *format, ...) {
     if (*format == '\0')
         return;
-    if (type == TB_MSG_DEBUG && debugEna == 0)
+    CmRteMsg &msg = cmState().msg;
+    if (type == TB_MSG_DEBUG && msg.debugEna == 0)
         return;
-    va_list args;
-    va_start(args, format);
-    std::vsnprintf(baseStr, sizeof baseStr, format, args);
-    va_end(args);
+    char baseStr[8192] = "";
+    if (!cmSilent()) {
+        va_list args;
+        va_start(args, format);
+        std::vsnprintf(baseStr, sizeof baseStr, format, args);
+        va_end(args);
+    }
 
     // "xx" and "xxx" stand where a date and a time once were.
     switch (type) {
     case TB_MSG_PANIC:
-        stopOnErr = 0;
-        exitOnErr = 1;
-        std::printf("[PANIC@%s:%d, %s; @%s, %s] %s\n", file, line, func, "xx", "xxx", baseStr);
+        msg.stopOnErr = 0;
+        msg.exitOnErr = 1;
+        cmPrintf("[PANIC@%s:%d, %s; @%s, %s] %s\n", file, line, func, "xx", "xxx", baseStr);
         Exit_(1);
         break;
     case TB_MSG_ERROR:
-        errCnt++;
-        std::printf("[ERROR%d@%s:%d, %s; @%s, %s] %s\n", errCnt, file, line, func, "xx", "xxx", baseStr);
-        if (exit_on_error)
-            Exit_(1);
+        msg.errCnt++;
+        cmPrintf("[ERROR%d@%s:%d, %s; @%s, %s] %s\n", msg.errCnt, file, line, func, "xx", "xxx", baseStr);
         break;
     case TB_MSG_WARN:
-        wrnCnt++;
-        std::printf("[WRN@%s:%d, %s; @%s, %s] %s", file, line, func, "xx", "xxx", baseStr);
+        msg.wrnCnt++;
+        cmPrintf("[WRN@%s:%d, %s; @%s, %s] %s", file, line, func, "xx", "xxx", baseStr);
         break;
     case TB_MSG_DEBUG:
-        std::printf("[DBG@%s:%d, %s; @%s, %s] %s", file, line, func, "xx", "xxx", baseStr);
+        cmPrintf("[DBG@%s:%d, %s; @%s, %s] %s", file, line, func, "xx", "xxx", baseStr);
         break;
     case TB_MSG_INFO:
-        std::printf("[%s:%d, %s; @%s, %s]: %s", file, line, func, "xx", "xxx", baseStr);
+        cmPrintf("[%s:%d, %s; @%s, %s]: %s", file, line, func, "xx", "xxx", baseStr);
         break;
     case TB_MSG_PRINT:
-        std::fputs(baseStr, stdout);
+        cmPrintf("%s", baseStr);
         break;
     }
 }
 
 void TbMsgSetArgv0(char *argv0_) {
-    argv0 = argv0_;
+    cmState().msg.argv0 = argv0_;
 }
 char *TbMsgGetArgv0(void) {
-    return argv0;
+    return cmState().msg.argv0;
 }
 
 int TbMsgGetErrCnt(void) {
-    return errCnt;
+    return cmState().msg.errCnt;
 }
 int TbMsgGetWrnCnt(void) {
-    return wrnCnt;
+    return cmState().msg.wrnCnt;
 }
 
 void TbMsgSetSuppressMsg(int ena) {
-    suppressMsg = ena;
+    cmState().msg.suppressMsg = ena;
 }
 int TbMsgGetSuppressMsg(void) {
-    return suppressMsg;
+    return cmState().msg.suppressMsg;
 }
 int TbMsgGetMsgEnable(void) {
-    return !suppressMsg;
+    return !cmState().msg.suppressMsg;
 }
 
 void TbMsgSetDebugEna(int ena) {
-    debugEna = ena;
+    cmState().msg.debugEna = ena;
 }
 int TbMsgGetDebugEna(void) {
-    return debugEna;
+    return cmState().msg.debugEna;
 }
 
 void TbMsgSetStopOnErr(int ena) {
-    stopOnErr = ena;
+    cmState().msg.stopOnErr = ena;
 }
 int TbMsgGetStopOnErr(void) {
-    return stopOnErr;
+    return cmState().msg.stopOnErr;
 }
 
 void TbMsgSetExitOnErr(int ena) {
-    exitOnErr = ena;
+    cmState().msg.exitOnErr = ena;
 }
 int TbMsgGetExitOnErr(void) {
-    return exitOnErr;
+    return cmState().msg.exitOnErr;
 }
 
 void Prt(const char *name, uint32_t value) {
-    std::printf("%-30s = 0x%08x\n", name, value);
+    cmPrintf("%-30s = 0x%08x\n", name, value);
 }
 
 void Exit_(int ret) {
     // Despite the name the process goes on, and the status is not used.
     (void)ret;
-    if ((exitOnErr || stopOnErr) && argv0)
+    const CmRteMsg &msg = cmState().msg;
+    if ((msg.exitOnErr || msg.stopOnErr) && msg.argv0)
         TbStackTrace();
 }
 
 void TbStackTrace(void) {
+    const char *argv0 = cmState().msg.argv0;
     if (!argv0)
         return;
     std::fflush(stdout);

@@ -1,5 +1,7 @@
 #include "hsi/cmRteHsi.h"
 
+#include "base/cmOut.h"
+#include "base/cmRteJournal.h"
 #include "base/cmUtl.h"
 #include "be_word.h"
 #include "hsi/cmRteHsiMem.h"
@@ -8,8 +10,6 @@
 #include "log/cmRteLog.h"
 #include "tae/cmTae.h"
 #include "tfe/cmTfe.h"
-
-#include <cstdio>
 
 namespace {
 
@@ -53,6 +53,7 @@ int readAt(CmRte *cmRtePtr, uint32_t a, uint32_t *dataPtr) {
     if (kDaActSram.holds(a)) {
         uint32_t &word = cmRtePtr->mem.RTE_L2_EXM_DA_ACT_SRAM[(a - kDaActSram.first) / 4];
         *dataPtr = word;
+        cmNote(&word, 1);
         word = 0; // the chip clears it on read
         return 1;
     }
@@ -210,15 +211,14 @@ int CmRteHsiRd(CmRte *cmRtePtr, uint32_t addr, uint32_t *dataPtr) {
     if (cmRtePtr->logFd != -1)
         CmRteLogSaveRd(cmRtePtr, a, value, ret);
     if (cmRtePtr->dbgEn > 3)
-        std::printf("HSI %3d, RD, addr=0x%08x, data=0x%08x, ret=%d\n", static_cast<int>(cmRtePtr->hsiCnt), a, value,
-                    ret);
+        cmPrintf("HSI %3d, RD, addr=0x%08x, data=0x%08x, ret=%d\n", static_cast<int>(cmRtePtr->hsiCnt), a, value, ret);
     cmRtePtr->hsiCnt++;
     return ret;
 }
 
 int CmRteHsiWr(CmRte *cmRtePtr, uint32_t addr, uint32_t data) {
     if (cmRtePtr->dbgEn > 3)
-        std::printf("HSI %3d, WR, addr=0x%08x, data=0x%08x\n", static_cast<int>(cmRtePtr->hsiCnt), addr, data);
+        cmPrintf("HSI %3d, WR, addr=0x%08x, data=0x%08x\n", static_cast<int>(cmRtePtr->hsiCnt), addr, data);
     const uint32_t a = addr & kAddrMask;
     const int ret = writeAt(cmRtePtr, addr, a, data);
     if (cmRtePtr->logFd != -1)

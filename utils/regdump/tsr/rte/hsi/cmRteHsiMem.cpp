@@ -1,5 +1,6 @@
 #include "hsi/cmRteHsiMem.h"
 
+#include "base/cmRteState.h"
 #include "be_word.h"
 
 #include <algorithm>
@@ -10,7 +11,7 @@
 namespace {
 
 /// The widest entry, in words; every entry's width divides it.
-constexpr uint32_t kMaxWords = 32;
+constexpr uint32_t kMaxWords = CmRteHsiHold::kWords;
 
 /// One range of a block's memory map.
 struct MemRange {
@@ -59,11 +60,6 @@ constexpr auto map = byAddress(std::array{
 });
 } // namespace tae
 #undef MEM_RANGE
-
-/// The hold registers of the six access functions: each keeps its own half-written or latched entry between calls.
-uint32_t rteWrHold[kMaxWords], rteRdHold[kMaxWords];
-uint32_t tfeWrHold[kMaxWords], tfeRdHold[kMaxWords];
-uint32_t taeWrHold[kMaxWords], taeRdHold[kMaxWords];
 
 template <size_t N> const MemRange *findRange(const std::array<MemRange, N> &map, uint32_t addr) {
     const auto behind = std::upper_bound(map.begin(), map.end(), addr,
@@ -165,23 +161,23 @@ template <class Mem> const uint32_t *wordsOf(const Mem *mem) {
 } // namespace
 
 int CmRteHsiMemWr(CmRteHsiMem *memPtr, uint32_t addr, uint32_t data) {
-    return memWr(rte::map, wordsOf(memPtr), rteWrHold, addr % 0x4000000, data);
+    return memWr(rte::map, wordsOf(memPtr), cmState().hold.rteWr, addr % 0x4000000, data);
 }
 int CmTfeHsiMemWr(CmTfeHsiMem *memPtr, uint32_t addr, uint32_t data) {
-    return memWr(tfe::map, wordsOf(memPtr), tfeWrHold, addr % 0x8000000, data);
+    return memWr(tfe::map, wordsOf(memPtr), cmState().hold.tfeWr, addr % 0x8000000, data);
 }
 int CmTaeHsiMemWr(CmTaeHsiMem *memPtr, uint32_t addr, uint32_t data) {
-    return memWr(tae::map, wordsOf(memPtr), taeWrHold, addr % 0x8000000, data);
+    return memWr(tae::map, wordsOf(memPtr), cmState().hold.taeWr, addr % 0x8000000, data);
 }
 
 int CmRteHsiMemRd(const CmRteHsiMem *memPtr, uint32_t addr, uint32_t *dataPtr) {
-    return memRd(rte::map, wordsOf(memPtr), rteRdHold, addr, dataPtr);
+    return memRd(rte::map, wordsOf(memPtr), cmState().hold.rteRd, addr, dataPtr);
 }
 int CmTfeHsiMemRd(const CmTfeHsiMem *memPtr, uint32_t addr, uint32_t *dataPtr) {
-    return memRd(tfe::map, wordsOf(memPtr), tfeRdHold, addr, dataPtr);
+    return memRd(tfe::map, wordsOf(memPtr), cmState().hold.tfeRd, addr, dataPtr);
 }
 int CmTaeHsiMemRd(const CmTaeHsiMem *memPtr, uint32_t addr, uint32_t *dataPtr) {
-    return memRd(tae::map, wordsOf(memPtr), taeRdHold, addr, dataPtr);
+    return memRd(tae::map, wordsOf(memPtr), cmState().hold.taeRd, addr, dataPtr);
 }
 
 void CmRteHsiMemInit(CmRteHsiMem *memPtr) {
@@ -192,11 +188,11 @@ void CmTfeHsiMemInit(CmTfeHsiMem *memPtr) {
 }
 
 uint32_t CmRteHsiMemWrRun(CmRteHsiMem *memPtr, uint32_t addr, const uint32_t *beWords, uint32_t wordCnt) {
-    return memWrRun(rte::map, wordsOf(memPtr), rteWrHold, addr % 0x4000000, beWords, wordCnt);
+    return memWrRun(rte::map, wordsOf(memPtr), cmState().hold.rteWr, addr % 0x4000000, beWords, wordCnt);
 }
 uint32_t CmTfeHsiMemWrRun(CmTfeHsiMem *memPtr, uint32_t addr, const uint32_t *beWords, uint32_t wordCnt) {
-    return memWrRun(tfe::map, wordsOf(memPtr), tfeWrHold, addr % 0x8000000, beWords, wordCnt);
+    return memWrRun(tfe::map, wordsOf(memPtr), cmState().hold.tfeWr, addr % 0x8000000, beWords, wordCnt);
 }
 uint32_t CmTaeHsiMemWrRun(CmTaeHsiMem *memPtr, uint32_t addr, const uint32_t *beWords, uint32_t wordCnt) {
-    return memWrRun(tae::map, wordsOf(memPtr), taeWrHold, addr % 0x8000000, beWords, wordCnt);
+    return memWrRun(tae::map, wordsOf(memPtr), cmState().hold.taeWr, addr % 0x8000000, beWords, wordCnt);
 }

@@ -1,11 +1,11 @@
 #include "hsi/cmRteHsiReg.h"
 
+#include "base/cmOut.h"
 #include "base/cmUtl.h"
 #include "tsr_reg.h"
 
 #include <array>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -175,9 +175,9 @@ Reg findReg(const Family &family, uint32_t addr) {
 
 void traceField(const HsiFieldDef &field, const std::string &name, uint32_t value) {
     if (field.hi == field.lo)
-        std::printf("  [   %2d]  %-32s <= 0x%x\n", field.lo, name.c_str(), value);
+        cmPrintf("  [   %2d]  %-32s <= 0x%x\n", field.lo, name.c_str(), value);
     else
-        std::printf("  [%2d:%2d]  %-32s <= 0x%x\n", field.hi, field.lo, name.c_str(), value);
+        cmPrintf("  [%2d:%2d]  %-32s <= 0x%x\n", field.hi, field.lo, name.c_str(), value);
 }
 
 /// Writes `data` into the fields of `reg`, from the high bits to the low; `words` is the family's record.
@@ -236,10 +236,10 @@ int CmRteHsiComRegWr(CmRteHsiComReg *comRegPtr, uint32_t addr, uint32_t data, in
     if (!reg.row)
         return 0;
     if (trace)
-        std::printf("           %-32s <= 0x%08x\n", reg.name().c_str(), data);
+        cmPrintf("           %-32s <= 0x%08x\n", reg.name().c_str(), data);
     writeFields(reg, wordsOf(comRegPtr), data, trace);
     if (trace)
-        std::printf("\n");
+        cmPrintf("\n");
     return 1;
 }
 
@@ -248,10 +248,10 @@ int CmRteHsiPortRegWr(CmRteHsiPortReg *portRegPtr, uint32_t addr, uint32_t data,
     if (!reg.row)
         return 0;
     if (trace)
-        std::printf("  port=%02d  %-32s <= 0x%08x\n", static_cast<int>(port), reg.name().c_str(), data);
+        cmPrintf("  port=%02d  %-32s <= 0x%08x\n", static_cast<int>(port), reg.name().c_str(), data);
     writeFields(reg, wordsOf(portRegPtr), data, trace);
     if (trace)
-        std::printf("\n");
+        cmPrintf("\n");
     return 1;
 }
 
@@ -260,10 +260,10 @@ int CmTfeHsiComRegWr(CmTfeHsiComReg *comRegPtr, uint32_t addr, uint32_t data, in
     if (!reg.row)
         return 0;
     if (trace)
-        std::printf("           %-32s <= 0x%08x\n", reg.name().c_str(), data);
+        cmPrintf("           %-32s <= 0x%08x\n", reg.name().c_str(), data);
     writeFields(reg, wordsOf(comRegPtr), data, trace);
     if (trace)
-        std::printf("\n");
+        cmPrintf("\n");
     return 1;
 }
 

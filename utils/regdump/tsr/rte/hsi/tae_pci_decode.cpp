@@ -1,5 +1,6 @@
 #include "hsi/tae_pci_decode.h"
 
+#include "base/cmRteState.h"
 #include "base/cmUtl.h"
 #include "be_word.h"
 #include "tae/cmTae.h"
@@ -110,10 +111,9 @@ void storeEntry(EmbeddedTcam *tcam, uint32_t entry, const uint32_t *y, const uin
         tcam->writeXYRaw(entry, yKey, xKey);
 }
 
-uint32_t tcamHold[kWideWords];
-
 /// Stores the entry in the hold registers, the last word of which came to `place`.
 void storeHeld(const PairBlocks &pair, const TcamPlace &place) {
+    const uint32_t *tcamHold = cmState().hold.taeTcam;
     if (place.wide) {
         storeEntry(pair.block[0][place.half], place.entry, tcamHold, tcamHold + 16);
         storeEntry(pair.block[1][place.half], place.entry, tcamHold + 8, tcamHold + 24);
@@ -148,10 +148,9 @@ uint32_t rsltBank(uint32_t addr) {
     return static_cast<uint32_t>(behind - kRsltBankStart.begin()) - 1;
 }
 
-uint32_t rsltHold[kRsltWords];
-
 /// Takes word `w` of a bank's result memory; the last one of an entry stores it.
 void writeRsltWord(EmbeddedMemory *rslt, uint32_t w, uint32_t data) {
+    uint32_t *rsltHold = cmState().hold.taeRslt;
     rsltHold[w & 3] = data;
     if ((w & 3) != 3)
         return;
@@ -182,7 +181,7 @@ int CmTaeHsiTcamWr(CmRte *cmRtePtr, uint32_t addr, uint32_t data) {
     const TcamPlace place = decodeTcam(addr, joinedPairs(cmRtePtr->taePtr));
     if (place.bank == TAE_BANKS)
         return 0;
-    tcamHold[place.word] = data;
+    cmState().hold.taeTcam[place.word] = data;
     if (place.word == entryWords(place) - 1)
         storeHeld(PairBlocks(cmRtePtr->taePtr, place.bank), place);
     return 1;
@@ -222,6 +221,7 @@ uint32_t CmTaeHsiTcamWrRun(CmRte *cmRtePtr, uint32_t addr, const uint32_t *beWor
     const uint32_t pairBytes = start.bank < TAE_FIRST_SMALL_BANK ? 0x80000 : 0x10000;
     const uint32_t cnt = std::min(wordCnt, (pairBytes - addr % pairBytes + 3) / 4);
     const PairBlocks pair(taePtr, start.bank);
+    uint32_t *tcamHold = cmState().hold.taeTcam;
     for (uint32_t i = 0; i < cnt;) {
         // The words up to the end of the entry, or to the end of the run.
         const TcamPlace place = decodeAs(addr + 4 * i, start.bank, start.wide);

@@ -138,6 +138,8 @@ void countMac(CmRteStat *statPtr, const MacHits &hits) {
         return;
     uint32_t *frmCnt = &memPtr->RTE_L2_MAC_STS_FCNT_SRAM[L2MacFrmCnt::kWords * sts.idx];
     uint32_t *byteCnt = &memPtr->RTE_L2_MAC_STS_BCNT_SRAM[L2MacByteCnt::kWords * sts.idx];
+    cmNote(frmCnt, L2MacFrmCnt::kWords);
+    cmNote(byteCnt, L2MacByteCnt::kWords);
     IncrSts(frmCnt, kFrmCntMsk, 1);
     IncrSts(byteCnt, kByteCntMsk, statPtr->frmLen);
     statPtr->mac_sts_hit = 1;

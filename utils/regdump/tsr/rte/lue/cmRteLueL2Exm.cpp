@@ -1,6 +1,7 @@
 // The forwarding database: destination and source address of a frame in the layer-2 exact-match tables, the check for
 // the chip's own addresses, the flood decision of a miss, and the enables of the frame's VLAN.
 
+#include "base/cmRteCnt.h"
 #include "base/cmRteHis.h"
 #include "base/cmRteLkup.h"
 #include "base/cmUtl.h"
@@ -173,7 +174,7 @@ void lookupDa(CmRteStat *statPtr, const ExmKeys &keys, uint32_t tblSel, uint32_t
              memQword(memPtr->RTE_L2_EXM_RSLT_EDRAM, lkup.idx()));
 
     // A default row counts as active too.
-    setElem<&L2DaAct::act>(memPtr->RTE_L2_EXM_DA_ACT_SRAM, lkup.idx(), 1);
+    setFlagIn<&L2DaAct::act>(memPtr->RTE_L2_EXM_DA_ACT_SRAM, lkup.idx(), 1);
 
     takeDaRslt(statPtr, entry<L2ExmRslt>(memPtr->RTE_L2_EXM_RSLT_EDRAM, lkup.idx()));
 

@@ -1,6 +1,7 @@
 // Learning: requests to software to learn a source or a destination address, through one FIFO each. A bitmap of
 // requests in progress, by a hash of the request, stands in front of each FIFO.
 
+#include "base/cmRteCnt.h"
 #include "base/cmRteFrm.h"
 #include "base/cmRteHis.h"
 #include "base/cmRteLkup.h"
@@ -104,7 +105,7 @@ template <auto Lip, size_t N> bool ckLip(CmRteStat *statPtr, const LrnFifo &fifo
         return false;
     }
 
-    setElem<Lip>(lipSram, hsh, 1);
+    setFlagIn<Lip>(lipSram, hsh, 1);
     capture(statPtr, fifo.lipHis, hsh);
     if (lip)
         CM_TRACE(1, "[L2 SA Learn] LIP is set -- do nothing\n");
@@ -125,8 +126,10 @@ template <size_t N> void pushLrnInf(CmRteStat *statPtr, const LrnFifo &fifo, uin
     const uint32_t inf[kInfWords] = {0, static_cast<uint32_t>(statPtr->l2LrnInfQw0),
                                      static_cast<uint32_t>(statPtr->l2LrnInfQw1 >> 32),
                                      static_cast<uint32_t>(statPtr->l2LrnInfQw1)};
-    if (wr < N / kInfWords)
+    if (wr < N / kInfWords) {
+        cmNote(&infSram[kInfWords * wr], kInfWords);
         std::copy(std::begin(inf), std::end(inf), &infSram[kInfWords * wr]);
+    }
     statPtr->l2LrnInfWr = 1;
     statPtr->l2LrnInfWrPtr = wr;
     CM_TRACE(1,

@@ -73,6 +73,8 @@ template <size_t N> uint32_t findGrp(const uint32_t (&list)[N], uint32_t id) {
 /// Counts the frame in the counters' row. Returns the byte counter's low word.
 template <size_t N>
 uint32_t countPath(const CmRteStat *statPtr, uint32_t (&frmCnt)[N], uint32_t (&byteCnt)[N], uint32_t row) {
+    cmNote(&frmCnt[2 * row], 2);
+    cmNote(&byteCnt[2 * row], 2);
     IncrSts(&frmCnt[2 * row], kFrmCntMsk, 1);
     IncrSts(&byteCnt[2 * row], kByteCntMsk, statPtr->frmLen);
     return byteCnt[2 * row + 1];

@@ -1,5 +1,6 @@
 #include "lue/cmRteLueL3.h"
 
+#include "base/cmOut.h"
 #include "base/cmRteFrm.h"
 #include "base/cmRteHis.h"
 #include "base/cmRteLkup.h"
@@ -50,8 +51,7 @@ void buildL3CtrlKey(const CmRteStat *statPtr, uint32_t (&key)[kKeyWords]) {
     const uint32_t flexSel = statPtr->comRegPtr->l3_ctl_flx_key_sel;
     if (flexSel > 1) {
         std::fflush(stdout);
-        std::fprintf(stderr, "Flex key has only 2 profiles in tessara, requested profile: %d\n",
-                     static_cast<int>(flexSel));
+        cmPrintErr("Flex key has only 2 profiles in tessara, requested profile: %d\n", static_cast<int>(flexSel));
     }
     CM_ASSERT(flexSel <= 1);
     std::copy_n(flexSel == 0 ? statPtr->flexKey0 : statPtr->flexKey1, fields.flexKey.size(), fields.flexKey.begin());

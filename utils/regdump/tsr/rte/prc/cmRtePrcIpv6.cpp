@@ -1,12 +1,11 @@
 // IPv6 header parsing: the walk over the extension headers, and the packet inside a PIM register message.
 
 #include "base/cmRteAbort.h"
+#include "base/cmRteState.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "prc/cmRtePrc.h"
 #include "prc/cmRtePrcL3.h"
-
-#include <array>
 
 namespace {
 
@@ -16,13 +15,6 @@ constexpr uint32_t kIpv6RpAddrCnt = 32;
 // The pseudo-header's length and protocol are wired into the chip; the protocol register does not reach it.
 constexpr uint32_t kPimPseudoLen = 8;
 constexpr uint32_t kPimPseudoUlp = 103;
-
-// Result of the last CkIpv6Len, for PrcL3Ipv6EofErr.
-uint32_t detIpv6EofErr;
-uint32_t detIpv6MlenErr;
-
-// The words under the PIM checksum: SA, DA, length, protocol, PIM register header.
-std::array<uint32_t, 12> pimDwHdr;
 
 /// True when `exp` bytes from the frame's start can be read; otherwise the error is recorded.
 bool lenOk(CmRteStat *statPtr, uint32_t exp) {
@@ -236,7 +228,8 @@ bool walkExtHdrs(CmRteStat *statPtr, uint32_t isPimInner) {
 
 /// The PIM register checksum, which IPv6 takes over a pseudo-header too.
 bool pimCksumBad(const CmRteStat *statPtr) {
-    pimDwHdr = {
+    // The words under the PIM checksum: SA, DA, length, protocol, PIM register header.
+    const uint32_t pimDwHdr[] = {
         static_cast<uint32_t>(statPtr->l3IpSa0 >> 32),
         static_cast<uint32_t>(statPtr->l3IpSa0),
         static_cast<uint32_t>(statPtr->l3IpSa1 >> 32),
@@ -292,6 +285,7 @@ void ckPimCksum(CmRteStat *statPtr, uint32_t &cksumErr) {
 } // namespace
 
 uint32_t CkIpv6Len(uint32_t frmLen, uint32_t exp, CmRteStat *statPtr) {
+    auto &[detIpv6EofErr, detIpv6MlenErr] = cmState().prcIpv6;
     detIpv6EofErr = 0;
     detIpv6MlenErr = 0;
     const uint32_t maxByteLen = statPtr->comRegPtr->rte_l3_ipv6_max_len * 4;
@@ -345,6 +339,7 @@ void PrcL3Ipv6(CmRteStat *statPtr, uint32_t isPimInner, uint32_t cksumErr) {
 }
 
 void PrcL3Ipv6EofErr(CmRteStat *statPtr) {
+    const auto &[detIpv6EofErr, detIpv6MlenErr] = cmState().prcIpv6;
     PrcL3RstHdr(statPtr);
     if (prcL3CksumStands(statPtr))
         CM_TRACE(1, "IPv6 EOF or MaxLen err ignored due to earlier chksum %s\n",

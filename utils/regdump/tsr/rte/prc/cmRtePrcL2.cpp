@@ -6,19 +6,19 @@
 #include "prc/cmRtePrc.h"
 #include "tbl/tsr_tbl.h"
 
-uint32_t etypIsVld;
-uint32_t etypIsCtag;
-uint32_t etypIsTrillOuterVlan;
-uint32_t etypIsTrill;
-uint32_t etypIsCnTag;
-uint32_t etypIsFip;
-uint32_t etypIsFcoe;
-uint32_t etypIsIpv4;
-uint32_t etypIsIpv6;
-uint32_t etypIsQcn;
-uint32_t etypIsLen;
-uint32_t etypIsMoreStag;
-uint32_t etypIsStag;
+thread_local uint32_t etypIsVld;
+thread_local uint32_t etypIsCtag;
+thread_local uint32_t etypIsTrillOuterVlan;
+thread_local uint32_t etypIsTrill;
+thread_local uint32_t etypIsCnTag;
+thread_local uint32_t etypIsFip;
+thread_local uint32_t etypIsFcoe;
+thread_local uint32_t etypIsIpv4;
+thread_local uint32_t etypIsIpv6;
+thread_local uint32_t etypIsQcn;
+thread_local uint32_t etypIsLen;
+thread_local uint32_t etypIsMoreStag;
+thread_local uint32_t etypIsStag;
 
 // The first match in the chip's order; the order decides when two registers hold one value.
 static void clsEtypMatch(const CmRteStat *statPtr, uint32_t typLen, uint32_t trillOuter) {

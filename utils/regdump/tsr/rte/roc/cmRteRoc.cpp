@@ -2,24 +2,21 @@
 
 #include "roc/cmRteRoc.h"
 
+#include "base/cmOut.h"
 #include "base/cmRteCnt.h"
 #include "base/cmRteFrm.h"
+#include "base/cmRteState.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
 #include "cmAssert.h"
 #include "lue/cmRteLueLrn.h"
 #include "tbl/tsr_tbl.h"
 
-#include <cstdio>
-
 namespace {
 
 constexpr uint32_t kLfsrSeed = 512;
 constexpr uint32_t kClassTrapQue = 14;
 constexpr uint32_t kMaxIpLength = 16383;
-
-/// State of the port sFlow sequence, one word an ingress port; lives as long as the process.
-int32_t sflow_lfsr[TSR_PORTS];
 
 /// Which side decides, group by group: 1 for layer 3.
 struct WinFlags {
@@ -58,7 +55,7 @@ void portSflow(CmRteStat *statPtr) {
     const uint32_t tcnt = portReg->rte_prc_port_sflw_tcnt;
     if (tcnt == 0)
         return;
-    int32_t &state = sflow_lfsr[statPtr->ingPhyPort];
+    int32_t &state = cmState().sflow_lfsr[statPtr->ingPhyPort];
     uint32_t lfsr = static_cast<uint32_t>(state);
     uint32_t &cnt = portReg->rte_prc_port_sflw_cnt;
     CM_TRACE(2, "PORT_SFLOW:BEFORE: tcnt=0x%x cnt=0x%x lfsr=0x%x\n", tcnt, cnt, lfsr);
@@ -141,9 +138,8 @@ void composeRouted(CmRteStat *statPtr, CmRteRslt *rsltPtr) {
         } else if (statPtr->l2PselFcoeVeRouted) {
             routed = ROUTED_FCOE_VE;
         } else {
-            std::fputs("FATAL ERROR: L3RteRqd=1 but packet does not fall into any of IPv4, IPv6, FCoE VF, or FCoE VE "
-                       "routed categories.",
-                       stdout);
+            cmPrintf("FATAL ERROR: L3RteRqd=1 but packet does not fall into any of IPv4, IPv6, FCoE VF, or FCoE VE "
+                     "routed categories.");
             CM_ASSERT(false);
         }
     } else if (prcVerdict(statPtr) || trapRsn == TRP_IP_HDR_VIO || trapRsn == TRP_FCOE_HDR_VIO || dropRsn == DRP_EOF ||
@@ -304,7 +300,7 @@ void composeAclLog(CmRteStat *statPtr, CmRteRslt *rsltPtr, const WinFlags &win) 
 /// Clears the hit flag `idx` of the ACL's sFlow memory on a hit and sets it when asked to, so that set beats clear.
 void aclSflowFlag(CmRteHsiMem *mem, uint32_t idx, uint32_t hit, uint32_t set) {
     if (hit || set)
-        setElem<&SflowSts::flag>(mem->RTE_ACL_STS_SFLOW_RA, idx, set != 0);
+        setFlagIn<&SflowSts::flag>(mem->RTE_ACL_STS_SFLOW_RA, idx, set != 0);
 }
 
 void composeSflow(CmRteStat *statPtr, CmRteRslt *rsltPtr, const WinFlags &win) {

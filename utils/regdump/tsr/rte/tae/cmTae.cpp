@@ -121,7 +121,7 @@ void CmTaeLkup::loadRegisterSettings() {
 }
 
 void CmTaeLkup::bankLookup(const uint32_t *key, std::vector<int> &hits, int bank) const {
-    static std::vector<int> blkHits; // kept between searches so that a search need not allocate
+    std::vector<int> &blkHits = scratch.blkHits;
     const clock_t start = std::clock();
     const int blocks = bank < static_cast<int>(TAE_FIRST_SMALL_BANK) ? 2 : 1;
     for (int block = 0; block < blocks; block++) {

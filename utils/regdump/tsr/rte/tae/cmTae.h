@@ -106,6 +106,19 @@ struct TaeL3Banks {
     tBnkIdxPair winner[kGroups];
 };
 
+/// Hits of an even IPv6 bank, for its odd neighbour.
+struct TaeMasterHits {
+    std::vector<int> hits;
+    uint32_t bank = 0;
+};
+
+/// What the searches keep between calls so that a search need not allocate.
+struct TaeScratch {
+    std::vector<int> hits;
+    std::vector<int> blkHits;
+    TaeMasterHits master;
+};
+
 /// The four words of an exact match's result, highest first; 0 without a hit.
 struct TaeExmHit {
     bool hit = false;
@@ -179,6 +192,11 @@ public:
     void mergeL2AclResults(const TaeL2Hit (&byBank)[TAE_BANKS], const tL2AclInterface &intf, TaeL2Rslt &rslt,
                            uint32_t &trapRsn);
     void setL2AclActivityMemories(tBnkIdxPair trap, tBnkIdxPair fwd, tBnkIdxPair span, tBnkIdxPair prio);
+    /// A point to go back to, and the way back: the activity bits that were set since `mark` while the thread's model
+    /// notes what frames write.
+    size_t actvMark() const { return actvNotes.size(); }
+    void undoActv(size_t mark);
+    void forgetActvNotes() { actvNotes.clear(); }
     /// Sets bit `addr` of an activity memory.
     void updateActivityMemory(const char *mem_, const char *field, uint32_t addr);
 
@@ -234,15 +252,31 @@ private:
     /// Reads the four words of result `idx` of `bank`, the highest first. Returns false without memory.
     bool readRsltWords(int idx, uint32_t bank, uint32_t (&words)[4]) const;
 
+    /// Sets bit `addr` of an activity memory, whose entries are of one word.
+    void setActvBit(EmbeddedMemory &actvMem, uint32_t addr);
+
+    /// An entry of an activity memory as it stood before a frame.
+    struct ActvNote {
+        EmbeddedMemory *mem;
+        uint32_t entry;
+        EmbeddedMemory::Kept kept;
+        uint32_t word;
+    };
+    std::vector<ActvNote> actvNotes;
+
     EmbeddedTcam *tcamBlk[TAE_BANKS][2] = {}; // of a bank with one block both are the same
     EmbeddedMemory *rsltMem[TAE_BANKS] = {};
     EmbeddedMemory *l2ActvMem[std::size(kL2ActvMems)] = {};
+    mutable TaeScratch scratch;
 };
 
-// The block's registers, memories and TCAMs. Their objects stay until the process ends.
+// The block's registers, memories and TCAMs, for freeTaeDefs to free.
 void initTaeRegDefs(tRegPtrMap &regs);
 void initTaeRamDefs(tMemPtrMap &rams);
 void initTaeTcamDefs(tTcamPtrMap &tcams);
+
+/// Frees all objects of a block that the three functions filled, with their definitions, and empties its collections.
+void freeTaeDefs(CmChipBlock &block);
 
 // The device hooks of the block's objects: there is no device, so each says so and returns -1.
 int dpiRegWrPoke(uint32_t addr, uint32_t data, bool isPoke);

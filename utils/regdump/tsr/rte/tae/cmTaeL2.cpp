@@ -1,5 +1,6 @@
 // The layer-2 search of the ACL engine, and the merge of what its banks say.
 
+#include "base/cmRteState.h"
 #include "base/cmRteVerdict.h"
 #include "base/cmUtl.h"
 #include "base/tbMsg.h"
@@ -84,8 +85,7 @@ bool CmTaeLkup::lookupL2Acl(const tL2AclInterface &intf, TaeL2Rslt &rslt, uint32
 }
 
 bool CmTaeLkup::searchL2Banks(const tL2AclInterface &intf, TaeL2Hit (&byBank)[TAE_BANKS]) {
-    static std::vector<int> hits; // kept between searches so that a search need not allocate
-
+    std::vector<int> &hits = scratch.hits;
     tBnkIdxPair winnerByGroup[TAE_BANKS];
     std::fill_n(winnerByGroup, TAE_BANKS, tBnkIdxPair{-1, 0});
     bool anyHit = false;
@@ -289,11 +289,33 @@ void CmTaeLkup::setL2AclActivityMemories(tBnkIdxPair trap, tBnkIdxPair fwd, tBnk
             updateActivityMemory(kL2ActvMems[i].mem, kL2ActvMems[i].field, addr); // says that there is none
             continue;
         }
-        M_T ln_; // one field: the word
-        if (actvMem->readEntry(addr / 32, ln_) < 0)
-            continue;
-        ln_.front().u32 |= 1u << (addr % 32);
-        actvMem->writeAt(addr / 32, ln_, false, true);
+        setActvBit(*actvMem, addr);
+    }
+}
+
+void CmTaeLkup::setActvBit(EmbeddedMemory &actvMem, uint32_t addr) {
+    const uint32_t entry = addr / 32;
+    uint32_t word = 0;
+    if (actvMem.readRaw(entry, &word) < 0)
+        return;
+    if ((word >> addr % 32 & 1) != 0 && actvMem.kept(entry) == EmbeddedMemory::Kept::LINE)
+        return;
+    if (cmState().journal)
+        actvNotes.push_back({&actvMem, entry, actvMem.kept(entry), word});
+    // One field: the word.
+    actvMem.writeAt(entry, M_T{{word | 1u << (addr % 32), 0}}, false, true);
+}
+
+void CmTaeLkup::undoActv(size_t mark) {
+    while (actvNotes.size() > mark) {
+        const ActvNote &note = actvNotes.back();
+        if (note.kept == EmbeddedMemory::Kept::RAW)
+            note.mem->writeRaw(note.entry, &note.word);
+        else if (note.kept == EmbeddedMemory::Kept::LINE)
+            note.mem->writeAt(note.entry, M_T{{note.word, 0}}, false, true);
+        else
+            note.mem->forget(note.entry);
+        actvNotes.pop_back();
     }
 }
 

@@ -42,9 +42,6 @@ template <auto Member> void putInPart(uint32_t *key, uint32_t first, uint32_t va
     }
 }
 
-/// Parameters and results of the exact match, refilled before every search.
-CmExmTbl exmTbl;
-
 /// A next hop's index, cut to the width that a result has for it.
 constexpr uint32_t nxtHopIdx(uint32_t idx) {
     return tblTake(idx, 0, tblPlace<&L3PselRslt::nxt_hop_rslt_idx>[0].width);
@@ -55,7 +52,7 @@ uint64_t segment(uint32_t hi, uint32_t lo) {
 }
 
 /// Runs the search that `exmTbl` describes; a hit gives its words of `rsltMem`.
-template <size_t N> TaeExmHit searchExm(const uint32_t (&rsltMem)[N]) {
+template <size_t N> TaeExmHit searchExm(CmExmTbl &exmTbl, const uint32_t (&rsltMem)[N]) {
     CmExmLu(&exmTbl);
     if (!exmTbl.hshHit && !exmTbl.tcamHit)
         return {};
@@ -137,13 +134,6 @@ const uint32_t *bankKey(const tL3AclInterface &intf, const TaeL3Banks &banks, ui
     }
 }
 
-/// Hits of an even IPv6 bank, for its odd neighbour. Kept between searches so that a search need not allocate.
-struct MasterHits {
-    std::vector<int> hits;
-    uint32_t bank = 0;
-};
-MasterHits master;
-
 } // namespace
 
 TaeL3Banks CmTaeLkup::l3Banks() const {
@@ -157,8 +147,8 @@ TaeL3Banks CmTaeLkup::l3Banks() const {
 }
 
 void CmTaeLkup::searchL3Bank(const tL3AclInterface &intf, uint32_t bank, const uint32_t *key, TaeL3Banks &banks) {
-    static std::vector<int> hits; // kept between searches so that a search need not allocate
-
+    std::vector<int> &hits = scratch.hits;
+    TaeMasterHits &master = scratch.master;
     const enumBankType type = banks.type[bank];
     uint32_t cells[kKeyWords];
     std::copy_n(key, kKeyWords, cells);
@@ -207,8 +197,8 @@ TaeExmHit CmTaeLkup::ipv6Exm(const tL3AclInterface &intf) {
 
 int32_t CmTaeLkup::lookupL3Acl(tL3AclInterface &intf, L3PselRslt *out) {
     igPort = intf.portNum;
-    master.hits.clear();
-    master.bank = 0;
+    scratch.master.hits.clear();
+    scratch.master.bank = 0;
     TaeL3Banks banks = l3Banks();
     for (uint32_t bank = 0; bank < TAE_BANKS; bank++) {
         if (!bankEnabled(bank))
@@ -325,7 +315,7 @@ uint32_t CmTaeLkup::doIpv6ExmLu(uint32_t *key, L3PselRslt *out) {
 }
 
 TaeExmHit CmTaeLkup::searchIpv4Exm(const uint32_t *key) {
-    exmTbl = {};
+    CmExmTbl exmTbl;
     exmTbl.hshKeySiz = 86;
     exmTbl.u64HshSwap = segment(regs.ipv4_exm_swap_ctrl_0(), regs.ipv4_exm_swap_ctrl_1());
     exmTbl.u64HshKey = key[0];
@@ -340,11 +330,11 @@ TaeExmHit CmTaeLkup::searchIpv4Exm(const uint32_t *key) {
 
     if (!regs.ipv4_exm_en() || regs.ipv4_exm_pwrdn())
         return {};
-    return searchExm(memPtr->TAE_IPV4_EXM_RSLT);
+    return searchExm(exmTbl, memPtr->TAE_IPV4_EXM_RSLT);
 }
 
 TaeExmHit CmTaeLkup::searchIpv6Exm(const uint32_t *key) {
-    exmTbl = {};
+    CmExmTbl exmTbl;
     exmTbl.hshKeySiz = 276;
     // The key fills the last nine words of its segments, so the first swap register steers segment 3.
     exmTbl.u64HshSwap1 = regs.ipv6_exm_swap_ctrl_0();
@@ -365,7 +355,7 @@ TaeExmHit CmTaeLkup::searchIpv6Exm(const uint32_t *key) {
 
     if (!regs.ipv6_exm_en() || regs.ipv6_exm_pwrdn())
         return {};
-    return searchExm(memPtr->TAE_IPV6_EXM_RSLT);
+    return searchExm(exmTbl, memPtr->TAE_IPV6_EXM_RSLT);
 }
 
 void CmTaeLkup::readL3AclResultBank(tL3AclInterface, int idx, uint32_t bank, L3PselRslt *out) {

@@ -1,8 +1,8 @@
-// The named objects of the TAE block, built from its tables. They stay until the process ends.
+// The named objects of the TAE block, built from its tables.
 
+#include "base/cmOut.h"
 #include "tae/cmTae.h"
 
-#include <cstdio>
 #include <string>
 
 namespace {
@@ -120,13 +120,30 @@ void initTaeTcamDefs(tTcamPtrMap &tcams) {
     }
 }
 
+/// Frees the objects of one collection, and their definitions.
+template <class Map> static void freeAll(Map &objects) {
+    for (const auto &[name, object] : objects) {
+        delete object->pMemRegDef;
+        delete object;
+    }
+    objects.clear();
+}
+
+void freeTaeDefs(CmChipBlock &block) {
+    freeAll(block.RegCollection);
+    freeAll(block.RamCollection);
+    for (const auto &[name, tcam] : block.TcamCollection)
+        delete tcam; // it has a definition of its own
+    block.TcamCollection.clear();
+}
+
 static int refuseWrite() {
-    std::printf("USAGE ERROR: No DUT write allowed in Ref Model\n");
+    cmPrintf("USAGE ERROR: No DUT write allowed in Ref Model\n");
     return -1;
 }
 
 static int refuseRead() {
-    std::printf("USAGE ERROR: No DUT read allowed in Ref Model\n");
+    cmPrintf("USAGE ERROR: No DUT read allowed in Ref Model\n");
     return -1;
 }
 

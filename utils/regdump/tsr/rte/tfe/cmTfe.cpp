@@ -1,10 +1,9 @@
 #include "tfe/cmTfe.h"
 
+#include "base/cmOut.h"
 #include "base/cmUtl.h"
 #include "base/keyShuffle.h"
 #include "base/tbMsg.h"
-
-#include <cstdio>
 
 #define KEY KEY_MOVE_CNT
 #define FLD FLD_MOVE_CNT
@@ -160,6 +159,6 @@ int CmTfeLue::lookupL3Lpm(const TFE_LUE_INPUT *input, TFE_LUE_RSLT *rslt) const 
 }
 
 int CmTfeLue::tfeCkStats() {
-    std::printf("Function %s not yet implemented, file: %s line: %d\n", __PRETTY_FUNCTION__, __FILE_NAME__, __LINE__);
+    cmPrintf("Function %s not yet implemented, file: %s line: %d\n", __PRETTY_FUNCTION__, __FILE_NAME__, __LINE__);
     return 0;
 }

@@ -1,0 +1,8 @@
+#include "cmStop.h"
+
+thread_local bool cmStopThrows = false;
+
+void cmStop(const std::string &message) {
+    if (cmStopThrows)
+        throw CmStopped{message};
+}
