@@ -9,7 +9,7 @@ readonly table='
 image:
 mem_reg_model:
 layout:
-base: tsr_reg.h layout cmStop.h
+base: tsr_reg.h layout cmStop.h cmTcamIdx.h
 tfe: base layout
 tae: base mem_reg_model layout
 tbl: base tfe tae layout be_word.h tsr_reg_dump.h

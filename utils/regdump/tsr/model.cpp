@@ -2,6 +2,7 @@
 
 #include "base/cmRteJournal.h"
 #include "base/cmRteState.h"
+#include "base/cmTcamIdxs.h"
 #include "cmStop.h"
 #include "dmp_overlay.h"
 #include "hsi/cmRteHsi.h"
@@ -103,6 +104,7 @@ struct Model::Impl {
     std::set<uint32_t> changed; // since the load
     DmpOverlay overlay;
     CmRteJournal journal;
+    std::unique_ptr<CmTcamIdxs> idxs;
     CmRteState state;
     CmRte *chip = nullptr;
     std::unique_ptr<Regs> loaded = std::make_unique<Regs>();
@@ -151,12 +153,19 @@ Model::Impl::Impl(const tsr_dmp_t *image_, std::span<const DumpWord> changes) : 
     }
     state.out = {.toStdio = false, .sink = nullptr};
     state.dmp = &overlay;
+    state.timesAcl = false;
     {
         const Scope scope(state, nullptr);
         chip = loadChip(image, &overlay);
     }
     saveAll(*loaded);
     state.journal = &journal;
+    const auto words = [](const auto &memories) {
+        return std::span(reinterpret_cast<const uint32_t *>(&memories), sizeof memories / sizeof(uint32_t));
+    };
+    idxs =
+        std::make_unique<CmTcamIdxs>(std::vector{words(chip->mem), words(chip->tfePtr->mem), words(chip->taePtr->mem)});
+    state.idxs = idxs.get();
 }
 
 void Model::Impl::saveAll(Regs &to) const {
@@ -238,6 +247,7 @@ void Model::Impl::settle() {
     if (!edited)
         return;
     edited = false;
+    idxs->writtenAll();
     saveAll(*loaded);
 }
 

@@ -390,7 +390,7 @@ int EmbeddedMemoryArray::readEntry(uint32_t addr, M_T &out, bool dutRd, bool isP
         return -1;
     std::vector<uint32_t> words(std::max(pMemRegDef->keyWords(), nwords));
     for (uint32_t w = 0; w < nwords; w++)
-        words[w] = word(addr, w);
+        words[w] = plane(w)[addr];
     pMemRegDef->unpackBinaryKey(words.data(), out);
     if (dutRd)
         compareWithDut(*this, addr, out, isPeek);
@@ -443,10 +443,42 @@ bool EmbeddedTcamArray::compareKey(const uint32_t *srchKey, const uint32_t *xval
     return true;
 }
 
+const CmTcamIdx *EmbeddedTcamArray::index() const {
+    if (searchedAt != pMemXY->writes()) {
+        searchedAt = pMemXY->writes();
+        idx.reset();
+        return nullptr;
+    }
+    const uint32_t nwords = pMemXY->nwords;
+    if (!idx && nwords > 0 && nwords <= CmTcamIdx::kMaxWords) {
+        idx = std::make_unique<CmTcamIdx>(memSize(), nwords, [&](uint32_t i, CmTcamIdx::Row &row) {
+            uint32_t never = 0;
+            for (uint32_t w = 0; w < nwords; w++) {
+                const uint32_t *xy = pMemXY->plane(w) + 2 * static_cast<size_t>(i);
+                row.want[w] = xy[0];
+                row.care[w] = xy[0] | xy[1];
+                never |= xy[0] & xy[1];
+            }
+            return never == 0;
+        });
+    }
+    return idx && idx->isWorth() ? idx.get() : nullptr;
+}
+
 void EmbeddedTcamArray::doLookup(const uint32_t *key, std::vector<int> &hits) const {
     hits.clear();
     if (!pMemXY->pMemRegDef)
         return;
+    const CmTcamIdx *by = index();
+    if (!by)
+        return walk(key, hits);
+    by->all(key, [&](uint32_t i) {
+        hits.push_back(static_cast<int>(i));
+        return true;
+    });
+}
+
+void EmbeddedTcamArray::walk(const uint32_t *key, std::vector<int> &hits) const {
     const uint32_t nwords = pMemXY->nwords;
     const uint32_t entries = memSize();
     // The first words of a run of entries are tested together; few runs hold an entry that passes. Those are tested

@@ -2,6 +2,8 @@
 // Named registers, memories and TCAMs: objects that are found by name, and fields of a word that are read and written
 // by name. A device under test could stand behind each object; in this system none does.
 
+#include "cmTcamIdx.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -198,11 +200,17 @@ public:
     virtual void copyContentToRtl() {}
     virtual void copyContentFromRtl() {}
 
-    /// Word `w` of row `addr`; both must lie inside the memory.
-    uint32_t &word(uint32_t addr, uint32_t w) { return memContent[static_cast<size_t>(w) * stride + addr]; }
+    /// Word `w` of row `addr`, for a write; both must lie inside the memory. The reference is for that write alone.
+    uint32_t &word(uint32_t addr, uint32_t w) {
+        writeCnt++;
+        return memContent[static_cast<size_t>(w) * stride + addr];
+    }
     const uint32_t *plane(uint32_t w) const { return &memContent[static_cast<size_t>(w) * stride]; }
     /// Fills the first `byteCnt` bytes, counted in whole rows, with `byte`.
     void fill(uint8_t byte, uint32_t byteCnt);
+
+    /// Counts the writes, so that one who keeps something of the contents sees that they have changed.
+    uint64_t writes() const { return writeCnt; }
 
     uint32_t memSize; // rows
     uint32_t nwords;  // words of a row
@@ -213,6 +221,7 @@ private:
         void operator()(uint32_t *p) const { std::free(p); }
     };
     size_t stride; // words from one plane to the next
+    uint64_t writeCnt = 0;
     std::unique_ptr<uint32_t[], Free> memContent;
 };
 
@@ -222,7 +231,8 @@ public:
     /// `def` gives the TCAM's entries and the fields of its key; it is copied.
     EmbeddedTcamArray(const MemoryDefinition *def, tDutWrPoke wrPoke, tDutRdPeek rdPeek);
     virtual ~EmbeddedTcamArray() = default;
-    /// All entries that match the nwords words of `key`, lowest first.
+    /// All entries that match the nwords words of `key`, lowest first. From the second search of unchanged entries on
+    /// it goes by an index.
     virtual void doLookup(const uint32_t *key, std::vector<int> &hits) const;
     /// Write and read an entry. Return 0, or -1 on any error.
     virtual int writeXYAt(uint32_t index_, const M_T &yval, const M_T &xval, bool dutWr, bool isPoke);
@@ -239,10 +249,19 @@ public:
     uint32_t memSize() const { return pMemXY->memSize / 2; }
 
 private:
+    /// The index of the rows as they stand; null for the first search of unchanged rows, and where it would not pay.
+    const CmTcamIdx *index() const;
+    /// The search that walks the rows.
+    void walk(const uint32_t *key, std::vector<int> &hits) const;
+
     MemoryDefinition rowDef; // the array's: the TCAM's with twice the entries
 
 public:
     std::unique_ptr<EmbeddedMemoryArray> pMemXY;
+
+private:
+    mutable std::unique_ptr<CmTcamIdx> idx;
+    mutable uint64_t searchedAt = UINT64_MAX; // the writes at the last search
 };
 using EmbeddedTcam = EmbeddedTcamArray;
 

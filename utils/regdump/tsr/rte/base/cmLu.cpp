@@ -1,5 +1,7 @@
 #include "base/cmLu.h"
 
+#include "base/cmRteState.h"
+#include "base/cmTcamIdxs.h"
 #include "base/cmUtl.h"
 #include "cmStop.h"
 #include "tbl/tsr_tbl.h"
@@ -98,6 +100,24 @@ bool walkClass(uint32_t keyBytes, CmLuMem tcam, const KeyWords &key, uint64_t fi
     return true;
 }
 
+/// Words of a bucket entry, or of half an entry of a TCAM, for a key of `keyBytes` bytes.
+uint32_t keyWdCnt(uint32_t keyBytes) {
+    return keyBytes <= 4 ? 1 : keyBytes <= 8 ? 2 : keyBytes <= 16 ? 4 : keyBytes <= 32 ? 8 : 16;
+}
+
+/// The index by which the first `entryCnt` entries of a TCAM are searched, null when they have to be walked: it stands
+/// for the whole memory. A search of parts by bank enables walks.
+const CmTcamIdx *indexOf(uint32_t keyBytes, CmLuMem tcam, uint64_t entryCnt) {
+    CmTcamIdxs *idxs = cmState().idxs;
+    if (!idxs || keyBytes > 64)
+        return nullptr;
+    const uint32_t words = keyWdCnt(keyBytes);
+    return tcam.size() == entryCnt * 2 * words ? idxs->find(tcam, words) : nullptr;
+}
+const CmTcamIdx *indexOf(const CmTcamTbl *tblPtr, uint32_t keyBytes) {
+    return tblPtr->tcamBnkSiz == 0 ? indexOf(keyBytes, tblPtr->tcam, tblPtr->tcamSiz) : nullptr;
+}
+
 /// Calls `walk(first, last)` for each run of entries that the bank enables leave on, until it returns false.
 template <class Walk> void walkBanks(const CmTcamTbl *tblPtr, Walk walk) {
     const uint32_t bnkSiz = tblPtr->tcamBnkSiz;
@@ -184,11 +204,6 @@ uint32_t hashKey(const CmExmTbl *tblPtr) {
     return CmEnetCrcCalc(keyBytes, buffer);
 }
 
-/// Words of a bucket entry for a key of `keyBytes` bytes.
-uint32_t keyWdCnt(uint32_t keyBytes) {
-    return keyBytes <= 4 ? 1 : keyBytes <= 8 ? 2 : keyBytes <= 16 ? 4 : keyBytes <= 32 ? 8 : 16;
-}
-
 /// Puts the words of a key into its 64-bit segments.
 void setSegments(uint64_t *const (&segLst)[kKeyWdCnt / 2], const uint32_t *words, uint32_t wordCnt) {
     for (uint32_t i = 0; i + 1 < wordCnt; i += 2)
@@ -226,11 +241,18 @@ void searchKey(CmExmTbl *tblPtr, uint32_t posBits) {
     }
 
     uint32_t tcamIdx = 0;
-    walkClass(keyBytes, tblPtr->tcam, key, 0, tblPtr->tcamSiz, [&](uint32_t i) {
+    const auto onHit = [&](uint32_t i) {
         tblPtr->tcamHit = 1;
         tcamIdx = total - tblPtr->tcamSiz + i;
         return false;
-    });
+    };
+    if (const CmTcamIdx *idx = indexOf(keyBytes, tblPtr->tcam, tblPtr->tcamSiz)) {
+        const uint32_t i = idx->first(key.w);
+        if (i != CmTcamIdx::kNone)
+            onHit(i);
+    } else {
+        walkClass(keyBytes, tblPtr->tcam, key, 0, tblPtr->tcamSiz, onHit);
+    }
 
     if (tblPtr->hshHit)
         tblPtr->rsltIdx = bucketIdx;
@@ -250,21 +272,26 @@ void CmTcamLu(CmTcamTbl *tblPtr) {
     const uint32_t keyBytes = bytesOf(tblPtr->keySiz);
     const KeyWords key = tcamKey(tblPtr);
     bool firstNoted = false;
-    if (keyBytes <= 16)
-        walkBanks(tblPtr, [&](uint64_t first, uint64_t last) {
-            return walkClass(keyBytes, tblPtr->tcam, key, first, last, [&](uint32_t i) {
-                if (tblPtr->hitCount == kHitListSiz)
-                    return false;
-                // The chip flags a hit of a short key before it asks for the first one, so it notes none.
-                if (keyBytes > 4 && !tblPtr->tcamHit) {
-                    tblPtr->rsltIdx = i;
-                    firstNoted = true;
-                }
-                tblPtr->tcamHit = 1;
-                tblPtr->hitList[tblPtr->hitCount++] = i;
-                return true;
+    const auto onHit = [&](uint32_t i) {
+        if (tblPtr->hitCount == kHitListSiz)
+            return false;
+        // The chip flags a hit of a short key before it asks for the first one, so it notes none.
+        if (keyBytes > 4 && !tblPtr->tcamHit) {
+            tblPtr->rsltIdx = i;
+            firstNoted = true;
+        }
+        tblPtr->tcamHit = 1;
+        tblPtr->hitList[tblPtr->hitCount++] = i;
+        return true;
+    };
+    if (keyBytes <= 16) {
+        if (const CmTcamIdx *idx = indexOf(tblPtr, keyBytes))
+            idx->all(key.w, onHit);
+        else
+            walkBanks(tblPtr, [&](uint64_t first, uint64_t last) {
+                return walkClass(keyBytes, tblPtr->tcam, key, first, last, onHit);
             });
-        });
+    }
     if (!firstNoted)
         tblPtr->rsltIdx = tblPtr->rsltUnkIdx;
     readRslt(tblPtr);
@@ -280,13 +307,20 @@ void CmTcamLu1Hot(CmTcamTbl *tblPtr) {
         std::exit(0);
     }
     const KeyWords key = tcamKey(tblPtr);
-    walkBanks(tblPtr, [&](uint64_t first, uint64_t last) {
-        return walkClass(keyBytes, tblPtr->tcam, key, first, last, [&](uint32_t i) {
-            tblPtr->tcamHit = 1;
-            tblPtr->rsltIdx = i;
-            return false;
+    const auto onHit = [&](uint32_t i) {
+        tblPtr->tcamHit = 1;
+        tblPtr->rsltIdx = i;
+        return false;
+    };
+    if (const CmTcamIdx *idx = indexOf(tblPtr, keyBytes)) {
+        const uint32_t i = idx->first(key.w);
+        if (i != CmTcamIdx::kNone)
+            onHit(i);
+    } else {
+        walkBanks(tblPtr, [&](uint64_t first, uint64_t last) {
+            return walkClass(keyBytes, tblPtr->tcam, key, first, last, onHit);
         });
-    });
+    }
     if (!tblPtr->tcamHit)
         tblPtr->rsltIdx = tblPtr->rsltUnkIdx;
     readRslt(tblPtr);

@@ -56,6 +56,7 @@ struct CmRteState {
     CmRteMsg msg;
     CmRteOut out;
     uint32_t dropRsn = 0;              // the reason for which the model dropped the last frame, kNoRsn for none
+    bool timesAcl = true;              // acl_cpu_time is kept: two system calls a bank
     CmRteJournal *journal = nullptr;   // notes what a frame overwrites; null: nothing is noted
     CmRteObserver *observer = nullptr; // told of every row that is read or hit; null: nobody
     DmpOverlay *dmp = nullptr;         // changed words of the image that the stages read; null: none

@@ -1,6 +1,7 @@
 #include "hsi/cmRteHsiMem.h"
 
 #include "base/cmRteState.h"
+#include "base/cmTcamIdxs.h"
 #include "be_word.h"
 
 #include <algorithm>
@@ -69,16 +70,25 @@ template <size_t N> const MemRange *findRange(const std::array<MemRange, N> &map
     return &*(behind - 1);
 }
 
+/// Tells the indexes of the thread's model of words that are written.
+void tellWritten(const uint32_t *at, size_t cnt) {
+    if (CmTcamIdxs *idxs = cmState().idxs)
+        idxs->written(at, cnt);
+}
+
 /// Writes word `idx` of the memory whose words start at `mem`.
 void writeWord(const MemRange &range, uint32_t *mem, uint32_t *hldRegLst, uint32_t idx, uint32_t data) {
     if (range.n == 1) {
+        tellWritten(mem + idx, 1);
         mem[idx] = data & range.mask[0];
         return;
     }
     const uint32_t w = idx % range.n;
     hldRegLst[w] = data & range.mask[w];
-    if (w == range.n - 1)
-        std::copy_n(hldRegLst, range.n, mem + idx - w);
+    if (w != range.n - 1)
+        return;
+    tellWritten(mem + idx - w, range.n);
+    std::copy_n(hldRegLst, range.n, mem + idx - w);
 }
 
 /// Copies `cnt` words in host order, masked; `dst` stands at the first word of an entry.
@@ -140,6 +150,7 @@ uint32_t memWrRun(const std::array<MemRange, N> &map, uint32_t *words, uint32_t 
         writeWord(*range, mem, hldRegLst, idx, hostWord(beWords[done]));
     const uint32_t whole = (cnt - done) / range->n * range->n;
     if (whole > 0) {
+        tellWritten(mem + idx, whole);
         copyMasked(*range, mem + idx, beWords + done, whole);
         done += whole;
         idx += whole;

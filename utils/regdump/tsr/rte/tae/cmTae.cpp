@@ -2,6 +2,7 @@
 
 #include "tae/cmTae.h"
 
+#include "base/cmRteState.h"
 #include "base/tbMsg.h"
 
 #include <algorithm>
@@ -122,7 +123,8 @@ void CmTaeLkup::loadRegisterSettings() {
 
 void CmTaeLkup::bankLookup(const uint32_t *key, std::vector<int> &hits, int bank) const {
     std::vector<int> &blkHits = scratch.blkHits;
-    const clock_t start = std::clock();
+    const bool timed = cmState().timesAcl;
+    const clock_t start = timed ? std::clock() : 0;
     const int blocks = bank < static_cast<int>(TAE_FIRST_SMALL_BANK) ? 2 : 1;
     for (int block = 0; block < blocks; block++) {
         const EmbeddedTcam *tcam = getAclTcamBlockPointer(bank, block);
@@ -133,7 +135,8 @@ void CmTaeLkup::bankLookup(const uint32_t *key, std::vector<int> &hits, int bank
             hit += block * static_cast<int>(TAE_BLK_ENTRIES);
         hits.insert(hits.end(), blkHits.begin(), blkHits.end());
     }
-    acl_cpu_time += static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+    if (timed)
+        acl_cpu_time += static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }
 
 EmbeddedTcam *CmTaeLkup::getAclTcamBlockPointer(int bank, int block) const {

@@ -137,7 +137,7 @@ inline constexpr TaeActvMem kL2ActvMems[] = {
     {"TAE_L2_PRIO_ACTV_MEM", "u_actv_mem_l2_prio"},
 };
 
-/// Seconds of process time spent in TCAM searches.
+/// Seconds of process time spent in TCAM searches; those of a Model do not count.
 extern double acl_cpu_time;
 
 class CmTaeLkup : public CmChipBlock {

@@ -1,6 +1,8 @@
 #include "tfe/cmTfe.h"
 
 #include "base/cmOut.h"
+#include "base/cmRteState.h"
+#include "base/cmTcamIdxs.h"
 #include "base/cmUtl.h"
 #include "base/keyShuffle.h"
 #include "base/tbMsg.h"
@@ -114,6 +116,39 @@ uint32_t defaultRslt(const CmTfeHsiComReg &reg, const TFE_LUE_INPUT &input) {
     }
 #include "tfe/cmTfeKey.def"
 
+/// The banks that are on for the searches of a protocol, a bit each; a bank without protocol counts among none.
+static uint32_t banksOf(const CmTfeHsiComReg &reg, uint32_t prtcl) {
+    uint32_t banks = reg.tfe_bank_en & (reg.tfe_bank_pwrdn ^ 0x1fff) & 0x1fff;
+    for (uint32_t bank = 0; bank < kBanks; bank++) {
+        if (bits(reg.bank_prtcl_sel, 2 * bank + 1, 2 * bank) != prtcl)
+            banks &= ~(1u << bank);
+    }
+    return banks;
+}
+
+/// The bank that holds word `word` of the TCAM.
+static uint32_t bankAt(uint32_t word) {
+    constexpr uint32_t small = kBigBanks * kBigBankWords;
+    return word < small ? word / kBigBankWords : kBigBanks + (word - small) / kSmallBankWords;
+}
+
+bool CmTfeLue::searchByIndex(const TFE_LUE_INPUT &input, uint32_t prtcl, bool &found, uint32_t &rsltIdx) const {
+    CmTcamIdxs *idxs = cmState().idxs;
+    // Who listens hears of each bank.
+    if (!idxs || dbgLvl || !cmSilent())
+        return false;
+    const uint32_t banks = banksOf(*comRegPtr, prtcl);
+    const uint32_t words = input.ipv6_srch ? 8 : 2;
+    const CmTcamIdx *idx = idxs->find(memPtr->TFE_TCAM, words, prtcl, banks,
+                                      [&](uint32_t row) { return bit(banks, bankAt(row * 2 * words)) != 0; });
+    if (!idx)
+        return false;
+    const uint32_t row = idx->first(input.key);
+    found = row != CmTcamIdx::kNone;
+    rsltIdx = found ? row * words / 2 : 0; // an IPv6 entry takes four steps of the address map
+    return true;
+}
+
 int CmTfeLue::lookupL3Lpm(const TFE_LUE_INPUT *input, TFE_LUE_RSLT *rslt) const {
     const CmTfeHsiComReg &reg = *comRegPtr;
     const uint32_t *key = input->key;
@@ -125,7 +160,8 @@ int CmTfeLue::lookupL3Lpm(const TFE_LUE_INPUT *input, TFE_LUE_RSLT *rslt) const 
     const uint32_t prtcl = input->ipv4_srch ? PRTCL_IPV4 : input->ipv6_srch ? PRTCL_IPV6 : PRTCL_FCOE;
     const uint32_t active = reg.tfe_bank_en & (reg.tfe_bank_pwrdn ^ 0x1fff);
     BankHit found;
-    for (uint32_t bank = 0; bank < kBanks && !found.found; bank++) {
+    const bool byIndex = searchByIndex(*input, prtcl, found.found, found.rsltIdx);
+    for (uint32_t bank = 0; bank < kBanks && !byIndex && !found.found; bank++) {
         if (!bit(active, bank))
             continue;
         const uint32_t bankPrtcl = tblPieceBits(&reg.bank_prtcl_sel, kBankPrtclElems.piece(bank));

@@ -74,4 +74,9 @@ public:
     uint32_t dbgLvl; // not 0: print the search trace
     CmTfeHsiComReg comReg;
     CmTfeHsiMem mem;
+
+private:
+    /// Searches the banks of protocol `prtcl` by an index. Returns false when there is none, and the banks are to be
+    /// walked.
+    bool searchByIndex(const TFE_LUE_INPUT &input, uint32_t prtcl, bool &found, uint32_t &rsltIdx) const;
 };
