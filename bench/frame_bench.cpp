@@ -4,7 +4,10 @@
 // configuration. The worst cases program the chip themselves, on top of it.
 
 #include "base/cmRte.h"
+#include "base/cmRteState.h"
+#include "base/cmTcamIdxs.h"
 #include "cm_rte_wrapper.h"
+#include "model.h"
 #include "prc/cmRtePrc.h"
 #include "regdump_util.h"
 #include "tae/cmTae.h"
@@ -16,16 +19,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <random>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
 
 const uint32_t kPort = 1;
 
-/// Loads the model from the dump that the environment names.
-void loadModel() {
+/// The header and the image of the dump that the environment names; the caller frees it.
+asic_dump_hdr_t *readDump() {
     char *name = std::getenv("FRAME_BENCH_DUMP");
     int fd = -1;
     asic_dump_hdr_t *hdr = nullptr;
@@ -33,9 +38,27 @@ void loadModel() {
         std::fprintf(stderr, "frame_bench: FRAME_BENCH_DUMP must name a dump\n");
         std::exit(1);
     }
+    close(fd);
+    return hdr;
+}
+
+/// Loads the model that the stages use.
+void loadModel() {
+    asic_dump_hdr_t *hdr = readDump();
     rte_memory_init(reinterpret_cast<tsr_dmp_t *>(hdr + 1));
     std::free(hdr);
 }
+
+/// A dump and the model of the library that holds it.
+struct Loaded {
+    Loaded() : hdr(readDump()), model(reinterpret_cast<const tsr_dmp_t *>(hdr.get() + 1)) {}
+
+    struct Free {
+        void operator()(asic_dump_hdr_t *dump) const { std::free(dump); }
+    };
+    std::unique_ptr<asic_dump_hdr_t, Free> hdr;
+    Model model;
+};
 
 std::vector<uint8_t> fromHex(const std::string &digits) {
     std::vector<uint8_t> bytes;
@@ -153,9 +176,8 @@ void fillTcam(uint32_t addr, uint32_t entries, uint32_t halfWords) {
     }
 }
 
-/// Whole frames with every TCAM full and all 30 ACL banks searched.
-void BM_FrameFullTcams(benchmark::State &state) {
-    loadModel();
+/// Fills every TCAM and has all 30 ACL banks searched.
+void fillTcams() {
     fillTcam(0x3cfa000, 512, 1);     // own RBridge nicknames
     fillTcam(0x3cc8000, 1024, 2);    // layer-2 control
     fillTcam(0x3b90000, 2048, 4);    // MAC classes
@@ -174,8 +196,63 @@ void BM_FrameFullTcams(benchmark::State &state) {
     CmRteHsiWr(rte_mem, 0xf002c, 0x3fffffff);
     for (uint32_t addr = 0xf0034; addr <= 0xf0040; addr += 4)
         CmRteHsiWr(rte_mem, addr, 0); // all banks have the layer-2 IP key
+}
+
+/// Whole frames with every TCAM full and all 30 ACL banks searched.
+void BM_FrameFullTcams(benchmark::State &state) {
+    loadModel();
+    fillTcams();
     runFrames(state, buffers(mixedFrames()));
     rte_memory_free();
+}
+
+/// Runs frames through one load, quiet, in turn.
+void routeFrames(benchmark::State &state, Model &model, const std::vector<std::vector<uint8_t>> &frames) {
+    Verdict verdict;
+    size_t next = 0;
+    for (size_t i = 0; i < 4 * frames.size(); i++)
+        model.route(kPort, frames[i % frames.size()], {}, verdict); // the second search of a memory builds its index
+    for (auto _ : state) {
+        model.route(kPort, frames[next], {}, verdict);
+        benchmark::DoNotOptimize(verdict);
+        next = (next + 1) % frames.size();
+    }
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
+}
+
+void BM_ModelFrame(benchmark::State &state) {
+    Loaded loaded;
+    routeFrames(state, loaded.model, mixedFrames());
+}
+
+/// The same with frames of up to `state.range(0)` bytes.
+void BM_ModelFrameOfBytes(benchmark::State &state) {
+    Loaded loaded;
+    std::vector<std::vector<uint8_t>> frames = mixedFrames();
+    for (auto &frame : frames)
+        frame.resize(static_cast<size_t>(state.range(0)));
+    routeFrames(state, loaded.model, frames);
+}
+
+void BM_ModelFrameFullTcams(benchmark::State &state) {
+    Loaded loaded;
+    rte_mem = &loaded.model.edit();
+    fillTcams();
+    rte_mem = nullptr;
+    routeFrames(state, loaded.model, mixedFrames());
+}
+
+/// One changed word and its way back, with a frame between: a register, and an entry of a memory.
+void BM_ModelChange(benchmark::State &state) {
+    Loaded loaded;
+    const auto frames = mixedFrames();
+    const uint32_t offset = state.range(0) ? offsetof(tsr_dmp_t, rte_l2_exm_rslt) : offsetof(tsr_dmp_t, rte_l2_typ_len);
+    Verdict verdict;
+    for (auto _ : state) {
+        loaded.model.change({offset, 0x12345678});
+        loaded.model.route(kPort, frames[0], {}, verdict);
+        loaded.model.revert();
+    }
 }
 
 /// The load of the model, for comparison.
@@ -217,6 +294,47 @@ void lpmScan(benchmark::State &state, uint32_t prtcl, uint32_t keyWords) {
     rte_memory_free();
 }
 
+/// Both LPM searches of a routed frame by the index of a model, over 360,448 entries with `state.range(0)` masks, in
+/// which no entry matches.
+void BM_LpmByMask(benchmark::State &state) {
+    const auto engine = std::make_unique<CmTfeLue>();
+    engine->comReg = {};
+    engine->comReg.tfe_bank_en = 0x1fff;
+    std::mt19937 random;
+    const auto masks = static_cast<uint32_t>(state.range(0));
+    for (uint32_t i = 0; i < 360448; i++) {
+        uint32_t *entry = &engine->mem.TFE_TCAM[size_t{i} * 4];
+        const uint32_t care = ~uint32_t{0} << 8 ^ (i % masks) << 12;
+        const auto want = static_cast<uint32_t>(random());
+        entry[0] = 1; // of the VRF: the key has 0
+        entry[1] = want & care;
+        entry[2] = 0;
+        entry[3] = ~want & care;
+    }
+    CmTcamIdxs idxs({engine->mem.TFE_TCAM});
+    const auto own = std::make_unique<CmRteState>();
+    own->idxs = &idxs;
+    own->out.toStdio = false;
+    cmRteState = own.get();
+    TFE_LUE_INPUT input{};
+    input.ipv4_srch = 1;
+    TFE_LUE_RSLT rslt{};
+    uint32_t key[2] = {};
+    input.key = key;
+    engine->lookupL3Lpm(&input, &rslt);
+    engine->lookupL3Lpm(&input, &rslt); // builds the index
+    for (auto _ : state) {
+        for (uint32_t da_lkup = 0; da_lkup < 2; da_lkup++) {
+            key[1] = static_cast<uint32_t>(random());
+            input.da_lkup = da_lkup & 1;
+            engine->lookupL3Lpm(&input, &rslt);
+            if (rslt.hit)
+                state.SkipWithError("the search must not hit");
+        }
+    }
+    cmRteState = nullptr;
+}
+
 void BM_LpmScanIpv4(benchmark::State &state) {
     lpmScan(state, 0, 2);
 }
@@ -230,6 +348,11 @@ BENCHMARK(BM_FrameFullTcams)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Load)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_LpmScanIpv4)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_LpmScanIpv6)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_LpmByMask)->Arg(1)->Arg(100)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ModelFrame)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ModelFrameOfBytes)->Arg(64)->Arg(512)->Arg(1518)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ModelFrameFullTcams)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ModelChange)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

@@ -61,17 +61,30 @@ L2MacKey macKey(const CmRteStat *statPtr) {
             .sa = statPtr->l2MacClsSa};
 }
 
-MacHits searchMac(const CmRteStat *statPtr) {
-    MacLkup lkup;
-    lkup.setKey(macKey(statPtr));
-    CM_TRACE(1, "[TCAM][L2Mac] Search with Key: 0x%llx %llx\n", lkup.key().qword(0), lkup.key().qword(1));
-
-    MacHits hits;
+/// Searches each sub-table for itself with the key of `lkup`.
+void searchMacTbls(const CmRteStat *statPtr, MacLkup &lkup, MacHits &hits) {
     for (uint32_t tbl = 0; tbl < kMacTblCnt; tbl++) {
         lkup.searchIn(statPtr->memPtr, tbl * kMacTblEntries, kMacTblEntries);
         hits.hit[tbl] = lkup.hit();
         hits.entry[tbl] = lkup.idx();
     }
+}
+
+MacHits searchMac(const CmRteStat *statPtr) {
+    MacLkup lkup;
+    lkup.setKey(macKey(statPtr));
+    CM_TRACE(1, "[TCAM][L2Mac] Search with Key: 0x%llx %llx\n", lkup.key().qword(0), lkup.key().qword(1));
+
+    MacHits hits{};
+    lkup.searchIn(statPtr->memPtr, 0, MacLkup::kEntries);
+    for (const uint32_t row : lkup.hits()) {
+        const uint32_t tbl = row / kMacTblEntries;
+        if (!hits.hit[tbl])
+            hits.entry[tbl] = row % kMacTblEntries;
+        hits.hit[tbl] = 1;
+    }
+    if (lkup.hits().size() == kHitListSiz)
+        searchMacTbls(statPtr, lkup, hits); // there may be more hits than one search lists
     if (!prcVerdict(statPtr))
         lkup.captureKey(statPtr, his::l2_mac_tcam_key);
     return hits;
