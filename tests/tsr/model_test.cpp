@@ -5,6 +5,7 @@
 #include "base/cmRteState.h"
 #include "cmStop.h"
 #include "random_chip.h"
+#include "route_corpus.h"
 #include "route_input.h"
 #include "run_program.h"
 #include "same_model.h"
@@ -43,6 +44,15 @@ std::vector<Arrival> arrivals(FrameMaker &maker, const DumpBuilder &dump, size_t
             list.push_back({maker.below(TSR_PORTS), maker.frame()});
     }
     return list;
+}
+
+/// A stored frame that the configured chip routes.
+Arrival routedFrame() {
+    RouteInput input;
+    const auto corpus = routeCorpus();
+    const std::vector<uint8_t> &bytes = corpus.at("ipv4_tcp");
+    EXPECT_TRUE(input.read(bytes.data(), bytes.size()));
+    return {input.port, input.frame};
 }
 
 std::vector<Verdict> routeAll(Model &model, const std::vector<Arrival> &list, const RouteOptions &options = {}) {
@@ -307,6 +317,112 @@ TEST(Model, OnlyATraceIsPrintedAndOnlyToItsSink) {
     std::fflush(stdout);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+/// Keeps the rows.
+class Rows : public RowObserver {
+public:
+    struct Row {
+        std::string memory;
+        uint64_t row;
+        uint32_t dumpOffset;
+        std::vector<uint32_t> words, key;
+
+        bool operator==(const Row &) const = default;
+    };
+    void row(const ObservedRow &seen) override {
+        rows.push_back({std::string(seen.memory),
+                        seen.row,
+                        seen.dumpOffset,
+                        {seen.words.begin(), seen.words.end()},
+                        {seen.key.begin(), seen.key.end()}});
+    }
+    std::vector<Row> of(const std::string &memory) const {
+        std::vector<Row> found;
+        std::copy_if(rows.begin(), rows.end(), std::back_inserter(found),
+                     [&](const Row &row) { return row.memory == memory; });
+        return found;
+    }
+    std::vector<Row> rows;
+};
+
+/// A routed frame tells of the station, the prefix and the next hop that the configuration has for it.
+TEST(Model, TheRowsOfAFrameAreTold) {
+    DumpBuilder dump;
+    fillRouteChip(dump, kConfiguredChip);
+    Model model(dump.image());
+    Rows seen;
+    const Arrival in = routedFrame();
+    const Verdict verdict = model.route(in.port, in.frame, {.observer = &seen});
+    ASSERT_EQ(verdict.kind, VerdictKind::FORWARD);
+    const CmRteStat &stat = model.stat();
+    ASSERT_TRUE(stat.l3RteRqd);
+
+    // The result of the station: a read of the row that the record names, with the words of the dump.
+    const auto stations = seen.of("RTE_L2_EXM_RSLT_EDRAM");
+    ASSERT_FALSE(stations.empty());
+    EXPECT_EQ(stations[0].row, stat.l2ExmDaIdx);
+    EXPECT_EQ(stations[0].dumpOffset, offsetof(tsr_dmp_t, rte_l2_exm_rslt) + 8 * stat.l2ExmDaIdx);
+    ASSERT_EQ(stations[0].words.size(), 2u);
+    EXPECT_EQ(stations[0].words[1], model.word(stations[0].dumpOffset + 4));
+    EXPECT_TRUE(stations[0].key.empty());
+
+    // The prefix: a hit, by a key that agrees with the row in all bits that it asks for.
+    const auto prefixes = seen.of("TFE_TCAM");
+    ASSERT_FALSE(prefixes.empty());
+    for (const Rows::Row &row : prefixes) {
+        ASSERT_EQ(row.words.size(), 2 * row.key.size());
+        EXPECT_EQ(row.dumpOffset, offsetof(tsr_dmp_t, tfe_tcam) + 16 * row.row);
+        for (size_t w = 0; w < row.key.size(); w++) {
+            EXPECT_EQ(row.words[w] & ~row.key[w], 0u);
+            EXPECT_EQ(row.words[row.key.size() + w] & row.key[w], 0u);
+        }
+    }
+    EXPECT_FALSE(seen.of("RTE_L3_NXT_HOP_RSLT_EDRAM").empty());
+    EXPECT_FALSE(seen.of("iqs_mac_da_vid_mem").empty());
+
+    // By an index or not, the same rows; and without an observer none.
+    Rows again;
+    for (int i = 0; i < 3; i++) {
+        again.rows.clear();
+        model.route(in.port, in.frame, {.observer = &again});
+    }
+    EXPECT_EQ(again.rows, seen.rows);
+    model.route(in.port, in.frame);
+    EXPECT_EQ(again.rows, seen.rows);
+}
+
+/// ACL rows and lines: every observed row is the dump's, also where banks are joined.
+TEST(Model, AclRowsComeFromTheirPlacesInTheDump) {
+    size_t hits = 0, joined = 0, lines = 0;
+    for (uint64_t seed = 1; seed <= 12; seed++) {
+        DumpBuilder dump;
+        randomChip(dump, seed);
+        FrameMaker maker(seed);
+        Model model(dump.image());
+        Rows seen;
+        for (int i = 0; i < 60; i++)
+            model.route(maker.below(TSR_PORTS), maker.frame(), {.observer = &seen});
+        const uint32_t pairs = model.word(offsetof(tsr_dmp_t, tae_bank_prtcl_sel_0));
+        for (const Rows::Row &row : seen.rows) {
+            if (row.memory.starts_with("TAE_TCAM_")) {
+                const bool wide = pairs >> std::stoul(row.memory.substr(9)) / 2 & 1;
+                hits++;
+                joined += wide;
+                // Highest word first in the dump; the words for zeroes stand behind those for ones, of both banks.
+                for (uint32_t w = 0; w < 8; w++) {
+                    ASSERT_EQ(row.words[7 - w], model.word(row.dumpOffset + 4 * w));
+                    ASSERT_EQ(row.words[15 - w], model.word(row.dumpOffset + (wide ? 64 : 32) + 4 * w));
+                }
+            } else if (row.memory.starts_with("TAE_RSLT_MEM_")) {
+                lines++;
+                ASSERT_EQ(row.words[3], model.word(row.dumpOffset + 12));
+            }
+        }
+    }
+    EXPECT_GT(hits, 100u);
+    EXPECT_GT(joined, 0u);
+    EXPECT_GT(lines, 20u);
 }
 
 TEST(Model, TwoModelsInTwoThreadsDoNotMeet) {

@@ -20,6 +20,8 @@ template <class Entry> EntryWords<Entry> dmpWords(const tsr_dmp_t *tsr_reg, size
     EntryWords<Entry> words;
     for (uint32_t i = 0; i < Entry::kWords; i++)
         words[i] = dmpWord(tsr_reg, base, idx + i);
+    if (tblObserver)
+        tblObserver->dump(base + idx * 4, words.data(), Entry::kWords);
     return words;
 }
 

@@ -6,6 +6,7 @@
 #include "cmStop.h"
 #include "dmp_overlay.h"
 #include "hsi/cmRteHsi.h"
+#include "model_watch.h"
 #include "prc/cmRtePrc.h"
 #include "tae/cmTae.h"
 #include "tfe/cmTfe.h"
@@ -312,6 +313,7 @@ void Model::route(uint32_t port, std::span<const uint8_t> frame, const RouteOpti
     Impl &m = *impl_;
     m.settle();
     const Scope scope(m.state, m.chip);
+    const RowWatch watch(*m.chip, options.observer);
     m.state.out.sink = options.trace;
     if (options.stream)
         m.startStream();

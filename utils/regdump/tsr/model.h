@@ -45,12 +45,18 @@ struct DumpWord {
     uint32_t value;
 };
 
+/// The place of a row that does not come out of the dump.
+inline constexpr uint32_t kNotDumped = 0xffffffff;
+
 /// A row that a frame read, or that a search hit.
 struct ObservedRow {
     std::string_view memory; ///< name of the model's memory, or of the dump's row for stages that read the image
-    uint64_t row;            ///< entry of the memory
-    std::span<const uint32_t> words; ///< its words as the model holds them, in the order of their addresses
-    std::span<const uint32_t> key;   ///< the key that hit it; empty for a row that was read
+    uint64_t row;            ///< entry of the memory; of a group of the dump, the place in it in rows
+    uint32_t dumpOffset;     ///< byte offset in the dump of its first word; kNotDumped when no load fills it
+    /// Its words as the model holds them, in the order of their addresses; of an ACL TCAM the words that ask for ones
+    /// and those that ask for zeroes, lowest bits first.
+    std::span<const uint32_t> words;
+    std::span<const uint32_t> key; ///< the key that hit it; empty for a row that was read
 };
 
 /// Is told of rows in the order in which the frame meets them. The words and the key last for the call alone.

@@ -297,6 +297,14 @@ CmRte *loadChip(const tsr_dmp_t *tsr_reg, const DmpOverlay *changes) {
     return chip;
 }
 
+uint32_t loadedFrom(uint32_t addr) {
+    for (const Step &step : steps()) {
+        if (addr - step.addr < step.byteCnt)
+            return step.dumpOffset + (addr - step.addr);
+    }
+    return 0xffffffff;
+}
+
 void freeChip(CmRte *chip) {
     CmRteFree(chip);
     std::free(chip);

@@ -2,6 +2,8 @@
 // Entries of the chip's memories and tables as records: the layouts stand in tsr_tbl.def, and here become one record an
 // entry, with its fields by name, and the functions that take an entry apart and put it together.
 
+#include "tbl/tsr_tbl_observe.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -165,10 +167,17 @@ template <class Entry> constexpr Entry entryAt(const uint32_t *words) {
     return unpack(words, static_cast<const Entry *>(nullptr));
 }
 
+/// Tells of `cnt` words of a memory that are read.
+constexpr void tblObserve(const uint32_t *words, uint32_t cnt) {
+    if (!std::is_constant_evaluated() && tblObserver)
+        tblObserver->read(words, cnt);
+}
+
 /// The fields of entry `idx` of a memory; an entry that does not lie within the memory reads 0.
 template <class Entry, size_t N> constexpr Entry entry(const uint32_t (&mem)[N], uint64_t idx) {
     if (idx >= N / Entry::kWords)
         return Entry{};
+    tblObserve(mem + idx * Entry::kWords, Entry::kWords);
     return entryAt<Entry>(mem + idx * Entry::kWords);
 }
 
@@ -238,6 +247,7 @@ template <auto Member, size_t N> constexpr auto field(const uint32_t (&mem)[N], 
     constexpr uint32_t words = TblRecordOf<Member>::kWords;
     if (idx >= N / words)
         return typename TblMemberOf<decltype(Member)>::Value{};
+    tblObserve(mem + idx * words, words);
     return fieldAt<Member>(mem + idx * words);
 }
 
@@ -253,6 +263,7 @@ template <auto Member, size_t N> constexpr uint32_t elem(const uint32_t (&mem)[N
     constexpr TblElems elems = tblPlace<Member>;
     if (idx / elems.count >= N / words)
         return 0;
+    tblObserve(mem + idx / elems.count * words, words);
     return tblPieceBits(mem + idx / elems.count * words, elems.piece(static_cast<unsigned>(idx % elems.count)));
 }
 

@@ -5,6 +5,7 @@
 #include "base/cmUtl.h"
 #include "cmStop.h"
 #include "tbl/tsr_tbl.h"
+#include "tbl/tsr_tbl_observe.h"
 
 #include <algorithm>
 #include <bit>
@@ -26,6 +27,8 @@ uint32_t bytesOf(uint32_t keySiz) {
 }
 
 uint32_t luWord(CmLuMem mem, uint64_t idx) {
+    if (idx < mem.size() && tblObserver)
+        tblObserver->read(&mem[idx], 1);
     return idx < mem.size() ? mem[idx] : 0;
 }
 
@@ -103,6 +106,14 @@ bool walkClass(uint32_t keyBytes, CmLuMem tcam, const KeyWords &key, uint64_t fi
 /// Words of a bucket entry, or of half an entry of a TCAM, for a key of `keyBytes` bytes.
 uint32_t keyWdCnt(uint32_t keyBytes) {
     return keyBytes <= 4 ? 1 : keyBytes <= 8 ? 2 : keyBytes <= 16 ? 4 : keyBytes <= 32 ? 8 : 16;
+}
+
+/// Tells of entry `i` of a TCAM that a key of `keyBytes` bytes hits.
+void tellHit(CmLuMem tcam, uint32_t keyBytes, const KeyWords &key, uint32_t i) {
+    if (!tblObserver)
+        return;
+    const uint32_t words = keyWdCnt(keyBytes);
+    tblObserver->hit(tcam.data() + size_t{i} * 2 * words, 2 * words, key.w, words);
 }
 
 /// The index by which the first `entryCnt` entries of a TCAM are searched, null when they have to be walked: it stands
@@ -235,6 +246,8 @@ void searchKey(CmExmTbl *tblPtr, uint32_t posBits) {
         const uint32_t *entry = tblPtr->hshBktSram.data() + i * wdCnt;
         if (!std::equal(entry, entry + wdCnt, key.w))
             continue;
+        if (tblObserver)
+            tblObserver->hit(entry, wdCnt, key.w, wdCnt);
         bucketIdx = (tblPtr->hshIdx << posBits) | static_cast<uint32_t>(i - bktFirst);
         tblPtr->hshHit = bucketIdx < total - tblPtr->tcamSiz || tblPtr->alwHshHitTcamRng;
         break;
@@ -242,6 +255,7 @@ void searchKey(CmExmTbl *tblPtr, uint32_t posBits) {
 
     uint32_t tcamIdx = 0;
     const auto onHit = [&](uint32_t i) {
+        tellHit(tblPtr->tcam, keyBytes, key, i);
         tblPtr->tcamHit = 1;
         tcamIdx = total - tblPtr->tcamSiz + i;
         return false;
@@ -275,6 +289,7 @@ void CmTcamLu(CmTcamTbl *tblPtr) {
     const auto onHit = [&](uint32_t i) {
         if (tblPtr->hitCount == kHitListSiz)
             return false;
+        tellHit(tblPtr->tcam, keyBytes, key, i);
         // The chip flags a hit of a short key before it asks for the first one, so it notes none.
         if (keyBytes > 4 && !tblPtr->tcamHit) {
             tblPtr->rsltIdx = i;
@@ -308,6 +323,7 @@ void CmTcamLu1Hot(CmTcamTbl *tblPtr) {
     }
     const KeyWords key = tcamKey(tblPtr);
     const auto onHit = [&](uint32_t i) {
+        tellHit(tblPtr->tcam, keyBytes, key, i);
         tblPtr->tcamHit = 1;
         tblPtr->rsltIdx = i;
         return false;

@@ -1,6 +1,7 @@
 #pragma once
 // The model's shared records: the chip (CmRte), one frame's way through it (CmRteStat) and what comes out (CmRteRslt).
 
+#include "tbl/tsr_tbl_observe.h"
 #include "tsr_reg.h"
 
 #include <cstddef>
@@ -80,6 +81,8 @@ template <class T, size_t N> constexpr uint32_t wordCnt(const T (&)[N]) {
 
 /// Word `idx` of a memory or of an array of registers; an index beyond its end reads 0.
 template <size_t N> inline uint32_t memWord(const uint32_t (&mem)[N], uint64_t idx) {
+    if (idx < N && tblObserver)
+        tblObserver->read(mem + idx, 1);
     return idx < N ? mem[idx] : 0;
 }
 

@@ -8,7 +8,6 @@
 #include <cstdint>
 
 class CmRteJournal;
-class CmRteObserver;
 class CmTcamIdxs;
 class DmpOverlay;
 
@@ -55,12 +54,11 @@ struct CmRteState {
     CmRtePrcIpv6 prcIpv6{};
     CmRteMsg msg;
     CmRteOut out;
-    uint32_t dropRsn = 0;              // the reason for which the model dropped the last frame, kNoRsn for none
-    bool timesAcl = true;              // acl_cpu_time is kept: two system calls a bank
-    CmRteJournal *journal = nullptr;   // notes what a frame overwrites; null: nothing is noted
-    CmRteObserver *observer = nullptr; // told of every row that is read or hit; null: nobody
-    DmpOverlay *dmp = nullptr;         // changed words of the image that the stages read; null: none
-    CmTcamIdxs *idxs = nullptr;        // the indexes of the model's ternary memories; null: searches walk
+    uint32_t dropRsn = 0;            // the reason for which the model dropped the last frame, kNoRsn for none
+    bool timesAcl = true;            // acl_cpu_time is kept: two system calls a bank
+    CmRteJournal *journal = nullptr; // notes what a frame overwrites; null: nothing is noted
+    DmpOverlay *dmp = nullptr;       // changed words of the image that the stages read; null: none
+    CmTcamIdxs *idxs = nullptr;      // the indexes of the model's ternary memories; null: searches walk
 };
 
 /// The model that the calling thread works on, null for none.

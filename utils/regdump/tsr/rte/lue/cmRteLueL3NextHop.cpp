@@ -226,6 +226,7 @@ void L3NextHopLu(CmRteStat *statPtr, uint32_t isDa) {
 
     const uint32_t *words = &statPtr->memPtr->RTE_L3_NXT_HOP_RSLT_EDRAM[idx * NxtHop::kWords];
     CM_TRACE(1, "[L3NextHopLu] RTE_L3_NXT_HOP_RSLT_EDRAM[%x]=0x%08x_%08x_%08x\n", idx, words[1], words[2], words[3]);
+    tblObserve(words, NxtHop::kWords);
     auto hop = entryAt<NxtHop>(words);
 
     if (isDa && !statPtr->l3RteRqd && statPtr->l2TrillFound) {

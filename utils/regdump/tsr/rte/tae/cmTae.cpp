@@ -4,6 +4,7 @@
 
 #include "base/cmRteState.h"
 #include "base/tbMsg.h"
+#include "tbl/tsr_tbl_observe.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -121,6 +122,20 @@ void CmTaeLkup::loadRegisterSettings() {
         bnkTrapRsnLst[bank] = regs.elem(kBankTrapRsn, kBankTrapRsnElems, bank);
 }
 
+/// Tells of the rows of a block that a key hit.
+static void tellHits(const EmbeddedTcam &tcam, uint32_t bank, uint32_t block, const uint32_t *key,
+                     const std::vector<int> &hits) {
+    for (const int hit : hits) {
+        uint32_t ones[8] = {}, zeroes[8] = {};
+        for (uint32_t w = 0; w < std::min(tcam.pMemXY->nwords, 8u); w++) {
+            const uint32_t *pair = tcam.pMemXY->plane(w) + 2 * static_cast<size_t>(hit);
+            ones[w] = pair[0];
+            zeroes[w] = pair[1];
+        }
+        tblObserver->aclHit(bank, block, static_cast<uint32_t>(hit), ones, zeroes, key);
+    }
+}
+
 void CmTaeLkup::bankLookup(const uint32_t *key, std::vector<int> &hits, int bank) const {
     std::vector<int> &blkHits = scratch.blkHits;
     const bool timed = cmState().timesAcl;
@@ -131,6 +146,8 @@ void CmTaeLkup::bankLookup(const uint32_t *key, std::vector<int> &hits, int bank
         if (!tcam)
             continue;
         tcam->doLookup(key, blkHits);
+        if (tblObserver)
+            tellHits(*tcam, static_cast<uint32_t>(bank), static_cast<uint32_t>(block), key, blkHits);
         for (int &hit : blkHits)
             hit += block * static_cast<int>(TAE_BLK_ENTRIES);
         hits.insert(hits.end(), blkHits.begin(), blkHits.end());
@@ -163,5 +180,7 @@ bool CmTaeLkup::readRsltWords(int idx, uint32_t bank, uint32_t (&words)[4]) cons
     if (!bankMem || bankMem->readRaw(static_cast<uint32_t>(idx), packed) < 0)
         return false;
     std::reverse_copy(packed, packed + 4, words);
+    if (tblObserver)
+        tblObserver->aclLine(bank, static_cast<uint32_t>(idx), words);
     return true;
 }

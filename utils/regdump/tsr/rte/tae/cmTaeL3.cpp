@@ -57,8 +57,11 @@ template <size_t N> TaeExmHit searchExm(CmExmTbl &exmTbl, const uint32_t (&rsltM
     if (!exmTbl.hshHit && !exmTbl.tcamHit)
         return {};
     TaeExmHit found{.hit = true, .words = {}};
-    if (exmTbl.rsltIdx < N / 4)
+    if (exmTbl.rsltIdx < N / 4) {
+        if (tblObserver)
+            tblObserver->read(rsltMem + 4 * exmTbl.rsltIdx, 4);
         std::copy_n(rsltMem + 4 * exmTbl.rsltIdx, 4, found.words.begin());
+    }
     return found;
 }
 

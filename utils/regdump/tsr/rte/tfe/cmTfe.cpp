@@ -6,6 +6,7 @@
 #include "base/cmUtl.h"
 #include "base/keyShuffle.h"
 #include "base/tbMsg.h"
+#include "tbl/tsr_tbl_observe.h"
 
 #define KEY KEY_MOVE_CNT
 #define FLD FLD_MOVE_CNT
@@ -178,6 +179,13 @@ int CmTfeLue::lookupL3Lpm(const TFE_LUE_INPUT *input, TFE_LUE_RSLT *rslt) const 
         if (found.found)
             TFE_TRACE("hit found, bank=%d cell=%d rsltIdx=0x%x\n", static_cast<int>(bank), static_cast<int>(found.cell),
                       found.rsltIdx);
+    }
+
+    if (found.found && tblObserver) {
+        const uint32_t words = input->ipv6_srch ? 8 : 2;
+        // Four words of the TCAM are a step of the address map.
+        tblObserver->hit(memPtr->TFE_TCAM + size_t{found.rsltIdx} * 4, 2 * words, key, words);
+        tblObserver->read(memPtr->TFE_AMAP + found.rsltIdx, 1);
     }
 
     // The lookup stages read the entry's default-VRF flag at another bit; the two positions are meant to differ.
