@@ -1,6 +1,6 @@
 #include "cmStop.h"
 
-thread_local bool cmStopThrows = false;
+constinit thread_local bool cmStopThrows = false;
 
 void cmStop(const std::string &message) {
     if (cmStopThrows)

@@ -10,7 +10,7 @@ struct CmStopped {
 };
 
 /// Whether a stop of the calling thread throws CmStopped. Else the process ends, each stop in its own way.
-extern thread_local bool cmStopThrows;
+extern constinit thread_local bool cmStopThrows;
 
 /// Every stop comes here first: throws CmStopped with `message` when stops throw, else returns.
 void cmStop(const std::string &message);

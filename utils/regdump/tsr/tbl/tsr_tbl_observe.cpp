@@ -1,3 +1,3 @@
 #include "tbl/tsr_tbl_observe.h"
 
-thread_local TblObserver *tblObserver = nullptr;
+constinit thread_local TblObserver *tblObserver = nullptr;

@@ -25,4 +25,4 @@ protected:
 };
 
 /// The observer of the calling thread; null for none.
-extern thread_local TblObserver *tblObserver;
+extern constinit thread_local TblObserver *tblObserver;

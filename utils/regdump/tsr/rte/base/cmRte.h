@@ -168,7 +168,7 @@ struct CmRteStat {
 #include "base/cmRteStat.def"
 };
 
-extern thread_local CmRte *rte_mem;
+extern constinit thread_local CmRte *rte_mem;
 
 /// Chip addresses of the entries of `rte_l2_myda_mac_hi` and `rte_l2_myda_mac_lo`.
 extern const uint32_t (&RTE_L2_CHS_MAC_HI)[128];

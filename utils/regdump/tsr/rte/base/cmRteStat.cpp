@@ -2,7 +2,7 @@
 
 #include "base/cmRteState.h"
 
-thread_local CmRte *rte_mem = nullptr;
+constinit thread_local CmRte *rte_mem = nullptr;
 
 namespace {
 
@@ -23,7 +23,7 @@ constexpr ChipAddrs<128> kMyDaMacLo(0x52600);
 const uint32_t (&RTE_L2_CHS_MAC_HI)[128] = kMyDaMacHi.word;
 const uint32_t (&RTE_L2_CHS_MAC_LO)[128] = kMyDaMacLo.word;
 
-thread_local CmRteState *cmRteState = nullptr;
+constinit thread_local CmRteState *cmRteState = nullptr;
 
 CmRteState &cmOwnState() {
     static thread_local CmRteState state;

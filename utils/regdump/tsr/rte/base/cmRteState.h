@@ -62,7 +62,7 @@ struct CmRteState {
 };
 
 /// The model that the calling thread works on, null for none.
-extern thread_local CmRteState *cmRteState;
+extern constinit thread_local CmRteState *cmRteState;
 
 /// The state of the thread without a model.
 CmRteState &cmOwnState();

@@ -29,17 +29,24 @@ uint32_t crcOf(uint32_t len, const uint8_t *frm) {
     return value;
 }
 
+/// The 32 bits of `control` twice each: bit i becomes bits 2i and 2i + 1.
+uint64_t doubled(uint64_t control) {
+    control &= 0xffffffff;
+    control = (control | control << 16) & 0x0000ffff0000ffff;
+    control = (control | control << 8) & 0x00ff00ff00ff00ff;
+    control = (control | control << 4) & 0x0f0f0f0f0f0f0f0f;
+    control = (control | control << 2) & 0x3333333333333333;
+    control = (control | control << 1) & 0x5555555555555555;
+    return control * 3;
+}
+
 /// Pairs 0 to (keyBitSiz + 1) / 2 - 1 of `key`, those under a set control bit with their two bits exchanged.
 uint64_t swapPairs(uint32_t keyBitSiz, uint64_t key, uint64_t swap) {
-    uint64_t swapped = 0;
     const uint32_t pairCnt = (keyBitSiz + 1) / 2;
-    for (uint32_t i = 0; i < pairCnt && i < 32; i++) {
-        uint64_t pair = key >> 2 * i & 3;
-        if (swap >> i & 1)
-            pair = (pair & 1) << 1 | pair >> 1;
-        swapped |= pair << 2 * i;
-    }
-    return swapped;
+    const uint64_t pairs = pairCnt >= 32 ? ~0ull : (1ull << 2 * pairCnt) - 1;
+    const uint64_t exchanged = doubled(swap);
+    const uint64_t other = (key >> 1 & 0x5555555555555555) | (key << 1 & 0xaaaaaaaaaaaaaaaa);
+    return ((key & ~exchanged) | (other & exchanged)) & pairs;
 }
 
 void setBytes(uint64_t value, uint32_t byteNum, uint8_t *byteLst) {

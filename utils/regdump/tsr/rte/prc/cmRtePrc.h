@@ -32,19 +32,19 @@ enum FLEX_KEY_ENC_T : uint32_t {
 };
 
 /// The last result of ClsEtyp, one flag a class; `etypIsStag` alone belongs to PrcL2.
-extern thread_local uint32_t etypIsVld;
-extern thread_local uint32_t etypIsCtag;
-extern thread_local uint32_t etypIsTrillOuterVlan;
-extern thread_local uint32_t etypIsTrill;
-extern thread_local uint32_t etypIsCnTag;
-extern thread_local uint32_t etypIsFip;
-extern thread_local uint32_t etypIsFcoe;
-extern thread_local uint32_t etypIsIpv4;
-extern thread_local uint32_t etypIsIpv6;
-extern thread_local uint32_t etypIsQcn;
-extern thread_local uint32_t etypIsLen;
-extern thread_local uint32_t etypIsMoreStag;
-extern thread_local uint32_t etypIsStag;
+extern constinit thread_local uint32_t etypIsVld;
+extern constinit thread_local uint32_t etypIsCtag;
+extern constinit thread_local uint32_t etypIsTrillOuterVlan;
+extern constinit thread_local uint32_t etypIsTrill;
+extern constinit thread_local uint32_t etypIsCnTag;
+extern constinit thread_local uint32_t etypIsFip;
+extern constinit thread_local uint32_t etypIsFcoe;
+extern constinit thread_local uint32_t etypIsIpv4;
+extern constinit thread_local uint32_t etypIsIpv6;
+extern constinit thread_local uint32_t etypIsQcn;
+extern constinit thread_local uint32_t etypIsLen;
+extern constinit thread_local uint32_t etypIsMoreStag;
+extern constinit thread_local uint32_t etypIsStag;
 
 /// End test for a read of `n` bytes at `offset`: true when it lies inside the frame. Works at the grain of aligned
 /// four-byte words, as the chip's parser does; `frmLen` counts the FCS.

@@ -6,19 +6,19 @@
 #include "prc/cmRtePrc.h"
 #include "tbl/tsr_tbl.h"
 
-thread_local uint32_t etypIsVld;
-thread_local uint32_t etypIsCtag;
-thread_local uint32_t etypIsTrillOuterVlan;
-thread_local uint32_t etypIsTrill;
-thread_local uint32_t etypIsCnTag;
-thread_local uint32_t etypIsFip;
-thread_local uint32_t etypIsFcoe;
-thread_local uint32_t etypIsIpv4;
-thread_local uint32_t etypIsIpv6;
-thread_local uint32_t etypIsQcn;
-thread_local uint32_t etypIsLen;
-thread_local uint32_t etypIsMoreStag;
-thread_local uint32_t etypIsStag;
+constinit thread_local uint32_t etypIsVld;
+constinit thread_local uint32_t etypIsCtag;
+constinit thread_local uint32_t etypIsTrillOuterVlan;
+constinit thread_local uint32_t etypIsTrill;
+constinit thread_local uint32_t etypIsCnTag;
+constinit thread_local uint32_t etypIsFip;
+constinit thread_local uint32_t etypIsFcoe;
+constinit thread_local uint32_t etypIsIpv4;
+constinit thread_local uint32_t etypIsIpv6;
+constinit thread_local uint32_t etypIsQcn;
+constinit thread_local uint32_t etypIsLen;
+constinit thread_local uint32_t etypIsMoreStag;
+constinit thread_local uint32_t etypIsStag;
 
 // The first match in the chip's order; the order decides when two registers hold one value.
 static void clsEtypMatch(const CmRteStat *statPtr, uint32_t typLen, uint32_t trillOuter) {

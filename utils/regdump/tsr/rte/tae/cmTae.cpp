@@ -99,6 +99,24 @@ int CmTaeLkup::configure() {
     return rc;
 }
 
+TaeBankCfg CmTaeLkup::bankCfg() const {
+    TaeBankCfg cfg{};
+    cfg.enabled = regs.tae_bank_en();
+    const uint32_t joined = regs.bank_prtcl_sel_0();
+    for (uint32_t bank = 0; bank < TAE_BANKS;) {
+        const uint32_t prtcls = (regs.*kBankPrtclSel[bank / 8])();
+        for (uint32_t end = std::min(bank + 8, TAE_BANKS); bank < end; bank++)
+            cfg.type[bank] =
+                joined >> (bank / 2) & 1 ? ACLT_L3_IPV6 : static_cast<enumBankType>(prtcls >> (4 * (bank % 8)) & 0xf);
+    }
+    for (uint32_t bank = 0; bank < TAE_BANKS;) {
+        const uint32_t groups = (regs.*kBankGrp[bank / 6])();
+        for (uint32_t i = 0; i < 6; i++, bank++)
+            cfg.group[bank] = groups >> (25 - 5 * i) & 0x1f;
+    }
+    return cfg;
+}
+
 uint32_t CmTaeLkup::bankEnabled(uint32_t bank) const {
     return regs.tae_bank_en() >> (bank % TAE_BANKS) & 1;
 }

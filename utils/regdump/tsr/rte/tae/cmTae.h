@@ -101,6 +101,7 @@ struct TaeL2Egids;
 struct TaeL3Banks {
     static constexpr uint32_t kGroups = 32;
 
+    uint32_t enabled; // bit n for bank n
     enumBankType type[TAE_BANKS];
     uint32_t group[TAE_BANKS];
     tBnkIdxPair winner[kGroups];
@@ -117,6 +118,13 @@ struct TaeScratch {
     std::vector<int> hits;
     std::vector<int> blkHits;
     TaeMasterHits master;
+};
+
+/// The settings of the banks, read once a search.
+struct TaeBankCfg {
+    uint32_t enabled; // bit n for bank n
+    enumBankType type[TAE_BANKS];
+    uint32_t group[TAE_BANKS];
 };
 
 /// The four words of an exact match's result, highest first; 0 without a hit.
@@ -165,6 +173,8 @@ public:
 
     // What both searches share.
 
+    /// The banks' settings, as the registers have them now.
+    TaeBankCfg bankCfg() const;
     uint32_t bankEnabled(uint32_t bank) const;
     uint32_t getLogicalGroupId(uint32_t bank) const;
     enumBankType figureBankType(uint32_t bank) const;

@@ -86,13 +86,14 @@ bool CmTaeLkup::lookupL2Acl(const tL2AclInterface &intf, TaeL2Rslt &rslt, uint32
 
 bool CmTaeLkup::searchL2Banks(const tL2AclInterface &intf, TaeL2Hit (&byBank)[TAE_BANKS]) {
     std::vector<int> &hits = scratch.hits;
+    const TaeBankCfg cfg = bankCfg();
     tBnkIdxPair winnerByGroup[TAE_BANKS];
     std::fill_n(winnerByGroup, TAE_BANKS, tBnkIdxPair{-1, 0});
     bool anyHit = false;
     for (uint32_t bank = 0; bank < TAE_BANKS; bank++) {
-        if (!bankEnabled(bank))
+        if (!(cfg.enabled >> bank & 1))
             continue;
-        const uint32_t logicalGroup = getLogicalGroupId(bank);
+        const uint32_t logicalGroup = cfg.group[bank];
         if (logicalGroup >= 30) {
             TbMsg(TB_MSG_ERROR, "lookupL2Acl", __FILE_NAME__, __LINE__,
                   "CM L2 TAE Error>> logical Groups (TAE_BANK_GRP_%d_REG) is %d (>=30)", static_cast<int>(bank / 6),
@@ -100,7 +101,7 @@ bool CmTaeLkup::searchL2Banks(const tL2AclInterface &intf, TaeL2Hit (&byBank)[TA
             CmAssertFail("logicalGroup<30", __FILE_NAME__, __LINE__, kSearchName);
         }
 
-        const enumBankType type = figureBankType(bank);
+        const enumBankType type = cfg.type[bank];
         byBank[bank].type = type;
         if (type > ACLT_L2_FLEX3)
             continue;

@@ -140,10 +140,12 @@ const uint32_t *bankKey(const tL3AclInterface &intf, const TaeL3Banks &banks, ui
 } // namespace
 
 TaeL3Banks CmTaeLkup::l3Banks() const {
+    const TaeBankCfg cfg = bankCfg();
     TaeL3Banks banks;
+    banks.enabled = cfg.enabled;
     for (uint32_t bank = 0; bank < TAE_BANKS; bank++) {
-        banks.type[bank] = figureBankType(bank);
-        banks.group[bank] = getLogicalGroupId(banks.type[bank] == ACLT_L3_IPV6 ? bank & ~1u : bank);
+        banks.type[bank] = cfg.type[bank];
+        banks.group[bank] = cfg.group[cfg.type[bank] == ACLT_L3_IPV6 ? bank & ~1u : bank];
     }
     std::fill(std::begin(banks.winner), std::end(banks.winner), tBnkIdxPair{-1, 0});
     return banks;
@@ -204,7 +206,7 @@ int32_t CmTaeLkup::lookupL3Acl(tL3AclInterface &intf, L3PselRslt *out) {
     scratch.master.bank = 0;
     TaeL3Banks banks = l3Banks();
     for (uint32_t bank = 0; bank < TAE_BANKS; bank++) {
-        if (!bankEnabled(bank))
+        if (!(banks.enabled >> bank & 1))
             continue;
         const uint32_t logicalGrpId = banks.group[bank];
         CM_ASSERT(logicalGrpId < 30);
