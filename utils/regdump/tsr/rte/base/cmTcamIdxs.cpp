@@ -19,7 +19,8 @@ CmTcamIdxs::Entry *CmTcamIdxs::entryOf(std::span<const uint32_t> tcam, uint32_t 
     });
     if (!isOwned)
         return nullptr;
-    return &entries_.emplace_back(tcam.data(), tcam.size(), words, form, rows, 1u, nullptr);
+    entries_.push_back({tcam.data(), tcam.size(), words, form, rows, 1, nullptr});
+    return &entries_.back();
 }
 
 void CmTcamIdxs::written(const uint32_t *at, size_t cnt) {
