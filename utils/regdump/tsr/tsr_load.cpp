@@ -3,6 +3,7 @@
 #include "base/cmRte.h"
 #include "base/cmRteState.h"
 #include "be_word.h"
+#include "cmPages.h"
 #include "hsi/cmRteHsi.h"
 #include "hsi/cmRteHsiReg.h"
 #include "tae/cmTae.h"
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -284,9 +284,7 @@ struct Load {
 } // namespace
 
 CmRte *loadChip(const tsr_dmp_t *tsr_reg, const DmpOverlay *changes) {
-    const auto chip = static_cast<CmRte *>(std::calloc(1, sizeof(CmRte)));
-    if (chip == nullptr)
-        throw std::bad_alloc();
+    const auto chip = static_cast<CmRte *>(cmAllocPages(sizeof(CmRte)));
     try {
         CmRteInit(chip);
         Load{reinterpret_cast<const uint8_t *>(tsr_reg), changes, chip}.writeAll([](const Step &) { return true; });
@@ -307,7 +305,7 @@ uint32_t loadedFrom(uint32_t addr) {
 
 void freeChip(CmRte *chip) {
     CmRteFree(chip);
-    std::free(chip);
+    cmFreePages(chip, sizeof(CmRte));
 }
 
 namespace {

@@ -1,6 +1,7 @@
 #pragma once
 // The TAE block: the ACL engine with its 30 TCAM banks and their result and activity memories.
 
+#include "cmPages.h"
 #include "mem_reg_class.h"
 #include "tae/cmTaeHsi.h"
 #include "tae/cmTaeReg.h"
@@ -152,6 +153,10 @@ class CmTaeLkup : public CmChipBlock {
 public:
     /// Stores the three definition functions; configure() runs them.
     CmTaeLkup(uint32_t dbgLvl_, tInitRegDef regDefs, tInitRamDef ramDefs, tInitTcamDef tcamDefs);
+
+    /// Its memories are filled as a whole.
+    static void *operator new(size_t size) { return cmAllocPages(size); }
+    static void operator delete(void *memory, size_t size) { cmFreePages(memory, size); }
 
     /// Fills the three collections as CmChipBlock::configure() does, and binds the searches to their objects: what is
     /// put into the collections later is found by name only.

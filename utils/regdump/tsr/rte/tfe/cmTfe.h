@@ -1,6 +1,7 @@
 #pragma once
 // The TFE block: the longest-prefix-match engine with its registers and memories.
 
+#include "cmPages.h"
 #include "tbl/tsr_tbl.h"
 #include "tfe/cmTfeHsi.h"
 
@@ -56,6 +57,10 @@ struct TFE_LUE_RSLT {
 class CmTfeLue {
 public:
     CmTfeLue() : comRegPtr(&comReg), memPtr(&mem), dbgLvl(0) {}
+
+    /// Its memories are filled as a whole.
+    static void *operator new(size_t size) { return cmAllocPages(size); }
+    static void operator delete(void *memory, size_t size) { cmFreePages(memory, size); }
 
     /// Scatter a key to its places in the TCAM; `dbg` prints both forms.
     static void ReshuffleKey(const L3FwdIpv4InKey *in, L3FwdIpv4InKeyR *out, int dbg);
