@@ -12,7 +12,7 @@ layout:
 base: tsr_reg.h layout cmStop.h cmTcamIdx.h
 tfe: base layout
 tae: base mem_reg_model layout
-tbl: base tfe tae layout be_word.h tsr_reg_dump.h
+tbl: base tfe tae layout be_word.h asic_reg_dump.h tsr_reg_dump.h
 prc: base layout
 lue: base tfe tae cmAssert.h layout
 roc: base lue/cmRteLueLrn.h cmAssert.h layout
@@ -20,6 +20,8 @@ log: base
 hsi: base tfe tae log tsr_reg.h be_word.h
 engine: base tfe tae hsi log tsr_reg.h
 tsr: image base tfe tae hsi prc/cmRtePrc.h cmStop.h layout tbl
+cli: image
+regtab: image base tae hsi layout tbl tsr cli
 '
 
 # Sets roomOf to the room of the file at path $1.
@@ -32,8 +34,11 @@ setRoomOf() {
     utils/regdump/tsr/rte/*) roomOf=engine ;;
     utils/regdump/tsr/mem_reg_model/*) roomOf=mem_reg_model ;;
     utils/regdump/tsr/tbl/tsr_tbl_desc.* | utils/regdump/tsr/tbl/tsr_tbl_name.*) roomOf=tbl ;;
+    utils/regdump/tsr/tbl/tsr_tbl_mem.* | utils/regdump/tsr/tbl/tsr_tbl_state.def) roomOf=tbl ;;
     utils/regdump/tsr/tbl/*) roomOf=layout ;;
     utils/regdump/tsr/*) roomOf=tsr ;;
+    utils/cli/*) roomOf=cli ;;
+    utils/regtab/*) roomOf=regtab ;;
     *) roomOf=image ;;
     esac
 }

@@ -295,17 +295,61 @@ void CmTfeHsiComRegInit(CmTfeHsiComReg *comRegPtr) {
     std::memset(comRegPtr, 0, sizeof *comRegPtr);
 }
 
+/// The family of the register at the chip address `chipOffset`; null when it lies in no family's block.
+static const Family *familyAt(uint32_t chipOffset) {
+    if (chipOffset >> 15 == 0x50000 >> 15)
+        return &comFamily;
+    if (chipOffset >> 15 == 0xa0000 >> 15)
+        return &tfeFamily;
+    if (chipOffset >> 12 == 0xf0000 >> 12)
+        return &taeFamily;
+    if (chipOffset >> 22 == 1 && bits(chipOffset, 21, 16) < TSR_PORTS && bits(chipOffset, 15, 12) == 2)
+        return &portFamily;
+    return nullptr;
+}
+
 /// The register at the chip address `chipOffset`, of any family.
 static Reg regAt(uint32_t chipOffset) {
-    if (chipOffset >> 15 == 0x50000 >> 15)
-        return findReg(comFamily, chipOffset);
-    if (chipOffset >> 15 == 0xa0000 >> 15)
-        return findReg(tfeFamily, chipOffset);
-    if (chipOffset >> 12 == 0xf0000 >> 12)
-        return findReg(taeFamily, chipOffset);
-    if (chipOffset >> 22 == 1 && bits(chipOffset, 21, 16) < TSR_PORTS && bits(chipOffset, 15, 12) == 2)
-        return findReg(portFamily, chipOffset);
-    return {nullptr, 0};
+    const Family *family = familyAt(chipOffset);
+    return family == nullptr ? Reg{nullptr, 0} : findReg(*family, chipOffset);
+}
+
+/// The words of a family's record after reset; null where they are not known.
+static const uint32_t *resetWords(const Family *family) {
+    static const auto *com = [] {
+        auto *reg = new CmRteHsiComReg;
+        CmRteHsiComRegInit(reg);
+        return reg;
+    }();
+    static const auto *port = [] {
+        auto *reg = new CmRteHsiPortReg;
+        CmRteHsiPortRegInit(reg);
+        return reg;
+    }();
+    static const auto *tfe = [] {
+        auto *reg = new CmTfeHsiComReg;
+        CmTfeHsiComRegInit(reg);
+        return reg;
+    }();
+    if (family == &comFamily)
+        return wordsOf(com);
+    if (family == &portFamily)
+        return wordsOf(port);
+    return family == &tfeFamily ? wordsOf(tfe) : nullptr;
+}
+
+std::optional<HsiRegInfo> hsiRegInfo(uint32_t chipOffset) {
+    const Reg reg = regAt(chipOffset);
+    if (!reg.row)
+        return std::nullopt;
+    HsiRegInfo info{reg.name(), reg.row->access, {}};
+    const uint32_t *reset = resetWords(familyAt(chipOffset));
+    reg.forEachField([&](const HsiFieldRow &row, uint32_t n, const HsiFieldDef &def) {
+        info.fields.push_back({hsiName(row.name, n, row.inner), row.name, def.hi, def.lo, std::nullopt});
+        if (reset)
+            info.fields.back().reset = reset[def.word];
+    });
+    return info;
 }
 
 std::optional<HsiFieldDef> hsiFindField(uint32_t chipOffset, std::string_view field) {

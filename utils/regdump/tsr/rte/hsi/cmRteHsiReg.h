@@ -52,6 +52,25 @@ struct HsiRegRow {
     HsiFieldDef field(const HsiFieldRow &field, uint32_t n, uint32_t j) const;
 };
 
+/// One field of a register by itself.
+struct HsiRegField {
+    std::string name;
+    std::string_view pattern; ///< its name as the lists write it, {n}, {a} and {b} included
+    uint8_t hi;
+    uint8_t lo;
+    std::optional<uint32_t> reset; ///< its value after reset, where the model knows it
+
+    uint32_t width() const { return hi - lo + 1u; }
+    uint32_t of(uint32_t word) const { return word >> lo & (0xffffffffu >> (32 - width())); }
+};
+
+/// A register by itself: the name of the model's trace, and its fields from the high bits to the low.
+struct HsiRegInfo {
+    std::string name;
+    HsiAccess access;
+    std::vector<HsiRegField> fields;
+};
+
 /// The registers of a family, in the order of the chip.
 std::span<const HsiRegRow> hsiComRegRows();
 std::span<const HsiRegRow> hsiPortRegRows();
@@ -81,6 +100,10 @@ void CmTfeHsiComRegInit(CmTfeHsiComReg *comRegPtr);
 /// the TFE's or of the TAE's (whose fields have no word of a record, but 0); nothing when that register does not exist
 /// or has no such field.
 std::optional<HsiFieldDef> hsiFindField(uint32_t chipOffset, std::string_view field);
+
+/// The register at the chip address `chipOffset` of those blocks; nothing when there is none. The TAE's reset values
+/// are not known.
+std::optional<HsiRegInfo> hsiRegInfo(uint32_t chipOffset);
 
 /// The names of that register's fields; none when it does not exist.
 std::vector<std::string> hsiFieldNames(uint32_t chipOffset);
