@@ -16,8 +16,8 @@ using Rows = std::vector<RegtabRow>;
 class RegtabL2 : public testing::Test {
 protected:
     RegtabL2() {
-        for (const char *tcam : {"rte_l2_exm_ovflw_tcam", "rte_l2_mac_class", "rte_typ_cls_tcam", "rte_cloud_class_tcam",
-                                 "rte_trill_myrb_tcam", "tfe_tcam", "tae_tcam"})
+        for (const char *tcam : {"rte_l2_exm_ovflw_tcam", "rte_l2_mac_class", "rte_typ_cls_tcam",
+                                 "rte_cloud_class_tcam", "rte_trill_myrb_tcam", "tfe_tcam", "tae_tcam"})
             dump_.fill(std::string(tcam) + "[*]", 0xffffffff);
     }
 
@@ -111,8 +111,8 @@ TEST_F(RegtabL2, StationsAreListed) {
         const uint32_t cmd = below(4);
         const uint32_t trillDa = bits(16);
         image()->rte_l2_exm_rslt[place][0] = htonl(trillDa >> 4);
-        image()->rte_l2_exm_rslt[place][1] = htonl((trillDa & 0xf) << 28 | cmd << 26 | trap << 24 | to.isMgid << 23 |
-                                                   lrnPort << 17 | to.word);
+        image()->rte_l2_exm_rslt[place][1] =
+            htonl((trillDa & 0xf) << 28 | cmd << 26 | trap << 24 | to.isMgid << 23 | lrnPort << 17 | to.word);
         const uint32_t age = bits(11);
         image()->rte_l2_exm_sa_age_tmr[place / 32][place % 32] = htonl(age);
 
@@ -187,8 +187,13 @@ TEST_F(RegtabL2, VlansAreListed) {
         set(3, 6);
         for (const uint32_t port : {5u, 6u, 7u})
             set(port, 1);
-        RegtabRow row{{"vlan", std::to_string(vlan)}, {"fid", std::to_string(fid)}, {"mtu", std::to_string(mtu)},
-                      {"flood", print("mgid 0x%x", mgid)}, {"tagged", "3"}, {"untagged", "5-7"}, {"learn", "3"},
+        RegtabRow row{{"vlan", std::to_string(vlan)},
+                      {"fid", std::to_string(fid)},
+                      {"mtu", std::to_string(mtu)},
+                      {"flood", print("mgid 0x%x", mgid)},
+                      {"tagged", "3"},
+                      {"untagged", "5-7"},
+                      {"learn", "3"},
                       {"vrf", std::to_string(vrf)}};
         row["untagged@json"] = "5,6,7";
         if (below(2) == 0) {
@@ -280,7 +285,9 @@ TEST_F(RegtabL2, EgressIdsAreListed) {
         if (isOff)
             word |= htonl(1u << egid % 32);
         image()->eqs_egr_lgid[port] = htonl((hasLag ? 1u << 10 : 0) | lag);
-        RegtabRow row{{"egid", print("0x%x", egid)}, {"egid@json", std::to_string(egid)}, {"what", "port"},
+        RegtabRow row{{"egid", print("0x%x", egid)},
+                      {"egid@json", std::to_string(egid)},
+                      {"what", "port"},
                       {"port", std::to_string(port)}};
         if (hasLag)
             row["lag"] = std::to_string(lag);
@@ -291,9 +298,9 @@ TEST_F(RegtabL2, EgressIdsAreListed) {
         const uint32_t egid = ntohl(image()->esm_cam_egid_table[port]);
         expected[port]["trill"] = (ntohl(image()->rte_l2_egid_1q[egid / 32]) >> egid % 32 & 1) != 0 ? "off" : "on";
     }
-    const std::pair<uint32_t, const char *> specials[] = {{0x7fe, "back plane"}, {0x7f1, "acl drop"}, {0x7f0, "drop"},
-                                                          {0x7f2, "trap"}, {0x7f3, "pass through"},
-                                                          {0x1f4, "route required, in the low nine bits"}};
+    const std::pair<uint32_t, const char *> specials[] = {
+        {0x7fe, "back plane"}, {0x7f1, "acl drop"},     {0x7f0, "drop"},
+        {0x7f2, "trap"},       {0x7f3, "pass through"}, {0x1f4, "route required, in the low nine bits"}};
     for (const auto &[egid, what] : specials)
         expected.push_back({{"egid", print("0x%x", egid)}, {"egid@json", std::to_string(egid)}, {"what", what}});
     expectRows({path(), "list", "egid"}, {"egid", "what", "port", "trill", "lag"}, expected);
@@ -361,7 +368,8 @@ TEST_F(RegtabL2, ClassificationIsListed) {
                             {"mtu", std::to_string(mtu)},
                             {"flags", "police"}});
     }
-    expectRows({path(), "list", "class"}, {"by", "table", "key", "vlan", "prio", "dp", "app", "mtu", "flags"}, expected);
+    expectRows({path(), "list", "class"}, {"by", "table", "key", "vlan", "prio", "dp", "app", "mtu", "flags"},
+               expected);
 }
 
 TEST_F(RegtabL2, CloudIsListed) {
@@ -394,7 +402,8 @@ TEST_F(RegtabL2, CloudIsListed) {
     // What a miss leads to: result 9 of the VPNs and 4 of the policies.
     image()->rte_vpn_policy_miss_addr = htonl(9u << 16 | 4);
     const uint32_t vpn = ntohl(image()->rte_cloud_rslt_vpn[9][1]) & 0xfffff;
-    const uint32_t vlan = ntohl(image()->rte_cloud_rslt_vpn[9][0]) << 12 | ntohl(image()->rte_cloud_rslt_vpn[9][1]) >> 20;
+    const uint32_t vlan =
+        ntohl(image()->rte_cloud_rslt_vpn[9][0]) << 12 | ntohl(image()->rte_cloud_rslt_vpn[9][1]) >> 20;
     expected.push_back({{"for", "both"},
                         {"key", "no row matches"},
                         {"vlan", std::to_string(vlan)},
@@ -452,10 +461,8 @@ TEST_F(RegtabL2, PolicersAreListed) {
         const uint32_t policer = bits(14);
         image()->rte_vlan_pol_en[vlan][0] = htonl(policer);
         image()->rte_vlan_pol_en[vlan][1] = htonl(1u << 4 | 1u << 5);
-        expected.push_back({{"what", "vlan"},
-                            {"vlan", std::to_string(vlan)},
-                            {"ports", "4,5"},
-                            {"policer", std::to_string(policer)}});
+        expected.push_back(
+            {{"what", "vlan"}, {"vlan", std::to_string(vlan)}, {"ports", "4,5"}, {"policer", std::to_string(policer)}});
     }
     image()->ephy_reg[6].rte_prc_qos_cfg = htonl(99u << 2 | 2);
     expected.push_back({{"what", "port"}, {"ports", "6"}, {"policer", "99"}});

@@ -32,8 +32,8 @@ std::vector<RegtabRow> readBy(const std::string &pipeline, const std::string &te
     const TempDir temp;
     const std::string file = temp.file("answer", text);
     const RunResult result =
-        runProgram("/bin/bash", {"-o", "pipefail", "-c", "PYTHONIOENCODING=utf-8; export PYTHONIOENCODING; cat " + file +
-                                                             " | " + pipeline});
+        runProgram("/bin/bash", {"-o", "pipefail", "-c",
+                                 "PYTHONIOENCODING=utf-8; export PYTHONIOENCODING; cat " + file + " | " + pipeline});
     EXPECT_EQ(result.status, 0) << result.err;
     return rowsOf(result.out);
 }

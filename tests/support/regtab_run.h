@@ -13,8 +13,8 @@ using RegtabRow = std::map<std::string, std::string>;
 /// Runs the program.
 RunResult regtab(const std::vector<std::string> &args, const RunOptions &options = {});
 
-/// The rows of an answer in JSON lines, as Python's json reads them behind jq; lists have commas between their elements.
-/// The first line, the schema, is left out. Fails the test when one of both refuses the text.
+/// The rows of an answer in JSON lines, as Python's json reads them behind jq; lists have commas between their
+/// elements. The first line, the schema, is left out. Fails the test when one of both refuses the text.
 std::vector<RegtabRow> jsonRows(const std::string &text);
 
 /// The rows of an answer in CSV, as Python's csv reads them.

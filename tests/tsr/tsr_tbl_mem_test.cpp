@@ -139,15 +139,24 @@ TEST(TblMem, WordsAreThoseOfTheLoadOrOfTheImage) {
 
 TEST(TblState, TellsStateFromConfiguration) {
     const std::pair<const char *, TblUse> rows[] = {
-        {"rte_l2_exm_bkt", TblUse::CFG},        {"rte_drp_rsn_sts_frm", TblUse::CNT},
-        {"rte_l2_exm_sa_age_tmr", TblUse::ACT}, {"rte_l2_sa_lrn_info", TblUse::LRN},
-        {"rte_his_l2_fid", TblUse::HIS},        {"rte_his_en", TblUse::CFG},
-        {"rte_his_ctl", TblUse::CFG},           {"l2_key_hist", TblUse::HIS},
-        {"rxf_port_runt_cnt", TblUse::CNT},     {"emc_comm_int_status", TblUse::TMP},
-        {"emc_comm_err_int_en_set", TblUse::CFG}, {"rte_prc_l2_ctl", TblUse::CFG},
-        {"icb_logp_bpq_depth", TblUse::TMP},    {"icb_logp_bpq_depth_th", TblUse::CFG},
-        {"ecb_logp_qdepth_qprio_hi_th", TblUse::CFG}, {"eqs_err_cnt", TblUse::CNT},
-        {"pol_green_stats", TblUse::CNT},       {"pol_cmtd_info_rate", TblUse::CFG},
+        {"rte_l2_exm_bkt", TblUse::CFG},
+        {"rte_drp_rsn_sts_frm", TblUse::CNT},
+        {"rte_l2_exm_sa_age_tmr", TblUse::ACT},
+        {"rte_l2_sa_lrn_info", TblUse::LRN},
+        {"rte_his_l2_fid", TblUse::HIS},
+        {"rte_his_en", TblUse::CFG},
+        {"rte_his_ctl", TblUse::CFG},
+        {"l2_key_hist", TblUse::HIS},
+        {"rxf_port_runt_cnt", TblUse::CNT},
+        {"emc_comm_int_status", TblUse::TMP},
+        {"emc_comm_err_int_en_set", TblUse::CFG},
+        {"rte_prc_l2_ctl", TblUse::CFG},
+        {"icb_logp_bpq_depth", TblUse::TMP},
+        {"icb_logp_bpq_depth_th", TblUse::CFG},
+        {"ecb_logp_qdepth_qprio_hi_th", TblUse::CFG},
+        {"eqs_err_cnt", TblUse::CNT},
+        {"pol_green_stats", TblUse::CNT},
+        {"pol_cmtd_info_rate", TblUse::CFG},
         {"rte_scratch_pad", TblUse::CFG},
     };
     for (const auto &[row, use] : rows)
@@ -156,12 +165,11 @@ TEST(TblState, TellsStateFromConfiguration) {
 
 // What the model's blocks fill themselves is no configuration.
 TEST(TblState, ReadOnlyRegistersAreState) {
-    const std::set<std::string> enables = {"rte_lue_perr_int_en_set", "rte_sts_perr_int_en_set",
-                                           "rte_lue_eerr_int_en_set", "rte_nor_intr_en_set",
-                                           "rte_mac_err_intr_en_set", "rte_tcam_perr_int_en_set", "tfe_int_en_clr",
-                                           "tfe_int_en_set"};
-    const std::set<std::string> forces = {"rte_lue_frc_perr", "rte_sts_frc_perr", "rte_lue_frc_eerr",
-                                          "rte_frc_nor_intr", "rte_mac_frc_err", "rte_tcam_frc_perr",
+    const std::set<std::string> enables = {
+        "rte_lue_perr_int_en_set", "rte_sts_perr_int_en_set",  "rte_lue_eerr_int_en_set", "rte_nor_intr_en_set",
+        "rte_mac_err_intr_en_set", "rte_tcam_perr_int_en_set", "tfe_int_en_clr",          "tfe_int_en_set"};
+    const std::set<std::string> forces = {"rte_lue_frc_perr",  "rte_sts_frc_perr", "rte_lue_frc_eerr",
+                                          "rte_frc_nor_intr",  "rte_mac_frc_err",  "rte_tcam_frc_perr",
                                           "tfe_int_status_set"};
     for (const TblMem &mem : tblMems()) {
         const auto info = hsiRegInfo(mem.chipOff(0));

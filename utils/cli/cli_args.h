@@ -1,7 +1,7 @@
 #pragma once
-// The command line as all programs of the family take it: options in GNU form, anywhere among the other words; "-" alone
-// is a word and "--" ends the options; help and version on standard output with status 0; one line on standard error and
-// status 2 for anything that cannot be understood.
+// The command line as all programs of the family take it: options in GNU form, anywhere among the other words; "-"
+// alone is a word and "--" ends the options; help and version on standard output with status 0; one line on standard
+// error and status 2 for anything that cannot be understood.
 
 #include <optional>
 #include <string>

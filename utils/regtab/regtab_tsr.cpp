@@ -46,9 +46,8 @@ struct Verb {
 };
 
 constexpr Verb kVerbs[] = {
-    {"show", rtShow, true, false},     {"list", rtList, true, true},
-    {"tables", rtTables, false, false}, {"reset", rtReset, true, true},
-    {"drops", rtDrops, false, false},   {"history", rtHistory, false, false},
+    {"show", rtShow, true, false},  {"list", rtList, true, true},     {"tables", rtTables, false, false},
+    {"reset", rtReset, true, true}, {"drops", rtDrops, false, false}, {"history", rtHistory, false, false},
 };
 
 CliDump readDump(const std::string &path) {
@@ -120,7 +119,7 @@ int regtab_tsr_main(int argc, char **argv) {
     RtOptions opt;
     try {
         std::vector<std::string> words;
-        const std::vector<CliFlag> flags{{"--json", &isJson},     {"--csv", &isCsv},   {"--text", &opt.isText},
+        const std::vector<CliFlag> flags{{"--json", &isJson},     {"--csv", &isCsv},     {"--text", &opt.isText},
                                          {"--loaded", &isLoaded}, {"--raw", &opt.isRaw}, {"-a,--all", &opt.isAll}};
         if (const auto answered = cliTakeArgs(kProgram, argc, argv, flags, words))
             return *answered;

@@ -45,8 +45,8 @@ bool TaeBank::isWide() const {
 }
 
 const char *TaeBank::name() const {
-    constexpr const char *names[] = {"l2",       "l2 fcoe",  "l2 flex0", "l2 flex1",   "l2 flex2",   "l2 flex3",
-                                     "ipv4",     "fcoe",     "ip flex0", "ip flex1",   "ip flex2",   "ip flex3",
+    constexpr const char *names[] = {"l2",       "l2 fcoe",  "l2 flex0", "l2 flex1", "l2 flex2", "l2 flex3",
+                                     "ipv4",     "fcoe",     "ip flex0", "ip flex1", "ip flex2", "ip flex3",
                                      "fc flex0", "fc flex1", "fc flex2", "fc flex3", "ipv6"};
     return names[type];
 }
@@ -60,9 +60,9 @@ TaeBank taeBank(const tsr_dmp_t *image, uint32_t bank) {
     const bool isWide = (WORD(tae_bank_prtcl_sel_0) >> bank / 2 & 1) != 0;
     const uint32_t grps = imageWord(image, offsetof(tsr_dmp_t, tae_bank_grp) + 4 * (bank / kGrpsOfWord));
     // The last register of trap reasons stands apart.
-    const uint32_t rsns =
-        bank / kRsnsOfWord < 5 ? imageWord(image, offsetof(tsr_dmp_t, tae_bank_trap_rsn) + 4 * (bank / kRsnsOfWord))
-                               : WORD(tae_bank_trap_rsn_1);
+    const uint32_t rsns = bank / kRsnsOfWord < 5
+                              ? imageWord(image, offsetof(tsr_dmp_t, tae_bank_trap_rsn) + 4 * (bank / kRsnsOfWord))
+                              : WORD(tae_bank_trap_rsn_1);
     return {(WORD(tae_bank_en) >> bank & 1) != 0,
             isWide ? uint32_t{ACLT_L3_IPV6} : types[bank / 8] >> 4 * (bank % 8) & 0xf,
             grps >> (25 - 5 * (bank % kGrpsOfWord)) & 0x1f, rsns >> (24 - 6 * (bank % kRsnsOfWord)) & 0x3f};

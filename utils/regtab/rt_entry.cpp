@@ -156,11 +156,13 @@ static std::vector<uint32_t> wordsOfFields(const TblDesc &desc, const uint32_t *
 void RtLines::putFields(const TblMem &mem, const TblEntry &entry, const uint32_t *words) {
     const TblDesc &desc = *entry.desc;
     const std::vector<uint32_t> made = wordsOfFields(desc, words);
-    // A line for all the words starts the entry afresh, whatever the base has there.
+    // A line for all the words starts the entry afresh, whatever the base has there. Bits without a field come with
+    // their whole word.
     const uint32_t last = entry.place + desc.words / mem.words() - 1;
+    const bool isOneWord = desc.words == 1;
     for (uint32_t place = entry.place; place <= last; ++place)
-        line(mem.wholeNameOf(place), "0");
-    for (uint32_t w = 0; w < desc.words; ++w) {
+        line(mem.wholeNameOf(place), isOneWord && made[0] != words[0] ? hexWord(words[0]) : "0");
+    for (uint32_t w = 0; w < desc.words && !isOneWord; ++w) {
         if (made[w] != words[w])
             line(mem.wordNameOf(entry.place, w), hexWord(words[w]));
     }
@@ -205,15 +207,21 @@ void RtLines::putAll(const TblMem &mem) {
         }
         return true;
     };
+    const auto runEnd = [&](uint32_t place, uint32_t value) {
+        while (place < mem.places() && hasAll(place, value))
+            ++place;
+        return place;
+    };
     for (uint32_t place = 0; place < mem.places();) {
-        uint32_t end = place;
-        while (mem.isTcam() && end < mem.places() && hasAll(end, UINT32_MAX))
-            ++end;
-        if (end - place > 1) {
-            const std::string name = mem.nameOf(place);
-            line(name.substr(0, name.size() - 1) + ".." + std::to_string(end - 1) + "]", "never");
-            place = end;
-            continue;
+        if (mem.isTcam()) {
+            // A row of zeros matches every key: it is as much a row as one that matches none.
+            const bool isNever = hasAll(place, UINT32_MAX);
+            if (const uint32_t end = runEnd(place, isNever ? UINT32_MAX : 0); end != place) {
+                const std::string name = mem.nameOf(place);
+                line(name.substr(0, name.size() - 1) + ".." + std::to_string(end - 1) + "]", isNever ? "never" : "0");
+                place = end;
+                continue;
+            }
         }
         const TblEntry entry = mem.entryAt(image_, place);
         bool isZero = true;

@@ -27,8 +27,8 @@ std::string rtFieldName(const TblField &field, unsigned elem);
 /// Whether that field of an entry says something: it is not 0, and asks for something in a key.
 bool rtSays(const TblFieldRef &ref, unsigned elem, const uint32_t *words);
 
-/// The fields of an entry that say something, as "name=value name=value"; other readings of a field's bits, and names in
-/// `skip`, are left out.
+/// The fields of an entry that say something, as "name=value name=value"; other readings of a field's bits, and names
+/// in `skip`, are left out.
 std::string rtFieldsText(const TblDesc &desc, const uint32_t *words, std::span<const std::string_view> skip = {});
 
 /// A condition FIELD=VALUE[/MASK] on one field of a value, a match or a text.
@@ -55,7 +55,8 @@ public:
     /// Writes the entry that stands at `place` of `mem`.
     void put(const TblMem &mem, uint32_t place);
 
-    /// Writes the row, all entries that are not 0. Equal rows of a TCAM that no key matches become one line.
+    /// Writes the row: of a TCAM all entries, with one line for a run of those that match no key or every key; of any
+    /// other those that are not 0.
     void putAll(const TblMem &mem);
 
     uint64_t lines() const { return lines_; }

@@ -251,6 +251,7 @@ int rtDiff(const RtRun &run, const CliDump &other) {
     if (run.opt.isAll)
         diff.scan(true);
     else
-        tell(run, "state_words", diff.otherWords(), " words of state differ: counters, activity, captures. See them with -a.\n");
+        tell(run, "state_words", diff.otherWords(),
+             " words of state differ: counters, activity, captures. See them with -a.\n");
     return diff.changes() == 0 ? 0 : 1;
 }

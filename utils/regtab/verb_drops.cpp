@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "be_word.h"
 #include "base/cmRteVerdict.h"
+#include "be_word.h"
 #include "rt_entry.h"
 
 namespace {
@@ -122,8 +122,8 @@ void addRegs(const RtRun &run, const DropReg &drops, std::vector<Drop> &list) {
         if (drops.isPair)
             count = (count & 0xff) << 32 | imageWord(run.image(), mem.imageOff(place + 1));
         if (count != 0)
-            list.push_back({"register", drops.isByPort ? std::to_string(place / step) : "", own, count, drops.text,
-                            &mem, place});
+            list.push_back(
+                {"register", drops.isByPort ? std::to_string(place / step) : "", own, count, drops.text, &mem, place});
     }
 }
 

@@ -71,8 +71,9 @@ MemRows::MemRows(const RtRun &run, const TblMem &mem, std::vector<RtCond> conds)
     for (const RtCond &cond : conds_) {
         const auto at = std::find(names.begin(), names.end(), cond.field);
         if (at == names.end())
-            throw RtError(names.empty() ? "the layout of " + mem.name() + " is not known: it has no fields"
-                                        : mem.name() + " has no field " + cond.field + tblNear(cond.field, names, true));
+            throw RtError(names.empty()
+                              ? "the layout of " + mem.name() + " is not known: it has no fields"
+                              : mem.name() + " has no field " + cond.field + tblNear(cond.field, names, true));
         // What cannot be read for any form is wrong.
         const Field &field = fields_[static_cast<size_t>(at - names.begin())];
         (void)cond.match(field.refs[0].field->kind, field.refs[0].field->width);

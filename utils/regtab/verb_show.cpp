@@ -188,9 +188,8 @@ void Show::entry(const RegencWords &words, const TblMem &mem, const TblEntry &en
                 if (!isInWords)
                     continue;
                 const TblFieldRef ref{desc, &field};
-                lines.push_back({mem.forms().size() > 1 ? desc->type : "",
-                                 rtFieldName(field, elem), placeText(field, elem, desc->words == 1),
-                                 rtItem(ref, elem, read), field.text});
+                lines.push_back({mem.forms().size() > 1 ? desc->type : "", rtFieldName(field, elem),
+                                 placeText(field, elem, desc->words == 1), rtItem(ref, elem, read), field.text});
             }
         }
     }

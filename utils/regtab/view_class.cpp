@@ -78,7 +78,12 @@ void listType(const RtRun &run, RtRows &rows) {
         if (tblIsNever(*entry.desc, words))
             continue;
         rows.part(tcam, place).part(apps, place / 4).part(mtus, place).part(attrs, place / 16);
-        rows.text("type").none().text(keyText(*entry.desc, words)).text(vlansText(run, vids, place, rows)).none().none();
+        rows.text("type")
+            .none()
+            .text(keyText(*entry.desc, words))
+            .text(vlansText(run, vids, place, rows))
+            .none()
+            .none();
         rows.value(rtEntry<TypApp>(run, apps, place / 4).app_typ[place % 4]);
         rows.value(rtEntry<TypMtu>(run, mtus, place).mtu);
         const auto attr = rtEntry<TypAttr>(run, attrs, place / 16);

@@ -18,11 +18,10 @@ void listSpecial(const RtRun &run, RtRows &rows) {
         const char *what;
         const char *reg;
     };
-    for (const Special &special : {Special{ids.aclDrop, "acl drop", "rte_spcl_egid_0"},
-                                   Special{ids.drop, "drop", "rte_spcl_egid_0"},
-                                   Special{ids.trap, "trap", "rte_spcl_egid_1"},
-                                   Special{ids.passThru, "pass through", "rte_spcl_egid_1"},
-                                   Special{ids.rteRqd, "route required, in the low nine bits", "rte_spcl_egid_2"}}) {
+    for (const Special &special :
+         {Special{ids.aclDrop, "acl drop", "rte_spcl_egid_0"}, Special{ids.drop, "drop", "rte_spcl_egid_0"},
+          Special{ids.trap, "trap", "rte_spcl_egid_1"}, Special{ids.passThru, "pass through", "rte_spcl_egid_1"},
+          Special{ids.rteRqd, "route required, in the low nine bits", "rte_spcl_egid_2"}}) {
         rows.value(special.egid).text(special.what).none().none().none();
         rows.part(rtMem(special.reg), 0).end();
     }

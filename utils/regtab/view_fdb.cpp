@@ -31,8 +31,8 @@ std::string trillText(const L2ExmRslt &rslt) {
     if (rslt.trill_cmd == TRILL_CMD_MCTID)
         std::snprintf(text, sizeof(text), "tree %u of %u paths", rslt.mct_id, rslt.mct_npath + 1);
     else if (rslt.trill_cmd != TRILL_CMD_NONE)
-        std::snprintf(text, sizeof(text), rslt.trill_cmd == TRILL_CMD_DEST ? "rbridge 0x%x" : "rbridge 0x%x, group kept",
-                      rslt.trill_da);
+        std::snprintf(text, sizeof(text),
+                      rslt.trill_cmd == TRILL_CMD_DEST ? "rbridge 0x%x" : "rbridge 0x%x, group kept", rslt.trill_da);
     return text;
 }
 
@@ -90,7 +90,9 @@ void list_fdb(const RtRun &run, RtRows &rows) {
     const TblMem &tcam = rtMem("rte_l2_exm_ovflw_tcam");
     const TblDesc &desc = tcam.forms()[0];
     const TblRow &row = *tcam.layouts();
-    const auto matchOf = [&](const char *name, const uint32_t *words) { return tblMatchOf(row.find(name)[0], 0, words); };
+    const auto matchOf = [&](const char *name, const uint32_t *words) {
+        return tblMatchOf(row.find(name)[0], 0, words);
+    };
     for (uint32_t place = 0; place < tcam.places(); ++place) {
         uint32_t words[2 * L2ExmOvflw::kWords];
         tcam.read(run.image(), {place, &desc, desc.words}, run.opt.isRaw, words);

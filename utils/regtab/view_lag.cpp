@@ -5,8 +5,10 @@
 #include "group_text.h"
 
 static constexpr RtColumn kColumns[] = {
-    {"lag", RtCell::VALUE, TblKind::NUM, 10},   {"hash", RtCell::VALUE, TblKind::NUM, 3},
-    {"members", RtCell::VALUE, TblKind::NUM, 8}, {"to", RtCell::LIST},
+    {"lag", RtCell::VALUE, TblKind::NUM, 10},
+    {"hash", RtCell::VALUE, TblKind::NUM, 3},
+    {"members", RtCell::VALUE, TblKind::NUM, 8},
+    {"to", RtCell::LIST},
 };
 const std::span<const RtColumn> kColumns_lag = kColumns;
 

@@ -36,9 +36,9 @@ std::string flagsText(std::initializer_list<std::pair<const char *, uint32_t>> f
 
 void list_ports(const RtRun &run, RtRows &rows) {
     using namespace portReg;
-    const char *const regs[] = {"rte_prc_l2_ctl", "rte_prc_l3_ctl", "rte_prc_cfg_0",     "rte_prc_cfg_1",
-                                "rte_prc_cfg_4",  "rte_prc_qos_cfg", "rte_prc_vlan_etyp", "rte_prc_l2_trill_ctl",
-                                "rte_prc_fcoe_ctl"};
+    const char *const regs[] = {"rte_prc_l2_ctl",    "rte_prc_l3_ctl",       "rte_prc_cfg_0",
+                                "rte_prc_cfg_1",     "rte_prc_cfg_4",        "rte_prc_qos_cfg",
+                                "rte_prc_vlan_etyp", "rte_prc_l2_trill_ctl", "rte_prc_fcoe_ctl"};
     for (uint32_t port = 0; port < TSR_PORTS; ++port) {
         const tsr_dmp_t *image = run.image();
         const auto l2 = dmpPortReg<RTE_PRC_L2_CTL>(image, port);

@@ -17,7 +17,7 @@ struct GroupIds {
 
 GroupIds groupIds(const tsr_dmp_t *tsr_reg);
 
-/// The group word `gid` as the lookups take it: "mgid 0x16" for a multicast group, "egid 0x101" for a way out, "lgid 3",
-/// "mpid 5 of 4 paths", and of the special egress ids "drop", "acl drop", "trap", "route required (ipv4 ipv6)" and
+/// The group word `gid` as the lookups take it: "mgid 0x16" for a multicast group, "egid 0x101" for a way out, "lgid
+/// 3", "mpid 5 of 4 paths", and of the special egress ids "drop", "acl drop", "trap", "route required (ipv4 ipv6)" and
 /// "pass through". An egress id that has the form of a special one and is none is "special egid 0x...".
 std::string groupText(const GroupIds &ids, uint32_t gid, bool isMgid);

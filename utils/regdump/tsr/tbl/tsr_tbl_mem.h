@@ -15,7 +15,8 @@
 #include "asic_reg_dump.h"
 #include "tbl/tsr_tbl_name.h"
 
-/// One entry of a row. `place` counts the row's smallest entries; a larger one, as an IPv6 prefix, takes several places.
+/// One entry of a row. `place` counts the row's smallest entries; a larger one, as an IPv6 prefix, takes several
+/// places.
 struct TblEntry {
     uint32_t place;
     const TblDesc *desc; ///< the layout that holds there; null when none is known or the image does not tell which
