@@ -54,7 +54,7 @@ uint32_t wordOf(const TempDir &temp, const std::string &name, const uint32_t &wo
 } // namespace
 
 TEST(Manual, NamesTheVersion) {
-    for (const char *name : {"regenc_tsr", "regcmp_tsr"}) {
+    for (const char *name : {"regenc_tsr", "regcmp_tsr", "regtab_tsr"}) {
         const std::string text = page(name);
         const std::string version = std::string("\"regdec_tsr ") + REGDUMP_VERSION + "\"";
         EXPECT_NE(text.substr(0, text.find('\n')).find(version), text.npos) << name;
@@ -141,3 +141,25 @@ TEST(Manual, ExamplesOfTheComparisonRun) {
     EXPECT_EQ(wordOf(temp, "patched.dmp", image->rte_scratch_pad, dump.dump()), 7u);
     EXPECT_EQ(wordOf(temp, "patched.dmp", image->ftc_cntl, dump.dump()), 3u);
 }
+
+#ifdef REGTAB_TSR_PROGRAM
+TEST(Manual, ExamplesOfTheTablesRun) {
+    const TempDir temp;
+    DumpBuilder dump;
+    dump.file(std::string(TSR_SOURCE_DIR) + "/samples/switch.reg").write(temp.path("switch.dmp"));
+    dump.text("rte_drp_rsn_sts_frm[11][32].frm_cnt = 17\nrte_l2_exm_bkt[0][1][*] = 0\n").write(temp.path("later.dmp"));
+    const RunResult result = runExamples(temp, "regtab_tsr");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.status, 0);
+    for (const char *part :
+         {"mgid 0x216", "route required (ipv4)", "100.64.1.0/127.255.255.0", "02:00:00:00:00:b2", "rte_prc_l2_lu_en",
+          "rte_l2_trill_etyp", "- rte_l2_exm_bkt[0][1]  fid=16", "32 DRP_FWN_EN_ERR", "\n02:00:00:00:00:fe\n"})
+        EXPECT_NE(result.out.find(part), result.out.npos) << part << " in " << result.out;
+    // The stations of the first dump are in the other again.
+    RegencDump other;
+    std::string error;
+    ASSERT_TRUE(other.load(temp.path("other.dmp"), error)) << error;
+    const size_t at = offsetof(tsr_dmp_t, rte_l2_exm_bkt) + 16 + 12;
+    EXPECT_EQ(other.word(static_cast<uint32_t>(at)), 0xb2u);
+}
+#endif

@@ -75,3 +75,12 @@ show "echo 'ephy_reg[3].rte_prc_l2_ctl.rte_prc_l2_lu_en = 0' >change.reg"
 show "regenc_tsr changed.dmp change.reg from switch.dmp"
 # Status 1 says that the dumps differ.
 show "regcmp_tsr switch.dmp changed.dmp" || (($? == 1))
+
+if command -v regtab_tsr >/dev/null; then
+    title "The same by field; VLANs, stations and routes as tables, and a register"
+    show "regtab_tsr switch.dmp diff changed.dmp" || (($? == 1))
+    show "regtab_tsr switch.dmp list vlan"
+    show "regtab_tsr switch.dmp list fdb"
+    show "regtab_tsr switch.dmp list routes"
+    show "regtab_tsr switch.dmp show 'ephy_reg[3].rte_prc_l2_ctl'"
+fi

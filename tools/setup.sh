@@ -1,7 +1,7 @@
 #!/bin/bash
-# Makes this machine ready to build and test: checks for the compiler, CMake, Ninja, GoogleTest, Google Benchmark,
-# clang++ with the fuzzer's runtime, clang-format, clang-tidy and mandoc, and installs the missing Debian packages where it
-# may. Otherwise it names them and ends with status 1.
+# Makes this machine ready to build and test: checks for the compiler, CMake, Ninja, zlib, CLI11, nlohmann-json,
+# GoogleTest, Google Benchmark, clang++ with the fuzzer's runtime, clang-format, clang-tidy, mandoc, and jq and Python for
+# the tests, and installs the missing Debian packages where it may. Otherwise it names them and ends with status 1.
 #
 # Usage: tools/setup.sh
 set -euo pipefail
@@ -56,6 +56,15 @@ missing() {
     fi
     at_least cmake 3.25 || echo cmake
     command -v ninja >/dev/null || echo ninja-build
+    if ! builds zlib.h z; then
+        echo zlib1g-dev
+    fi
+    if ! builds CLI/CLI.hpp; then
+        echo libcli11-dev
+    fi
+    if ! builds nlohmann/json.hpp; then
+        echo nlohmann-json3-dev
+    fi
     if ! builds gtest/gtest.h gtest; then
         echo libgtest-dev
     fi
@@ -69,6 +78,8 @@ missing() {
     command -v clang-format >/dev/null || echo clang-format
     command -v clang-tidy >/dev/null || echo clang-tidy
     command -v mandoc >/dev/null || echo mandoc
+    command -v jq >/dev/null || echo jq
+    command -v python3 >/dev/null || echo python3
 }
 
 mapfile -t packages < <(missing)

@@ -25,7 +25,7 @@ struct KeyBits {
 
 /// The places of an IPv4 prefix, and those of 32 bits of an IPv6 one from bit `base` on, in the words from `word` on.
 std::vector<KeyBits> addrRuns(unsigned base, unsigned word) {
-    return {{base + 31, 1, word, 31},  {base + 25, 6, word + 1, 0},  {base + 23, 2, word + 1, 24},
+    return {{base + 31, 1, word, 31},    {base + 25, 6, word + 1, 0},  {base + 23, 2, word + 1, 24},
             {base + 17, 6, word + 1, 6}, {base + 15, 2, word + 1, 26}, {base + 9, 6, word + 1, 12},
             {base + 7, 2, word + 1, 28}, {base + 1, 6, word + 1, 18},  {base + 0, 1, word + 1, 30}};
 }
@@ -278,8 +278,8 @@ TEST_F(RegtabL3, AclRowsAreListedWithTheirResults) {
         std::fill(row, row + 16, 0u);
         ask(row, 8, {{0, 8, 5, 16}}, {6}, {0xff});
         ask(row, 8, {{0, 16, 6, 16}}, {dst}, {0xffff});
-        image()->tae_rslt[entry][1] = htonl(1u);             // fwd_en
-        image()->tae_rslt[entry][3] = htonl(0x47f1u << 3);   // to the ACL's drop group
+        image()->tae_rslt[entry][1] = htonl(1u);           // fwd_en
+        image()->tae_rslt[entry][3] = htonl(0x47f1u << 3); // to the ACL's drop group
         expected.push_back({{"layer", "2"},
                             {"bank", "0"},
                             {"type", "l2"},

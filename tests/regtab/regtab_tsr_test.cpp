@@ -1,7 +1,7 @@
 // regtab_tsr: its command line, its inputs, and the verbs beside list.
 
-#include <arpa/inet.h>
 #include <algorithm>
+#include <arpa/inet.h>
 #include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -18,9 +18,7 @@ constexpr uint32_t kHdr = 32;
 /// The sample switch as a file.
 class RegtabTsr : public testing::Test {
 protected:
-    RegtabTsr() {
-        dump_.file(std::string(TSR_SOURCE_DIR) + "/samples/switch.reg").write(temp_.path("switch.dmp"));
-    }
+    RegtabTsr() { dump_.file(std::string(TSR_SOURCE_DIR) + "/samples/switch.reg").write(temp_.path("switch.dmp")); }
 
     std::string sample() const { return temp_.path("switch.dmp"); }
     std::string changed(const std::string &lines) {
@@ -28,8 +26,8 @@ protected:
         return temp_.path("changed.dmp");
     }
     std::string shell(const std::string &command) {
-        const RunResult result = runProgram("/bin/bash", {"-c", "PATH=" + programs() + ":$PATH; cd " + temp_.path("") +
-                                                                    "; " + command});
+        const RunResult result =
+            runProgram("/bin/bash", {"-c", "PATH=" + programs() + ":$PATH; cd " + temp_.path("") + "; " + command});
         status_ = result.status;
         err_ = result.err;
         return result.out;
@@ -105,7 +103,8 @@ TEST_F(RegtabTsr, WrongNamesComeWithTheNearestRightOnes) {
     expectTrouble({sample(), "list", "routes", "prefix=a.b"}, "'a.b' is no address for prefix");
     expectNear({sample(), "list", "rte_l2_exm_rslt", "gidd=1"}, "rte_l2_exm_rslt has no field gidd; near: gid,");
     expectTrouble({sample(), "list", "rte_l2_mpid_hash_type", "hsh_typ[9]=1"}, "a subscript of hsh_typ is at most 7");
-    expectTrouble({sample(), "list", "rte_age_info", "x=1"}, "the layout of rte_age_info is not known: it has no fields");
+    expectTrouble({sample(), "list", "rte_age_info", "x=1"},
+                  "the layout of rte_age_info is not known: it has no fields");
     expectTrouble({sample(), "show", "rte_scratch_pda"}, "unknown name 'rte_scratch_pda'; near: rte_scratch_pad");
     const RunResult field = regtab({sample(), "show", "ephy_reg[3].rte_prc_l2_ctl.rte_prc_l2_lu"});
     EXPECT_EQ(field.status, 2);
@@ -145,7 +144,8 @@ TEST_F(RegtabTsr, TakesPipesAndGzip) {
 TEST_F(RegtabTsr, RefusesWhatIsNoDump) {
     expectTrouble({temp_.path("none"), "drops"}, temp_.path("none") + ": cannot open (No such file or directory)");
     expectTrouble({temp_.path(""), "drops"}, temp_.path("") + ": cannot read (Is a directory)");
-    expectTrouble({temp_.file("empty", ""), "drops"}, temp_.path("empty") + ": too short for a dump: 0 bytes of 39752524");
+    expectTrouble({temp_.file("empty", ""), "drops"},
+                  temp_.path("empty") + ": too short for a dump: 0 bytes of 39752524");
     const std::string whole = readFile(sample());
     expectTrouble({temp_.file("hdr", whole.substr(0, 31)), "drops"},
                   temp_.path("hdr") + ": too short for a dump: 31 bytes of 39752524");
@@ -198,8 +198,8 @@ TEST_F(RegtabTsr, NoColoursAndNoProgressOffATerminal) {
 TEST_F(RegtabTsr, ShowsARegisterByField) {
     const RunResult result = regtab({sample(), "show", "ephy_reg[3].rte_prc_l2_ctl"});
     EXPECT_EQ(result.status, 0);
-    const size_t offset = kHdr + offsetof(tsr_dmp_t, ephy_reg) + 3 * sizeof(tsr_ephy_dmp_t) +
-                          offsetof(tsr_ephy_dmp_t, rte_prc_l2_ctl);
+    const size_t offset =
+        kHdr + offsetof(tsr_dmp_t, ephy_reg) + 3 * sizeof(tsr_ephy_dmp_t) + offsetof(tsr_ephy_dmp_t, rte_prc_l2_ctl);
     EXPECT_EQ(result.out.find("ephy_reg[3].rte_prc_l2_ctl = 0x00000803  (chip 0x00432000, offset " +
                               std::to_string(offset) + ")\n"),
               0u)
@@ -244,9 +244,9 @@ TEST_F(RegtabTsr, ShowsEveryNameOfTheMap) {
     EXPECT_EQ(result.status, 2); // there is no such name
     // One row of each kind of place.
     for (const char *name : {"emc_quad[2].emc_hss_reg.txA.w5", "emc_quad[1].emc_eps_stat_ram[3][127][1]",
-                             "pol_mem[5].pol_cmtd_burst_size[4095][1]", "iqs_mac_da_vid_mem[24][3]",
-                             "iqs_span_edit[2]", "eqs_pet_mem[4095]", "tae_tcam[58367]", "rte_flex_key_prfl[3].w11",
-                             "rte_l2_dbg[15].w1", "tae_history.l2_key_hist[3][8]", "rte_cloud_class_tcam[3]"}) {
+                             "pol_mem[5].pol_cmtd_burst_size[4095][1]", "iqs_mac_da_vid_mem[24][3]", "iqs_span_edit[2]",
+                             "eqs_pet_mem[4095]", "tae_tcam[58367]", "rte_flex_key_prfl[3].w11", "rte_l2_dbg[15].w1",
+                             "tae_history.l2_key_hist[3][8]", "rte_cloud_class_tcam[3]"}) {
         const RunResult shown = regtab({sample(), "show", name});
         EXPECT_EQ(shown.status, 0) << name << ": " << shown.err;
         EXPECT_NE(shown.out, "") << name;
@@ -278,7 +278,8 @@ TEST_F(RegtabTsr, TellsWhatIsNotAtReset) {
     const RunResult pib = regtab({sample(), "reset", "pib"});
     EXPECT_EQ(pib.status, 1);
     EXPECT_EQ(pib.out.find("No reset value is known of "), 0u) << pib.out;
-    EXPECT_EQ(regtab({sample(), "reset", "tae_bank_en"}).out, "No reset value is known of 1 words: registers of tae.\n");
+    EXPECT_EQ(regtab({sample(), "reset", "tae_bank_en"}).out,
+              "No reset value is known of 1 words: registers of tae.\n");
 }
 
 // ---- drops ---------------------------------------------------------------------------------------------------------
@@ -296,48 +297,45 @@ TEST_F(RegtabTsr, DropsAreToldByPortAndReason) {
     image->rte_l2_sa_lrn_inf_drp_cnt = htonl(600);
     image->hsq_pkt_drop_cntr[2] = htonl(500);
     dump_.write(temp_.path("drops.dmp"));
-    expectRows({temp_.path("drops.dmp"), "drops"}, {"count", "kind", "port", "what", "text", "row"},
-               {{{"count", std::to_string(0x123456789aull)},
-                 {"kind", "reason"},
-                 {"port", "3"},
-                 {"what", "32 DRP_FWN_EN_ERR"},
-                 {"text", "DRP_FWN_EN_ERR:"},
-                 {"row", "rte_drp_rsn_sts_frm[3][32]"}},
-                {{"count", std::to_string((uint64_t{1} << 32) + 2)},
-                 {"kind", "register"},
-                 {"port", "9"},
-                 {"what", "rte_prc_acl_log_drp_cnt"},
-                 {"text", "copies for the ACL's log lost"},
-                 {"row", "ephy_reg[9].rte_prc_acl_log_drp_cnt[0]"}},
-                {{"count", "900"},
-                 {"kind", "tail"},
-                 {"port", "4"},
-                 {"what", "priority 6 red"},
-                 {"text", "frames lost to a full queue"},
-                 {"row", "rte_drp_tail_sts_frm[2][4][6]"}},
-                {{"count", "800"},
-                 {"kind", "cpu queue"},
-                 {"port", "5"},
-                 {"what", "queue 15"},
-                 {"text", "frames and copies for the CPU lost to back-pressure"},
-                 {"row", "rte_drp_bpq_sts_frm[5][15]"}},
-                {{"count", "700"},
-                 {"kind", "span queue"},
-                 {"port", "7"},
-                 {"what", "queue 2"},
-                 {"text", "copies of received frames lost to a full span queue"},
-                 {"row", "rte_drp_spanq_sts_frm[7][2]"}},
-                {{"count", "600"},
-                 {"kind", "register"},
-                 {"what", "rte_l2_sa_lrn_inf_drp_cnt"},
-                 {"text", "requests to learn a source lost"},
-                 {"row", "rte_l2_sa_lrn_inf_drp_cnt"}},
-                {{"count", "500"}, {"kind", "register"}, {"what", "hsq_pkt_drop_cntr"}, {"row", "hsq_pkt_drop_cntr[2]"}},
-                {{"count", "1"},
-                 {"kind", "reason"},
-                 {"port", "31"},
-                 {"what", "63"},
-                 {"row", "rte_drp_rsn_sts_frm[31][63]"}}});
+    expectRows(
+        {temp_.path("drops.dmp"), "drops"}, {"count", "kind", "port", "what", "text", "row"},
+        {{{"count", std::to_string(0x123456789aull)},
+          {"kind", "reason"},
+          {"port", "3"},
+          {"what", "32 DRP_FWN_EN_ERR"},
+          {"text", "DRP_FWN_EN_ERR:"},
+          {"row", "rte_drp_rsn_sts_frm[3][32]"}},
+         {{"count", std::to_string((uint64_t{1} << 32) + 2)},
+          {"kind", "register"},
+          {"port", "9"},
+          {"what", "rte_prc_acl_log_drp_cnt"},
+          {"text", "copies for the ACL's log lost"},
+          {"row", "ephy_reg[9].rte_prc_acl_log_drp_cnt[0]"}},
+         {{"count", "900"},
+          {"kind", "tail"},
+          {"port", "4"},
+          {"what", "priority 6 red"},
+          {"text", "frames lost to a full queue"},
+          {"row", "rte_drp_tail_sts_frm[2][4][6]"}},
+         {{"count", "800"},
+          {"kind", "cpu queue"},
+          {"port", "5"},
+          {"what", "queue 15"},
+          {"text", "frames and copies for the CPU lost to back-pressure"},
+          {"row", "rte_drp_bpq_sts_frm[5][15]"}},
+         {{"count", "700"},
+          {"kind", "span queue"},
+          {"port", "7"},
+          {"what", "queue 2"},
+          {"text", "copies of received frames lost to a full span queue"},
+          {"row", "rte_drp_spanq_sts_frm[7][2]"}},
+         {{"count", "600"},
+          {"kind", "register"},
+          {"what", "rte_l2_sa_lrn_inf_drp_cnt"},
+          {"text", "requests to learn a source lost"},
+          {"row", "rte_l2_sa_lrn_inf_drp_cnt"}},
+         {{"count", "500"}, {"kind", "register"}, {"what", "hsq_pkt_drop_cntr"}, {"row", "hsq_pkt_drop_cntr[2]"}},
+         {{"count", "1"}, {"kind", "reason"}, {"port", "31"}, {"what", "63"}, {"row", "rte_drp_rsn_sts_frm[31][63]"}}});
     EXPECT_EQ(regtab({sample(), "drops"}).status, 1);
 }
 
@@ -484,7 +482,8 @@ TEST_F(RegtabTsr, NamesLeadFromOneToTheOther) {
 TEST_F(RegtabTsr, TablesAreCounted) {
     const std::vector<RegtabRow> rows = jsonRows(regtab({"--json", sample(), "tables"}).out);
     const auto inUse = [&](const std::string &table) {
-        const auto row = std::find_if(rows.begin(), rows.end(), [&](const RegtabRow &r) { return r.at("table") == table; });
+        const auto row =
+            std::find_if(rows.begin(), rows.end(), [&](const RegtabRow &r) { return r.at("table") == table; });
         return row == rows.end() ? std::string("none") : row->at("in_use");
     };
     EXPECT_EQ(inUse("vlan"), "2");
@@ -502,7 +501,8 @@ TEST_F(RegtabTsr, TablesAreCounted) {
 
 TEST_F(RegtabTsr, AnyMemoryIsListedByField) {
     expectRows({sample(), "list", "rte_l3_next_hop_rslt"}, {}, {{}});
-    const std::vector<RegtabRow> rows = jsonRows(regtab({"--json", sample(), "list", "rte_l2_exm_rslt", "trap_en=1"}).out);
+    const std::vector<RegtabRow> rows =
+        jsonRows(regtab({"--json", sample(), "list", "rte_l2_exm_rslt", "trap_en=1"}).out);
     ASSERT_EQ(rows.size(), 1u);
     EXPECT_EQ(rows[0].at("row"), "rte_l2_exm_rslt[4]");
     EXPECT_EQ(rows[0].at("gid"), std::to_string(0x47f0));

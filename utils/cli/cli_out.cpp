@@ -10,11 +10,26 @@
 
 // ---- The sink ------------------------------------------------------------------------------------------------------
 
+/// Large enough that few calls hand on much text; one thread prints.
+static std::string &buffer() {
+    static std::string text;
+    return text;
+}
+
+static void handOn() {
+    std::fwrite(buffer().data(), 1, buffer().size(), stdout);
+    buffer().clear();
+}
+
 void cliPrint(std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    constexpr size_t kFull = 64 * 1024;
+    buffer() += text;
+    if (buffer().size() >= kFull)
+        handOn();
 }
 
 bool cliFlush() {
+    handOn();
     return regdump_flush_output();
 }
 

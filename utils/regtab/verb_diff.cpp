@@ -1,6 +1,7 @@
 // diff: what differs between two dumps, by table and field.
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "be_word.h"
@@ -11,8 +12,9 @@
 namespace {
 
 std::string hexWord(uint32_t word) {
-    char text[16];
-    std::snprintf(text, sizeof(text), "0x%08x", word);
+    std::string text = "0x00000000";
+    for (size_t at = text.size(); word != 0; word >>= 4)
+        text[--at] = "0123456789abcdef"[word & 0xf];
     return text;
 }
 
@@ -51,6 +53,11 @@ private:
     const tsr_dmp_t *old_;
     const tsr_dmp_t *new_;
     std::unique_ptr<CliTable> table_;
+    std::string name_; ///< the name that was told last: of this row, place and word
+    const TblMem *nameMem_ = nullptr;
+    uint32_t namePlace_ = 0;
+    uint32_t nameWord_ = 0;
+    std::string line_; ///< room for a line
     uint64_t changes_ = 0;
     uint64_t otherWords_ = 0;   ///< words of the other kind that differ
     uint64_t droppedWords_ = 0; ///< words that differ in nothing that the load keeps
@@ -61,27 +68,35 @@ void Diff::put(char change, const TblMem &mem, uint32_t place, uint32_t word, co
                const std::string &was, const std::string &is) {
     ++changes_;
     const bool isEntry = word == UINT32_MAX;
-    const std::string name = isEntry ? mem.nameOf(place) : mem.wordNameOf(place, word);
+    // The lines of one entry follow each other.
+    if (&mem != nameMem_ || place != namePlace_ || word != nameWord_) {
+        name_ = isEntry ? mem.nameOf(place) : mem.wordNameOf(place, word);
+        nameMem_ = &mem;
+        namePlace_ = place;
+        nameWord_ = word;
+    }
     const uint32_t skip = isEntry ? 0 : 4 * word;
     if (table_ != nullptr) {
         table_->text(change == '+' ? "added" : change == '-' ? "removed" : "changed").text(field).text(was).text(is);
-        rtPutPlace(*table_, name, mem.chipOff(place) + skip, mem.imageOff(place) + skip);
+        rtPutPlace(*table_, name_, mem.chipOff(place) + skip, mem.imageOff(place) + skip);
         table_->endRow();
         return;
     }
     static const bool hasColor = cliHasColor();
-    std::string line;
+    std::string &line = line_;
+    line.clear();
     if (hasColor)
         line += change == '+' ? "\033[32m" : change == '-' ? "\033[31m" : "";
     line += change;
-    line.append(" ").append(name).append(field.empty() ? "" : ".").append(field).append("  ");
+    line.append(" ").append(name_).append(field.empty() ? "" : ".").append(field).append("  ");
     if (change == '~')
         line.append(was).append(" -> ").append(is);
     else
         line += change == '+' ? is : was;
     if (hasColor)
         line += "\033[0m";
-    cliPrint(line + "\n");
+    line += '\n';
+    cliPrint(line);
 }
 
 void Diff::reg(const TblMem &mem, uint32_t place) {
@@ -102,7 +117,7 @@ void Diff::reg(const TblMem &mem, uint32_t place) {
 
 /// The fields of an entry that differ, and each word that differs in bits without a field.
 void Diff::fields(const TblMem &mem, const TblEntry &entry, const uint32_t *was, const uint32_t *is) {
-    std::vector<uint32_t> rest(entry.words);
+    std::array<uint32_t, TblMem::kMaxWords> rest{};
     for (uint32_t w = 0; w < entry.words; ++w)
         rest[w] = was[w] ^ is[w];
     if (entry.desc != nullptr) {

@@ -1,6 +1,7 @@
 #include "tbl/tsr_tbl_name.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <optional>
 
@@ -492,7 +493,16 @@ std::optional<unsigned> prefixLength(const TblWide &mask, unsigned width) {
     return std::nullopt;
 }
 
+/// The low half of a value.
+uint64_t lowHalf(const TblWide &value) {
+    return uint64_t{value[2]} << 32 | value[3];
+}
+
 std::string hexText(const TblWide &value) {
+    if (value[0] == 0 && value[1] == 0) {
+        char digits[18] = "0x";
+        return {digits, std::to_chars(digits + 2, digits + sizeof(digits), lowHalf(value), 16).ptr};
+    }
     size_t first = 0;
     while (first < 3 && value[first] == 0)
         ++first;
@@ -504,6 +514,10 @@ std::string hexText(const TblWide &value) {
 }
 
 std::string decimalText(TblWide value) {
+    if (value[0] == 0 && value[1] == 0) {
+        char digits[20];
+        return {digits, std::to_chars(digits, digits + sizeof(digits), lowHalf(value)).ptr};
+    }
     std::string text;
     do {
         uint64_t rest = 0;
