@@ -12,7 +12,7 @@ trap 'rm -rf "$work"' EXIT
 tools/setup.sh
 build() {
     cmake --preset release &&
-        cmake --build --preset release --target regdec_tsr regenc_tsr regcmp_tsr
+        cmake --build --preset release --target regdec_tsr regenc_tsr regcmp_tsr regtab_tsr
 }
 if [[ -t 2 ]]; then
     echo "Building; the first time takes a minute or two." >&2
