@@ -16,10 +16,11 @@ std::set<std::string> offered(const std::vector<std::string> &line) {
     std::string words;
     for (const std::string &word : line)
         words += " '" + word + "'";
-    const RunResult result = runProgram(
-        "/bin/bash", {"--norc", "-c",
-                      "cd /; source " + kFolder + "regtab_tsr.bash; COMP_WORDS=(regtab_tsr" + words + "); COMP_CWORD=" +
-                          std::to_string(line.size()) + "; _regtab_tsr; printf '%s\\n' \"${COMPREPLY[@]}\""});
+    const RunResult result =
+        runProgram("/bin/bash", {"--norc", "-c",
+                                 "cd /; source " + kFolder + "regtab_tsr.bash; COMP_WORDS=(regtab_tsr" + words +
+                                     "); COMP_CWORD=" + std::to_string(line.size()) +
+                                     "; _regtab_tsr; printf '%s\\n' \"${COMPREPLY[@]}\""});
     EXPECT_EQ(result.status, 0) << result.err;
     std::set<std::string> set;
     std::istringstream lines(result.out);

@@ -235,6 +235,11 @@ TEST_F(RegtabTsr, ShowsRangesFormsAndElements) {
     EXPECT_EQ(rows("rte_l3_next_hop_rslt[5][3]").at(0).at("row"), "rte_l3_next_hop_rslt[5][3]");
     // Rows of which nothing is known are shown as words.
     EXPECT_EQ(rows("pib_cntl").at(0).at("value"), "0");
+    // A longer form ends where the row ends, and a word may belong to no entry.
+    EXPECT_EQ(rows("tfe_tcam[360447].TfeIpv6.vrf_id").size(), 1u);
+    EXPECT_EQ(rows("tae_tcam[58367].TaeL3Ipv6.vrf_id").size(), 1u);
+    EXPECT_EQ(rows("iqs_mac_da_vid_mem[0][5]").at(0).at("row"), "iqs_mac_da_vid_mem[0][5]");
+    EXPECT_EQ(rows("iqs_mac_da_vid_mem[24][3].mac_da").at(0).at("value"), "02:33:33:33:00:03");
     const RunResult never = regtab({sample(), "show", "tfe_tcam[9]"});
     EXPECT_NE(never.out.find(" never  (chip"), never.out.npos) << never.out;
 }
@@ -395,12 +400,16 @@ TEST_F(RegtabTsr, DiffTellsFieldsAndRows) {
                                      "rte_l3_next_hop_rslt[5].eivid = 33\n"
                                      "tfe_tcam[0] = never\n"
                                      "pib_cntl = 7\n"
+                                     "iqs_mac_da_vid_mem[24][3].mac_da = 02:33:33:33:00:04\n"
+                                     "iqs_mac_da_vid_mem[24][0] = 3\n"
                                      "rte_drp_rsn_sts_frm[3][1].frm_cnt = 0x1234567890\n"
                                      "rte_his_l2_fid[0] = 5\n");
     const RunResult result = regtab({sample(), "diff", dump});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.out, "~ pib_cntl  0x00000000 -> 0x00000007\n"
                           "~ ephy_reg[3].rte_prc_l2_ctl.rte_prc_l2_lu_en  1 -> 0\n"
+                          "~ iqs_mac_da_vid_mem[24][0]  0x00000000 -> 0x00000003\n"
+                          "~ iqs_mac_da_vid_mem[24][3].mac_da  02:33:33:33:00:03 -> 02:33:33:33:00:04\n"
                           "- rte_l2_exm_bkt[0][2]  fid=32 mac_addr=02:00:00:00:00:b3\n"
                           "+ rte_l2_exm_bkt[0][7]  fid=16 mac_addr=02:00:00:00:00:c7\n"
                           "~ rte_l3_next_hop_rslt[5].eivid  32 -> 33\n"
@@ -412,16 +421,16 @@ TEST_F(RegtabTsr, DiffTellsFieldsAndRows) {
     EXPECT_LT(all.out.find("tfe_tcam[0]"), all.out.find("rte_his_l2_fid")) << "configuration comes first";
 
     const std::vector<RegtabRow> rows = jsonRows(regtab({"--json", sample(), "diff", dump}).out);
-    ASSERT_EQ(rows.size(), 7u);
+    ASSERT_EQ(rows.size(), 9u);
     EXPECT_EQ(rows[1].at("change"), "changed");
     EXPECT_EQ(rows[1].at("field"), "rte_prc_l2_lu_en");
     EXPECT_EQ(rows[1].at("old"), "1");
     EXPECT_EQ(rows[1].at("new"), "0");
     EXPECT_EQ(rows[1].at("chip"), std::to_string(0x432000));
-    EXPECT_EQ(rows[2].at("change"), "removed");
-    EXPECT_EQ(rows[3].at("change"), "added");
-    EXPECT_EQ(rows[6].at("state_words"), "3");
-    EXPECT_EQ(csvRows(regtab({"--csv", sample(), "diff", dump}).out).size(), 6u);
+    EXPECT_EQ(rows[4].at("change"), "removed");
+    EXPECT_EQ(rows[5].at("change"), "added");
+    EXPECT_EQ(rows[8].at("state_words"), "3");
+    EXPECT_EQ(csvRows(regtab({"--csv", sample(), "diff", dump}).out).size(), 8u);
 }
 
 TEST_F(RegtabTsr, DiffOfStateAloneOrOfNothingEndsWithNothing) {

@@ -200,6 +200,14 @@ void RtLines::put(const TblMem &mem, uint32_t place) {
 }
 
 void RtLines::putAll(const TblMem &mem) {
+    if (!mem.forms().empty() && tblBeginsAnywhere(mem.forms()[0])) {
+        // Not every word belongs to an entry.
+        for (uint32_t w = 0; w < mem.wordsOfInst(); ++w) {
+            if (const uint32_t word = imageWord(image_, mem.imageOff(0) + 4 * w); word != 0)
+                line(mem.wordNameOf(0, w), hexWord(word));
+        }
+        return;
+    }
     const auto hasAll = [&](uint32_t place, uint32_t value) {
         for (uint32_t w = 0; w < mem.words(); ++w) {
             if (imageWord(image_, mem.imageOff(place) + 4 * w) != value)

@@ -171,9 +171,9 @@ uint32_t Diff::entryAt(const TblMem &mem, uint32_t imageOff) {
     const TblEntry is = mem.entryAt(new_, place);
     const uint32_t begin = mem.imageOff(is.place);
     if (imageOff < begin || imageOff >= begin + 4 * is.words) {
-        // Between the entries of a row in which they may begin anywhere.
-        const uint32_t word = (imageOff - mem.imageOff(place)) / 4;
-        put('~', mem, place, word, "", hexWord(imageWord(old_, imageOff)), hexWord(imageWord(new_, imageOff)));
+        // Between the entries of a row in which they may begin anywhere: a word is counted from the row's first.
+        const uint32_t word = (imageOff - mem.imageOff(0)) / 4;
+        put('~', mem, 0, word, "", hexWord(imageWord(old_, imageOff)), hexWord(imageWord(new_, imageOff)));
         return imageOff + 4;
     }
     uint32_t oldWords[TblMem::kMaxWords];

@@ -16,6 +16,12 @@ std::string bitRange(unsigned hi, unsigned lo) {
     return hi == lo ? std::to_string(hi) : std::to_string(hi) + ":" + std::to_string(lo);
 }
 
+std::string hexWord(uint32_t word) {
+    char text[16];
+    std::snprintf(text, sizeof(text), "0x%08x", word);
+    return text;
+}
+
 /// The bits of an element of a field, as "1 31:15" or, in a register, "31:15".
 std::string placeText(const TblField &field, unsigned elem, bool isOneWord) {
     std::string text;
@@ -133,8 +139,6 @@ void Show::reg(const RegencWords &words, const TblMem &mem, uint32_t place) {
     const uint32_t word = imageWord(run_.image(), imageOff);
     const std::optional<HsiRegInfo> info = hsiRegInfo(chipOff);
     std::vector<Line> lines;
-    char value[16];
-    std::snprintf(value, sizeof(value), "0x%08x", word);
     if (info) {
         for (const HsiRegField &field : info->fields) {
             if (words.field.empty() || words.field == field.name)
@@ -153,7 +157,7 @@ void Show::reg(const RegencWords &words, const TblMem &mem, uint32_t place) {
     }
     if (lines.empty())
         lines.push_back({"", "", "31:0", {"", word}, ""});
-    put(mem.nameOf(place), chipOff, imageOff, std::string(" = ") + value, lines);
+    put(mem.nameOf(place), chipOff, imageOff, " = " + hexWord(word), lines);
 }
 
 /// `count` words of an entry from word `word` on.
@@ -172,9 +176,11 @@ void Show::entry(const RegencWords &words, const TblMem &mem, const TblEntry &en
     const bool isWhole = word == 0 && count >= entry.words;
     std::vector<Line> lines;
     for (const TblDesc *desc : descs) {
-        // Another form may be longer.
-        if (desc->words > entry.words)
-            mem.read(run_.image(), {entry.place, desc, desc->words}, run_.opt.isRaw, read);
+        // Another form may be longer, and then begins where its own size has a multiple.
+        if (desc->words > entry.words) {
+            const uint32_t wide = desc->words / mem.words();
+            mem.read(run_.image(), {entry.place / wide * wide, desc, desc->words}, run_.opt.isRaw, read);
+        }
         for (const TblField &field : desc->field) {
             for (unsigned elem = 0; elem < field.count; ++elem) {
                 if (!wantsElem(words, field, elem))
@@ -206,11 +212,8 @@ void Show::entry(const RegencWords &words, const TblMem &mem, const TblEntry &en
         throw RtError(error + tblNear(missing, names, true));
     }
     std::string head = " =";
-    for (uint32_t w = word; w < std::min(word + count, entry.words); ++w) {
-        char text[16];
-        std::snprintf(text, sizeof(text), " 0x%08x", read[w]);
-        head += text;
-    }
+    for (uint32_t w = word; w < std::min(word + count, entry.words); ++w)
+        head.append(" ").append(hexWord(read[w]));
     if (mem.isTcam() && entry.desc != nullptr && tblIsNever(*entry.desc, read))
         head += " never";
     const std::string name = isWhole || count != 1 ? mem.nameOf(entry.place) : mem.wordNameOf(entry.place, word);
@@ -237,7 +240,11 @@ void Show::run(const RegencWords &words, uint32_t imageOff) {
             imageOff += 4 * mem->words();
             continue;
         } else if (imageOff < begin || imageOff >= begin + 4 * found.words) {
-            // Between the entries of a row that an entry may begin anywhere in.
+            // A word between the entries of a row in which they may begin anywhere.
+            const uint32_t word = imageWord(run_.image(), imageOff);
+            const uint32_t inRow = imageOff - mem->imageOff(0);
+            put(mem->wordNameOf(0, inRow / 4), mem->chipOff(0) + inRow, imageOff, " = " + hexWord(word),
+                {{"", "", "31:0", {"", word}, ""}});
             imageOff += 4;
             continue;
         } else {

@@ -53,6 +53,9 @@ public:
     uint32_t places() const { return placesOfInst_ * static_cast<uint32_t>(insts_.size()); }
     uint32_t words() const { return words_; }
 
+    /// All words of the row in one instance; where entries may begin anywhere, some belong to none.
+    uint32_t wordsOfInst() const { return regdump_mapp_get_size(row_) / 4; }
+
     /// Byte of the image and of the chip's address space where the entry at `place` begins.
     uint32_t imageOff(uint32_t place) const;
     uint32_t chipOff(uint32_t place) const;
