@@ -1,5 +1,6 @@
 #include "cli_dump.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>

@@ -11,7 +11,7 @@
 /// A dump in memory.
 struct CliDump {
     struct Free {
-        void operator()(tsr_dmp_t *image) const { std::free(image); }
+        void operator()(tsr_dmp_t *buf) const { std::free(buf); }
     };
 
     std::string path;                       ///< as it was given
