@@ -10,7 +10,7 @@ image:
 mem_reg_model:
 layout:
 base: tsr_reg.h layout cmStop.h cmTcamIdx.h
-tfe: base layout
+tfe: base layout cmPages.h
 tae: base mem_reg_model layout
 tbl: base tfe tae layout be_word.h asic_reg_dump.h tsr_reg_dump.h
 prc: base layout
@@ -19,7 +19,7 @@ roc: base lue/cmRteLueLrn.h cmAssert.h layout
 log: base
 hsi: base tfe tae log tsr_reg.h be_word.h
 engine: base tfe tae hsi log tsr_reg.h
-tsr: image base tfe tae hsi prc/cmRtePrc.h cmStop.h layout tbl
+tsr: image base tfe tae hsi prc/cmRtePrc.h cmStop.h cmPages.h layout tbl
 cli: image
 regtab: image base tae hsi layout tbl tsr cli
 '

@@ -13,7 +13,8 @@ constexpr size_t kLarge = 2 * 1024 * 1024;
 } // namespace
 
 TEST(CmPages, GivesZeroesThatCanBeWritten) {
-    for (const size_t size : {size_t{1}, size_t{4096}, kLarge - 1, kLarge, kLarge + 1, 3 * kLarge - 4096, 20 * kLarge + 5}) {
+    for (const size_t size :
+         {size_t{1}, size_t{4096}, kLarge - 1, kLarge, kLarge + 1, 3 * kLarge - 4096, 20 * kLarge + 5}) {
         // Twice: what was freed must not come back as it was.
         for (int round = 0; round < 2; ++round) {
             auto *const memory = static_cast<unsigned char *>(cmAllocPages(size));
