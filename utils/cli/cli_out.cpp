@@ -145,7 +145,7 @@ private:
     size_t at_ = 0;
 };
 
-class CsvTable : public CliTable {
+class CsvTable final : public CliTable {
 public:
     explicit CsvTable(std::vector<CliColumn> columns) : CliTable(std::move(columns)) {
         for (const CliColumn &column : columns_)
