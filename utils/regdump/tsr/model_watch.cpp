@@ -148,11 +148,13 @@ void RowWatch::aclLine(uint32_t bank, uint32_t row, const uint32_t *words) {
 void RowWatch::dump(size_t offset, const uint32_t *words, uint32_t cnt) {
     if (offset >= sizeof(tsr_dmp_t))
         return;
-    const regdump_map_t *in = tsr_dmp_map;
+    const regdump_map_t *in = nullptr;
     for (const regdump_map_t *row = tsr_dmp_map; row->name != nullptr; ++row) {
         if (!(row->flags & REGDUMP_FLAGS_NO_DUMP) && row->dump_offset <= offset)
             in = row;
     }
+    if (in == nullptr)
+        return;
     to_->row({.memory = in->name,
               .row = (offset - in->dump_offset) / (4 * cnt),
               .dumpOffset = static_cast<uint32_t>(offset),
