@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <stdlib.h>
 #include <string>
@@ -47,5 +46,9 @@ inline std::string readFile(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
     if (!in)
         throw std::runtime_error("cannot read " + path);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    std::string bytes;
+    char block[64 * 1024];
+    while (in.read(block, sizeof(block)), in.gcount() != 0)
+        bytes.append(block, static_cast<size_t>(in.gcount()));
+    return bytes;
 }
