@@ -62,6 +62,7 @@ TEST(RegtabText, EveryTableOfARandomDumpMakesTheSameWords) {
     dump.set("tae_bank_prtcl_sel_4", 0x10087610);
     dump.write(temp.path("random.dmp"));
 
+    uint32_t numTables = 0;
     std::vector<std::string> texts;
     std::vector<bool> isListed(TSR_DUMP_SIZE / 4);
     // The types of the banks decide on the layouts, and so come first.
@@ -70,7 +71,7 @@ TEST(RegtabText, EveryTableOfARandomDumpMakesTheSameWords) {
               0);
     texts.push_back(temp.path("banks.reg"));
     for (const TblMem &mem : tblMems()) {
-        if (mem.forms().empty() || mem.isReg())
+        if (mem.forms().empty() || mem.isReg() || ++numTables % kEveryTable != 0)
             continue;
         const std::string file = temp.path(mem.name() + ".reg");
         const int status = regtabInto(file, {"--text", temp.path("random.dmp"), "list", mem.name()});
@@ -88,7 +89,7 @@ TEST(RegtabText, EveryTableOfARandomDumpMakesTheSameWords) {
                 isListed[mem.imageOff(place) / 4 + w] = true;
         }
     }
-    EXPECT_GT(texts.size(), 100u);
+    EXPECT_GT(texts.size(), 100u / kEveryTable);
 
     // From a base whose words are all others.
     DumpBuilder base;
@@ -111,7 +112,7 @@ TEST(RegtabText, EveryTableOfARandomDumpMakesTheSameWords) {
         ASSERT_EQ(loaded.word(4 * w), wanted) << mem->wordNameOf(mem->placeOf(4 * w), 0);
         ++checked;
     }
-    EXPECT_GT(checked, 5000000u);
+    EXPECT_GT(checked, kEveryTable == 1 ? 5000000u : 10000u);
 }
 
 TEST(RegtabText, ListedRowsMakeThemselvesAgain) {

@@ -166,15 +166,20 @@ void RtLines::putFields(const TblMem &mem, const TblEntry &entry, const uint32_t
         if (made[w] != words[w])
             line(mem.wordNameOf(entry.place, w), hexWord(words[w]));
     }
-    const std::string name = mem.nameOf(entry.place);
-    const std::string form = mem.forms().size() > 1 ? std::string(desc.type) + "." : "";
+    std::string name = mem.nameOf(entry.place) + ".";
+    if (mem.forms().size() > 1)
+        name.append(desc.type).append(".");
+    const size_t before = name.size();
     for (const TblField &field : desc.field) {
         if (field.isAlt)
             continue;
         const TblFieldRef ref{&desc, &field};
         for (unsigned elem = 0; elem < field.count; ++elem) {
-            if (rtSays(ref, elem, words))
-                line(name + "." + form + rtFieldName(field, elem), rtItemText(rtItem(ref, elem, words)));
+            if (!rtSays(ref, elem, words))
+                continue;
+            name.resize(before);
+            name += rtFieldName(field, elem);
+            line(name, rtItemText(rtItem(ref, elem, words)));
         }
     }
 }
@@ -233,10 +238,10 @@ void RtLines::putAll(const TblMem &mem) {
         }
         const TblEntry entry = mem.entryAt(image_, place);
         bool isZero = true;
-        for (uint32_t at = entry.place; at < entry.place + std::max(1u, entry.words / mem.words()); ++at)
+        for (uint32_t at = entry.place; at < entry.place + mem.placesOf(entry); ++at)
             isZero = isZero && hasAll(at, 0);
         if (!isZero)
             put(mem, place);
-        place = entry.place + std::max(1u, entry.words / mem.words());
+        place = entry.place + mem.placesOf(entry);
     }
 }

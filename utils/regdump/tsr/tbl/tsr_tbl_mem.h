@@ -6,6 +6,7 @@
 //
 // A row of a group of registers counts as one list, instance behind instance.
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -78,9 +79,12 @@ public:
         for (uint32_t place = 0; place < places();) {
             const TblEntry entry = entryAt(image, place);
             f(entry);
-            place += entry.words > words_ ? entry.words / words_ : 1;
+            place += placesOf(entry);
         }
     }
+
+    /// How many entries of the smallest size an entry takes.
+    uint32_t placesOf(const TblEntry &entry) const { return std::max(1u, entry.words / std::max(1u, words_)); }
 
     /// The entry that begins at `place`. A larger one begins at a multiple of its own size: a place within is told as
     /// the whole entry if the layout that holds is such.
