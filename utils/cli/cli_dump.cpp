@@ -34,8 +34,10 @@ public:
     /// Tells whether what was read of a compressed file is what was written to it, as far as its end shows.
     bool checkEnd(std::string &error);
 
-private:
+    /// The input as a message names it.
     std::string shown() const { return path_ == "-" ? "standard input" : regdump_shown_file(path_); }
+
+private:
     std::string readError() const;
 
     std::string path_;
@@ -114,21 +116,6 @@ bool Input::checkEnd(std::string &error) {
     return false;
 }
 
-bool checkHdr(const asic_dump_hdr_t &hdr, const std::string &path, std::string &error) {
-    char text[128];
-    if (!regdump_is_tsr(&hdr))
-        std::snprintf(text, sizeof(text),
-                      "no dump of a Tessara of revision 2 or later: vendor_id 0x%04x, chip_id 0x%04x, chip_ver %d",
-                      hdr.vendor_id, hdr.chip_id, static_cast<int>(hdr.chip_ver));
-    else if (hdr.ver != ASIC_DUMP_HDR_VER)
-        std::snprintf(text, sizeof(text), "dump header ver (%d) not current (%d)", static_cast<int>(hdr.ver),
-                      static_cast<int>(ASIC_DUMP_HDR_VER));
-    else
-        return true;
-    error = (path == "-" ? "standard input" : regdump_shown_file(path)) + ": " + text;
-    return false;
-}
-
 } // namespace
 
 bool cliReadDump(const std::string &path, CliDump &dump, std::string &error) {
@@ -139,7 +126,7 @@ bool cliReadDump(const std::string &path, CliDump &dump, std::string &error) {
     for (uint32_t &word : words)
         word = hostWord(word);
     std::memcpy(&dump.hdr, words, sizeof(words));
-    if (!checkHdr(dump.hdr, path, error))
+    if (!regdump_check_hdr(dump.hdr, input.shown(), error))
         return false;
     dump.path = path;
     dump.image.reset(static_cast<tsr_dmp_t *>(std::malloc(TSR_DUMP_SIZE)));

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "be_word.h"
+#include "regdump_util.h"
 #include "tsr_reg_dump.h"
 
 const char REGDUMP_VERSION[] = TSR_PROJECT_VERSION;
@@ -142,6 +143,21 @@ ssize_t regdump_read_all(int fd, void *buf, size_t size) {
         done += static_cast<size_t>(count);
     }
     return static_cast<ssize_t>(done);
+}
+
+bool regdump_check_hdr(const asic_dump_hdr_t &hdr, const std::string &shownFile, std::string &error) {
+    char text[128];
+    if (!regdump_is_tsr(&hdr))
+        std::snprintf(text, sizeof(text),
+                      "no dump of a Tessara of revision 2 or later: vendor_id 0x%04x, chip_id 0x%04x, chip_ver %d",
+                      hdr.vendor_id, hdr.chip_id, static_cast<int>(hdr.chip_ver));
+    else if (hdr.ver != ASIC_DUMP_HDR_VER)
+        std::snprintf(text, sizeof(text), "dump header ver (%d) not current (%d)", static_cast<int>(hdr.ver),
+                      static_cast<int>(ASIC_DUMP_HDR_VER));
+    else
+        return true;
+    error = shownFile + ": " + text;
+    return false;
 }
 
 RegdumpReader::~RegdumpReader() {

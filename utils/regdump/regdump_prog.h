@@ -50,6 +50,10 @@ std::string regdump_system_error();
 /// than `size` at the end of the file only, or -1 with `errno` set.
 ssize_t regdump_read_all(int fd, void *buf, size_t size);
 
+/// Tells whether the header, in host order, is that of a dump that the programs read. Returns false after storing a
+/// message that begins with `shownFile` in `error`.
+bool regdump_check_hdr(const asic_dump_hdr_t &hdr, const std::string &shownFile, std::string &error);
+
 /// Reads the dump of a Tessara, header first. The file may be a pipe. Bytes behind the image are left.
 class RegdumpReader {
 public:

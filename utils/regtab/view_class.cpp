@@ -46,23 +46,30 @@ std::string vlansText(const RtRun &run, const TblMem &vids, uint32_t idx, RtRows
     return text;
 }
 
-void listMac(const RtRun &run, RtRows &rows) {
-    const TblMem &tcam = rtMem("rte_l2_mac_class");
-    const TblMem &vids = rtMem("rte_l2_mac_vid");
-    const TblMem &prios = rtMem("rte_l2_mac_prio_ra");
+/// Calls `show(place, key)` for each row of `tcam` that some key matches; `key` is what it asks for.
+template <class Show> void forEachRowInUse(const RtRun &run, const TblMem &tcam, Show show) {
     for (uint32_t place = 0; place < tcam.places(); ++place) {
         const TblEntry entry = tcam.entryAt(run.image(), place);
         uint32_t words[TblMem::kMaxWords];
         tcam.read(run.image(), entry, run.opt.isRaw, words);
         if (tblIsNever(*entry.desc, words))
             continue;
-        rows.text("mac").value(place / kRowsOfTable).text(keyText(*entry.desc, words));
+        show(place, keyText(*entry.desc, words));
+    }
+}
+
+void listMac(const RtRun &run, RtRows &rows) {
+    const TblMem &tcam = rtMem("rte_l2_mac_class");
+    const TblMem &vids = rtMem("rte_l2_mac_vid");
+    const TblMem &prios = rtMem("rte_l2_mac_prio_ra");
+    forEachRowInUse(run, tcam, [&](uint32_t place, const std::string &key) {
+        rows.text("mac").value(place / kRowsOfTable).text(key);
         const uint32_t vid = rtEntry<L2MacVid>(run, vids, place).vid;
         rows.text(vid == 0 ? "" : std::to_string(vid));
         const auto prio = rtEntry<L2MacPrio>(run, prios, place / 4);
         rows.value(prio.prio[place % 4]).value(prio.dp[place % 4]);
         rows.part(tcam, place).part(vids, place).part(prios, place / 4).end();
-    }
+    });
 }
 
 void listType(const RtRun &run, RtRows &rows) {
@@ -71,19 +78,9 @@ void listType(const RtRun &run, RtRows &rows) {
     const TblMem &vids = rtMem("rte_typ_cls_vlan");
     const TblMem &mtus = rtMem("rte_typ_cls_mtu");
     const TblMem &attrs = rtMem("rte_typ_cls_attr");
-    for (uint32_t place = 0; place < tcam.places(); ++place) {
-        const TblEntry entry = tcam.entryAt(run.image(), place);
-        uint32_t words[TblMem::kMaxWords];
-        tcam.read(run.image(), entry, run.opt.isRaw, words);
-        if (tblIsNever(*entry.desc, words))
-            continue;
+    forEachRowInUse(run, tcam, [&](uint32_t place, const std::string &key) {
         rows.part(tcam, place).part(apps, place / 4).part(mtus, place).part(attrs, place / 16);
-        rows.text("type")
-            .none()
-            .text(keyText(*entry.desc, words))
-            .text(vlansText(run, vids, place, rows))
-            .none()
-            .none();
+        rows.text("type").none().text(key).text(vlansText(run, vids, place, rows)).none().none();
         rows.value(rtEntry<TypApp>(run, apps, place / 4).app_typ[place % 4]);
         rows.value(rtEntry<TypMtu>(run, mtus, place).mtu);
         const auto attr = rtEntry<TypAttr>(run, attrs, place / 16);
@@ -91,7 +88,7 @@ void listType(const RtRun &run, RtRows &rows) {
         if (attr.loc_mac_drp[place % 16])
             flags += flags.empty() ? "drop-local-mac" : " drop-local-mac";
         rows.text(flags).end();
-    }
+    });
 }
 
 } // namespace

@@ -34,28 +34,11 @@ using Image = std::unique_ptr<void, Free>;
 
 } // namespace
 
-/// Tells whether the header, in host order, is that of a dump that can be compared. Returns false after storing a
-/// message in `error`.
-static bool checkHdr(const asic_dump_hdr_t &hdr, const std::string &path, std::string &error) {
-    char text[128];
-    if (!regdump_is_tsr(&hdr))
-        std::snprintf(text, sizeof(text),
-                      "no dump of a Tessara of revision 2 or later: vendor_id 0x%04x, chip_id 0x%04x, chip_ver %d",
-                      hdr.vendor_id, hdr.chip_id, static_cast<int>(hdr.chip_ver));
-    else if (hdr.ver != ASIC_DUMP_HDR_VER)
-        std::snprintf(text, sizeof(text), "dump header ver (%d) not current (%d)", static_cast<int>(hdr.ver),
-                      static_cast<int>(ASIC_DUMP_HDR_VER));
-    else
-        return true;
-    error = regdump_shown_file(path) + ": " + text;
-    return false;
-}
-
 /// Reads the image of the dump `path`. Returns null after storing a message in `error`.
 static Image readImage(const std::string &path, std::string &error) {
     RegdumpReader reader(path);
     asic_dump_hdr_t hdr;
-    if (!reader.readHdr(hdr, error) || !checkHdr(hdr, path, error))
+    if (!reader.readHdr(hdr, error) || !regdump_check_hdr(hdr, regdump_shown_file(path), error))
         return nullptr;
     Image image(std::malloc(TSR_DUMP_SIZE));
     if (image == nullptr) {
